@@ -1,0 +1,41 @@
+# Settings that all targets of this build share.
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Type of build" FORCE)
+endif()
+
+option(QIR_WARNINGS_AS_ERRORS "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
+set(QIR_SANITIZERS "" CACHE STRING "Sanitizers to build with, e.g. address,undefined")
+
+# What every target is compiled with.
+add_library(qir_build_flags INTERFACE)
+target_compile_features(qir_build_flags INTERFACE cxx_std_20 c_std_11)
+target_compile_options(qir_build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+if(QIR_WARNINGS_AS_ERRORS)
+  target_compile_options(qir_build_flags INTERFACE -Werror)
+endif()
+if(QIR_SANITIZERS)
+  target_compile_options(qir_build_flags INTERFACE
+    -fsanitize=${QIR_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qir_build_flags INTERFACE -fsanitize=${QIR_SANITIZERS})
+endif()
+
+# What the libraries are compiled with besides: they need nothing of the C++ runtime, so that a C program can
+# link them. Position-independent, because programs of either kind link the archives.
+add_library(qir_library_flags INTERFACE)
+target_link_libraries(qir_library_flags INTERFACE qir_build_flags)
+target_compile_options(qir_library_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+
+# What the programs are linked with. The driver gets the address of an FCB as a 32-bit word: on a 64-bit
+# machine a program at a fixed place keeps the context below 4 GiB, so that the word is the real address.
+add_library(qir_program_flags INTERFACE)
+target_link_libraries(qir_program_flags INTERFACE qir_build_flags)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  target_link_options(qir_program_flags INTERFACE -no-pie)
+endif()
+
+# qir_source_module(<target> <label>): the name that assertion lines of these sources carry.
+function(qir_source_module target label)
+  target_compile_definitions(${target} PRIVATE QEL_SOURCE_MODULE="${label}")
+endfunction()

@@ -1,0 +1,55 @@
+// The line formats, one macro per class of line.
+//
+// Every macro asks the gate first and evaluates its arguments only when the line is printed: a disabled line
+// costs two comparisons. The `_AS` forms print under the name of another function: a shared core uses them
+// to speak for the operation that it serves.
+//
+// An assertion is not gated. It prints the condition and the program carries on with the next statement; it
+// never aborts and never changes a result. Its first field is the source module, which the build gives to
+// every folder (QEL_SOURCE_MODULE), so that a file can be split without touching its lines. The text is
+// given beside the condition because it is read by people and scripts, down to its blanks.
+#ifndef QEL_LOG_LINES_H
+#define QEL_LOG_LINES_H
+
+#include "log/qel_log.h"
+
+#include <stdio.h>
+
+#define QEL_LOG_ERROR_AS(fn, logId, fmt, ...)                                                                \
+    do {                                                                                                     \
+        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_ERROR);                   \
+            qelRow_ != nullptr) {                                                                            \
+            printf("[ERROR %s] %-10s,%d: " fmt, qelRow_->name, (fn), __LINE__ __VA_OPT__(, ) __VA_ARGS__);   \
+        }                                                                                                    \
+    } while (false)
+
+#define QEL_LOG_INFO_AS(fn, logId, fmt, ...)                                                                 \
+    do {                                                                                                     \
+        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_INFO);                    \
+            qelRow_ != nullptr) {                                                                            \
+            printf("[INF %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
+        }                                                                                                    \
+    } while (false)
+
+#define QEL_LOG_DEBUG_AS(fn, logId, fmt, ...)                                                                \
+    do {                                                                                                     \
+        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_DEBUG);                   \
+            qelRow_ != nullptr) {                                                                            \
+            printf("[DBG %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
+        }                                                                                                    \
+    } while (false)
+
+#define QEL_LOG_ERROR(logId, ...) QEL_LOG_ERROR_AS(__func__, logId, __VA_ARGS__)
+#define QEL_LOG_INFO(logId, ...)  QEL_LOG_INFO_AS(__func__, logId, __VA_ARGS__)
+#define QEL_LOG_DEBUG(logId, ...) QEL_LOG_DEBUG_AS(__func__, logId, __VA_ARGS__)
+
+#define QEL_ASSERT_AS(fn, cond, text)                                                                        \
+    do {                                                                                                     \
+        if (!(cond)) {                                                                                       \
+            printf("[ASSERT %s] %-10s,%d: %s\n", QEL_SOURCE_MODULE, (fn), __LINE__, (text));                 \
+        }                                                                                                    \
+    } while (false)
+
+#define QEL_ASSERT(cond, text) QEL_ASSERT_AS(__func__, cond, text)
+
+#endif

@@ -1,0 +1,109 @@
+/**
+ * @file
+ * The logging library: who may print, and how a line looks.
+ *
+ * A fixed table holds one row per log module; a row has the module's name, its log level and its data-dump
+ * level. Beside the table stand one global log level and one global data-dump level. A message of level L
+ * for module M may be printed when both the global level and M's level are L or more; level 0 therefore
+ * always passes and error lines can never be silenced.
+ *
+ * The library answers the question, the caller prints: on "yes" it gets the module's row, whose name stands
+ * at the head of the line. The line formats themselves are in log/log_lines.h.
+ *
+ * Nothing is allocated, there are no locks: the table is constant-initialised data of the process. Ids and
+ * levels out of range are reported by an assertion line and otherwise used as they are.
+ *
+ * The header compiles as C11 and as C++20.
+ */
+#ifndef QEL_LOG_H
+#define QEL_LOG_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Number of log modules; log ids run from 0 to QEL_LOG_ID_MAX - 1. */
+#define QEL_LOG_ID_MAX    24u
+/** Number of log levels; levels run from 0 to QEL_LOG_LEVEL_MAX - 1. */
+#define QEL_LOG_LEVEL_MAX 4u
+/** Number of data-dump levels; levels run from 0 to QEL_LOG_DD_MAX - 1. */
+#define QEL_LOG_DD_MAX    3u
+
+/** Log id of the logging library itself, module "qellog". */
+#define QEL_LOG_ID_QELLOG 0u
+/** Log id of the configuration library, module "orxapi". */
+#define QEL_LOG_ID_ORXAPI 12u
+
+/** Level of error lines. Always printed. */
+#define QEL_LOG_LEVEL_ERROR 0u
+/** The quiet default of every module: errors only. No line has this level. */
+#define QEL_LOG_LEVEL_QUIET 1u
+/** Level of information lines. */
+#define QEL_LOG_LEVEL_INFO  2u
+/** Level of debug lines. */
+#define QEL_LOG_LEVEL_DEBUG 3u
+
+/** One row of the module table. */
+typedef struct {
+    uint32_t id;       /**< the row's own index */
+    const char *name;  /**< module name, NUL-terminated; printed at the head of its lines */
+    uint32_t logLevel; /**< log level of the module, initially 1 */
+    uint32_t ddLevel;  /**< data-dump level of the module, initially 0 */
+} QelModInfo;
+
+/**
+ * Asks whether a log line may be printed. Costs two comparisons when the answer is no.
+ *
+ * @param logId    module, 0 to 23
+ * @param logLevel level of the line, 0 to 3
+ * @return the module's row, or null when the global level or the module's level is below `logLevel`.
+ */
+const QelModInfo *qelLog_logIsEnabled(uint32_t logId, uint32_t logLevel);
+
+/**
+ * Asks whether data of a module may be dumped. No operation raises the data-dump levels, so that only level
+ * 0 passes.
+ *
+ * @param logId   module, 0 to 23
+ * @param ddLevel level of the dump, 0 to 2
+ * @return the module's row, or null when the global or the module's data-dump level is below `ddLevel`.
+ */
+const QelModInfo *qelLog_ddIsEnabled(uint32_t logId, uint32_t ddLevel);
+
+/**
+ * Sets the global log level and, if module 0 may print information lines afterwards, says so.
+ *
+ * @param logLevel new level, 0 to 3
+ */
+void qelLog_setGlobalLogLevel(uint32_t logLevel);
+
+/** @return the global log level, initially 3. */
+int32_t qelLog_getGlobalLogLevel(void);
+
+/**
+ * Sets one module's log level and, if module 0 may print information lines afterwards, says so.
+ *
+ * @param logId    module, 0 to 23
+ * @param logLevel new level, 0 to 3
+ */
+void qelLog_setLogLevel(uint32_t logId, uint32_t logLevel);
+
+/**
+ * @param logId module, 0 to 23
+ * @return the module's log level.
+ */
+int32_t qelLog_getLogLevel(uint32_t logId);
+
+/**
+ * @param logId module, 0 to 23
+ * @return the module's name.
+ */
+const char *qelLog_getModName(uint32_t logId);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
