@@ -1,5 +1,5 @@
-#include "log/log_lines.h"
 #include "log/qel_log.h"
+#include "log/log_lines.h"
 
 namespace {
 
@@ -10,14 +10,14 @@ constexpr uint32_t kSpareRows = 8;
 // Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that
 // share the platform's numbering.
 QelModInfo modInfo[QEL_LOG_ID_MAX + kSpareRows] = {
-    {0, "qellog", 1, 0},   {1, "gpio", 1, 0},     {2, "i2c", 1, 0},     {3, "spi", 1, 0},
-    {4, "flash", 1, 0},    {5, "timer", 1, 0},    {6, "ethmac", 1, 0},  {7, "ethphy", 1, 0},
-    {8, "gponmac", 1, 0},  {9, "ploam", 1, 0},    {10, "omci", 1, 0},   {11, "pktorx", 1, 0},
-    {12, "orxapi", 1, 0},  {13, "qmgr", 1, 0},    {14, "bufmgr", 1, 0}, {15, "sched", 1, 0},
-    {16, "dma", 1, 0},     {17, "tod", 1, 0},     {18, "voip", 1, 0},   {19, "igmp", 1, 0},
-    {20, "optics", 1, 0},  {21, "watchdog", 1, 0}, {22, "reset", 1, 0}, {23, "power", 1, 0},
-    {24, "spare24", 0, 0}, {25, "spare25", 0, 0}, {26, "spare26", 0, 0}, {27, "spare27", 0, 0},
-    {28, "spare28", 0, 0}, {29, "spare29", 0, 0}, {30, "spare30", 0, 0}, {31, "spare31", 0, 0},
+    {0, "qellog", 1, 0},   {1, "gpio", 1, 0},      {2, "i2c", 1, 0},      {3, "spi", 1, 0},
+    {4, "flash", 1, 0},    {5, "timer", 1, 0},     {6, "ethmac", 1, 0},   {7, "ethphy", 1, 0},
+    {8, "gponmac", 1, 0},  {9, "ploam", 1, 0},     {10, "omci", 1, 0},    {11, "pktorx", 1, 0},
+    {12, "orxapi", 1, 0},  {13, "qmgr", 1, 0},     {14, "bufmgr", 1, 0},  {15, "sched", 1, 0},
+    {16, "dma", 1, 0},     {17, "tod", 1, 0},      {18, "voip", 1, 0},    {19, "igmp", 1, 0},
+    {20, "optics", 1, 0},  {21, "watchdog", 1, 0}, {22, "reset", 1, 0},   {23, "power", 1, 0},
+    {24, "spare24", 0, 0}, {25, "spare25", 0, 0},  {26, "spare26", 0, 0}, {27, "spare27", 0, 0},
+    {28, "spare28", 0, 0}, {29, "spare29", 0, 0},  {30, "spare30", 0, 0}, {31, "spare31", 0, 0},
 };
 
 uint32_t globalLogLevel = 3;
