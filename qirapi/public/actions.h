@@ -1,0 +1,194 @@
+/**
+ * @file
+ * Actions: how a flow rewrites the frames it matches. Include qirapi/qirapi.h.
+ *
+ * An action request belongs to a header that has been allocated in the flow's action block; TCP and UDP
+ * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed.
+ *
+ * Codes of every `QIR_Config_*Action`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
+ * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;
+ * e_RET_ERR_HDRNOTCFG (11) header not allocated; e_RET_ERR_INVALID_CONFIGOPER (45) `op` not 0;
+ * e_RET_ERR_INVALID_ACTION (48) unknown type; e_RET_ERR_INVALID_PARAM (25) value out of range;
+ * e_RET_ERR_INVALID_ACTIONSEQ (23) excluded by an action that is there; Ethernet:
+ * e_RET_ERR_REQOUTOFORDER (9) a push behind another action, or a rewrite behind a pop, and
+ * e_RET_ERR_INVALID_PARAM (25) more pushes or pops than tags allow, or the pushed tag's VLAN header is not
+ * allocated; e_RET_ERR_RESRC_UNAVAIL (12) the flow's request nodes are used up.
+ *
+ * Codes of every `QIR_Get_*Action`: 2; 3; VLAN: 44; e_RET_ERR_HDRNOTCFG (11); e_RET_ERR_INVALID_ACTION (48)
+ * unknown type (Ethernet: e_RET_ERR_INVALID_PARAM, 25); e_RET_ERR_NO_SUCH_ENTRY (6) no such action.
+ */
+#ifndef QIRAPI_PUBLIC_ACTIONS_H
+#define QIRAPI_PUBLIC_ACTIONS_H
+
+#include "qirapi/public/codes.h"
+#include "qirapi/public/filters.h"
+#include "qirapi/public/flows.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Ethernet action types; accepted values in brackets. */
+enum QirEthAction {
+    e_ETH_ACTION_DA = 0,       /**< mac [any] */
+    e_ETH_ACTION_SA = 1,       /**< mac [any] */
+    e_ETH_ACTION_ETHTYPE = 2,  /**< ethType [0x0600 and above] */
+    e_ETH_ACTION_PUSH_TAG = 3, /**< no value; before any other Ethernet action */
+    e_ETH_ACTION_POP_TAG = 4,  /**< no value; only further pops may follow */
+    e_ETH_ACTION_MAX = 5
+};
+
+/** VLAN action types; accepted values in brackets. */
+enum QirVlanAction {
+    e_VLAN_ACTION_SET_TAG = 0,                   /**< tag [any] */
+    e_VLAN_ACTION_SET_TPID = 1,                  /**< tpid [any] */
+    e_VLAN_ACTION_SET_TCI = 2,                   /**< tci [any] */
+    e_VLAN_ACTION_SET_PBITS = 3,                 /**< pbits [0 to 7] */
+    e_VLAN_ACTION_SET_DEI = 4,                   /**< dei [0, 1] */
+    e_VLAN_ACTION_SET_VID = 5,                   /**< vid [0 to 4095] */
+    e_VLAN_ACTION_COPY_TAG_FROM_TAG = 6,         /**< fromTagNum [0, 1, not toTagNum] */
+    e_VLAN_ACTION_COPY_TPID_FROM_TAG = 7,        /**< as above */
+    e_VLAN_ACTION_COPY_TCI_FROM_TAG = 8,         /**< as above */
+    e_VLAN_ACTION_COPY_PBITS_FROM_TAG = 9,       /**< as above */
+    e_VLAN_ACTION_COPY_VID_FROM_TAG = 10,        /**< as above */
+    e_VLAN_ACTION_COPY_DEI_FROM_TAG = 11,        /**< as above */
+    e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP = 12,    /**< [any] */
+    e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE = 13, /**< [any] */
+    e_VLAN_ACTION_MAX = 14
+};
+
+/** PPPoE has one action type, 0; this is the bound. */
+enum { e_PPPOE_ACTION_MAX = 1 };
+
+/** IPv4 action types; any value is accepted. */
+enum QirIpv4Action {
+    e_IPV4_ACTION_DA = 0,
+    e_IPV4_ACTION_SA = 1,
+    e_IPV4_ACTION_TOS = 2,
+    e_IPV4_ACTION_DSCP = 3,
+    e_IPV4_ACTION_MAX = 4
+};
+
+/** TCP action types; any value is accepted. */
+enum QirTcpAction { e_TCP_ACTION_SPORT = 0, e_TCP_ACTION_DPORT = 1, e_TCP_ACTION_MAX = 2 };
+
+/** UDP action types; any value is accepted. */
+enum QirUdpAction { e_UDP_ACTION_SPORT = 0, e_UDP_ACTION_DPORT = 1, e_UDP_ACTION_MAX = 2 };
+
+/** Ethernet action request, 20 bytes: op 0, type 4, value 8. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< e_ETH_ACTION_* */
+    union {
+        uint8_t mac[6];
+        uint16_t ethType;
+        uint8_t bytes[12];
+        uint32_t words[3];
+    } val;
+} EthAction;
+
+/** VLAN action request, 16 bytes: op 0, type 4, value 8, toTagNum 12. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< e_VLAN_ACTION_* */
+    union {
+        uint32_t tag;
+        uint16_t tpid;
+        uint16_t tci;
+        uint8_t pbits;
+        uint8_t dei;
+        uint16_t vid;
+        uint32_t fromTagNum; /**< source tag of the copy actions */
+    } val;
+    uint32_t toTagNum; /**< tag, 0 outer or 1 inner */
+} VlanAction;
+
+/** PPPoE action request, 12 bytes: op 0, type 4, value 8. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< 0 */
+    uint32_t val;  /**< stored and returned */
+} PppoeAction;
+
+/** IPv4 action request, 16 bytes: op 0, type 4, value 8. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< e_IPV4_ACTION_* */
+    union {
+        QirIpPrefix ip;
+        uint8_t tos;
+        uint8_t dscp;
+    } val;
+} Ipv4Action;
+
+/** TCP action request, 12 bytes: op 0, type 4, value 8. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< e_TCP_ACTION_* */
+    union {
+        uint16_t port;
+        uint32_t word;
+    } val;
+} TcpAction;
+
+/** UDP action request, 12 bytes: op 0, type 4, value 8. */
+typedef struct {
+    uint32_t op;   /**< e_CONFIG_OPER_ADD */
+    uint32_t type; /**< e_UDP_ACTION_* */
+    union {
+        uint16_t port;
+        uint32_t word;
+    } val;
+} UdpAction;
+
+/**
+ * Adds an Ethernet action to a flow. At most two tags in total, matched plus pushed; no more pops than tags.
+ * @param flowHdl_p the flow
+ * @param action_p  the request
+ * @return 0, or the first failing check's code in the order at the head of this file.
+ */
+uint32_t QIR_Config_EthAction(FlowHdl *flowHdl_p, const EthAction *action_p);
+
+/**
+ * Reads back the first Ethernet action of one type.
+ * @param flowHdl_p the flow
+ * @param action_p  in: `type`; out: the request
+ * @return 0, or the first failing check's code in the order at the head of this file.
+ */
+uint32_t QIR_Get_EthAction(FlowHdl *flowHdl_p, EthAction *action_p);
+
+/** Adds a VLAN action; see QIR_Config_EthAction(). Tag 2 or more is refused with 44 before all else. */
+uint32_t QIR_Config_VlanAction(FlowHdl *flowHdl_p, const VlanAction *action_p);
+/** Reads back a VLAN action of `toTagNum`; see QIR_Get_EthAction(). */
+uint32_t QIR_Get_VlanAction(FlowHdl *flowHdl_p, VlanAction *action_p);
+
+/** Adds a PPPoE action; see QIR_Config_EthAction(). */
+uint32_t QIR_Config_PppoeAction(FlowHdl *flowHdl_p, const PppoeAction *action_p);
+/** Reads back a PPPoE action; see QIR_Get_EthAction(). */
+uint32_t QIR_Get_PppoeAction(FlowHdl *flowHdl_p, PppoeAction *action_p);
+
+/** MPLS actions are accepted and ignored: touches and logs nothing. @return 0 */
+uint32_t QIR_Config_MplsAction(FlowHdl *flowHdl_p, const void *action_p);
+/** MPLS actions are accepted and ignored: touches and logs nothing. @return 0 */
+uint32_t QIR_Get_MplsAction(FlowHdl *flowHdl_p, void *action_p);
+
+/** Adds an IPv4 action; see QIR_Config_EthAction(). */
+uint32_t QIR_Config_Ipv4Action(FlowHdl *flowHdl_p, const Ipv4Action *action_p);
+/** Reads back an IPv4 action; see QIR_Get_EthAction(). */
+uint32_t QIR_Get_Ipv4Action(FlowHdl *flowHdl_p, Ipv4Action *action_p);
+
+/** Adds a TCP action; see QIR_Config_EthAction(). Needs the IPv4 header. */
+uint32_t QIR_Config_TcpAction(FlowHdl *flowHdl_p, const TcpAction *action_p);
+/** Reads back a TCP action; see QIR_Get_EthAction(). */
+uint32_t QIR_Get_TcpAction(FlowHdl *flowHdl_p, TcpAction *action_p);
+
+/** Adds a UDP action; see QIR_Config_EthAction(). Needs the IPv4 header. */
+uint32_t QIR_Config_UdpAction(FlowHdl *flowHdl_p, const UdpAction *action_p);
+/** Reads back a UDP action; see QIR_Get_EthAction(). */
+uint32_t QIR_Get_UdpAction(FlowHdl *flowHdl_p, UdpAction *action_p);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,314 @@
+/**
+ * @file
+ * Flows: allocation, headers, forwarding, table associations, activation, hit counters.
+ * Include qirapi/qirapi.h.
+ *
+ * A flow is one rule of the classifier, kept in a flow control block (FCB) and named by a handle whose
+ * `f1.id` is the FCB's index. Codes that every flow operation shares: e_RET_ERR_NULL_PTR (2) for a null
+ * pointer, e_RET_ERR_INVALID_HDL (3) when `f1.id` is 512 or more or the FCB is free. A configuration call on
+ * an ACTIVE flow fails with e_RET_ERR_STATE_NOTCFG (17).
+ */
+#ifndef QIRAPI_PUBLIC_FLOWS_H
+#define QIRAPI_PUBLIC_FLOWS_H
+
+#include "qirapi/public/codes.h"
+#include "qirapi/public/tables.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Handle of a flow, index 0 to 511. The upper half belongs to the caller and is kept as it is. */
+typedef union {
+    uint32_t word;
+    struct {
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        uint32_t rsvd : 16; /**< neither written nor read by the library */
+        uint32_t id : 16;   /**< index of the FCB: the low 16 bits of the word */
+#else
+        uint32_t id : 16;   /**< index of the FCB: the low 16 bits of the word */
+        uint32_t rsvd : 16; /**< neither written nor read by the library */
+#endif
+    } f1;
+} FlowHdl;
+
+/** Blocks of a flow. */
+enum QirBlkType {
+    e_BLKTYPE_FILTER = 0, /**< what the flow matches */
+    e_BLKTYPE_ACTION = 1, /**< how it rewrites */
+    e_BLKTYPE_FWD = 2,    /**< where it forwards to; has no headers */
+    e_BLKTYPE_MAX = 3     /**< bound */
+};
+
+/** Headers of a block. TCP and UDP are allocated together with IPv4. */
+enum QirFlowHdr {
+    e_FLOWHDR_ETH = 0,
+    e_FLOWHDR_VLAN0 = 1, /**< outer tag */
+    e_FLOWHDR_VLAN1 = 2, /**< inner tag */
+    e_FLOWHDR_VLAN2 = 3, /**< no entry of its own: resets what lies behind the inner tag's entry */
+    e_FLOWHDR_VLAN3 = 4, /**< likewise */
+    e_FLOWHDR_PPPOE = 5,
+    e_FLOWHDR_MPLS = 6, /**< accepted, without an entry */
+    e_FLOWHDR_IPV4 = 7,
+    e_FLOWHDR_MAX = 8 /**< bound */
+};
+
+/** Rows of the rule tables for the headers behind IPv4. */
+enum QirL4FlowHdr { e_L4FLOWHDR_TCP = 0, e_L4FLOWHDR_UDP = 1, e_L4FLOWHDR_MAX = 2 };
+
+/** Names a header of a flow, 8 bytes. */
+typedef struct {
+    uint32_t blk;     /**< block, e_BLKTYPE_* */
+    uint32_t flowHdr; /**< header, e_FLOWHDR_* */
+} FlowHdr;
+
+/** Address-screening override of a flow. */
+enum QirAsOverride { e_AS_OVERRIDE_DISABLE = 0, e_AS_OVERRIDE_ENABLE = 1, e_AS_OVERRIDE_MAX = 2 };
+
+/** Forwarding flags, a bit set. */
+enum QirFwdAction {
+    e_FWD_ACTION_DROP = 1,       /**< drop the frame */
+    e_FWD_ACTION_ARL_OVRD = 2,   /**< override the address table's decision */
+    e_FWD_ACTION_LRN_ENABLE = 4, /**< learn the source address */
+    e_FWD_ACTION_MAX = 8         /**< bound */
+};
+
+/** Sources of the pbits for the PAC lookup are 0, 1 and 2; this is the bound. */
+enum { QIR_PBITS_SOURCE_MAX = 3 };
+
+/** Where a flow's frames come from, 8 bytes. */
+typedef struct {
+    uint32_t gemPortIdxMask; /**< GEM port indexes, bit g = index g; not 0 when port 7 is a source */
+    uint32_t portMask;       /**< source ports, bit p = port p; not 0 */
+} FwdSrc;
+
+/** Where a flow's frames go to, 52 bytes. All selected ports and GEM ports share one queue id. */
+typedef struct {
+    uint8_t gemQid[QIR_GEMPORTIDX_MAX]; /**< egress queue of each GEM port index, 0 to 7 */
+    uint32_t gemPortIdxMask;            /**< GEM port indexes; not 0 when port 7 is a destination */
+    uint8_t portQid[QIR_PORT_MAX];      /**< egress queue of each port, 0 to 7; port 7's is unused */
+    uint8_t rsvd[3];                    /**< copied, otherwise unused */
+    uint32_t portMask;                  /**< destination ports, bit p = port p */
+} DstMask;
+
+/**
+ * Forwarding record, 68 bytes, sent to the driver as it is.
+ *
+ *      0  flowPrio
+ *      4  src: gemPortIdxMask, portMask
+ *     12  dst: gemQid[32], gemPortIdxMask, portQid[9], 3 spare bytes, portMask
+ *     64  fwdAction
+ */
+typedef struct {
+    uint32_t flowPrio;  /**< priority, 0 to 31 */
+    FwdSrc src;         /**< source */
+    DstMask dst;        /**< destination */
+    uint32_t fwdAction; /**< e_FWD_ACTION_* bits, below 8 */
+} FwdInfo;
+
+/** Hit counters of a flow, 36 bytes. */
+typedef struct {
+    uint32_t numFlows; /**< hardware flows behind this flow */
+    uint32_t hits[8];  /**< hit counters */
+} FcbHits;
+
+/**
+ * Allocates the FCB with the lowest free index and counts it in its section. The section's budget is not
+ * looked at.
+ *
+ * @param section   flow section, 0 to 2
+ * @param flowHdl_p out: `f1.id`, 0 to 511; untouched on failure
+ * @return 0; 2; e_RET_ERR_INVALID_SECTION (27); e_RET_ERR_RESRC_UNAVAIL (12) no FCB is free.
+ */
+uint32_t QIR_Alloc_FCB(uint32_t section, FlowHdl *flowHdl_p);
+
+/**
+ * Allocates the FCB that the caller names. `f1.id` is not range-checked: keep it below 512.
+ *
+ * @param section   flow section, 0 to 2
+ * @param flowHdl_p in: `f1.id`, 0 to 511
+ * @return 0; 2; e_RET_ERR_INVALID_SECTION (27); e_RET_ERR_RESRC_UNAVAIL (12) that FCB is in use.
+ */
+uint32_t QIR_Alloc_FCB_Specify_Index(uint32_t section, FlowHdl *flowHdl_p);
+
+/**
+ * Asks whether an FCB is free. Neither checks nor logs.
+ *
+ * @param index FCB index, 0 to 511
+ * @return 1 if its status is FREE, else 0.
+ */
+uint32_t Is_Orx_free(uint32_t index);
+
+/**
+ * Hands a flow to the driver.
+ *
+ * @param flowHdl_p the flow
+ * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15); e_RET_ERR_STATE_NOTCFG (17) nothing configured yet;
+ *         e_RET_ERR_STATE_NOT_ACTIVE (18) an associated EP or PAC table is not ACTIVE; 1 the driver failed,
+ *         and the flow stays CFG.
+ */
+uint32_t QIR_Activate_FCB(FlowHdl *flowHdl_p);
+
+/**
+ * Takes a flow out of the hardware.
+ *
+ * @param flowHdl_p the flow
+ * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14); 1 the driver failed, and the flow stays ACTIVE.
+ */
+uint32_t QIR_Deactivate_FCB(FlowHdl *flowHdl_p);
+
+/**
+ * Frees a flow and releases its tables. The FCB's contents stay until its next allocation.
+ *
+ * @param flowHdl_p the flow
+ * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15) the flow is ACTIVE.
+ */
+uint32_t QIR_Free_FCB(FlowHdl *flowHdl_p);
+
+/**
+ * Reads the hit counters of an ACTIVE flow from the driver.
+ *
+ * @param flowHdl_p the flow
+ * @param hits_p    out
+ * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14); 1 the driver failed.
+ */
+uint32_t QIR_Get_FCBHits(FlowHdl *flowHdl_p, FcbHits *hits_p);
+
+/**
+ * Allocates a header in a flow's filter or action block. A VLAN tag needs the Ethernet header and all lower
+ * tags, PPPoE and IPv4 need the Ethernet header.
+ *
+ * @param flowHdl_p the flow
+ * @param hdr_p     block and header
+ * @return in this order: 2; 3; e_RET_ERR_INVALID_BLOCKTYPE (43) block 3 or more; e_RET_ERR_INVALID_HDRTYPE
+ *         (42) header 8 or more; 17 ACTIVE; e_RET_ERR_INVALID_PARAM (25) the forwarding block;
+ *         e_RET_ERR_HDROUTOFORDER (10) a lower header is missing; e_RET_ERR_RESRC_UNAVAIL (12) the header is
+ *         there already, or the flow's request nodes are used up.
+ */
+uint32_t QIR_Alloc_Hdr(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
+
+/**
+ * Prints the requests of one header on standard output.
+ *
+ * @param flowHdl_p the flow
+ * @param hdr_p     block and header
+ * @return in this order: 2; 3; e_RET_ERR_INVALID_BLOCKTYPE (43); e_RET_ERR_INVALID_HDRTYPE (42);
+ *         e_RET_ERR_RESRC_UNAVAIL (12) the header is not allocated.
+ */
+uint32_t QIR_Dump_HdrReqList(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
+
+/**
+ * Sets the forwarding record of a flow and makes it CFG.
+ *
+ * @param flowHdl_p the flow
+ * @param fwdInfo_p the record
+ * @return in this order: 2; 3; e_RET_ERR_INVALID_FWDACTION (30); e_RET_ERR_INVALID_DSTPORTMASK (39) no
+ *         destination while the action is not DROP alone; e_RET_ERR_INVALID_SRCPORTMASK (37) no source;
+ *         e_RET_ERR_INVALID_FLOWPRIO (59); e_RET_ERR_INVALID_GEMPORTIDX (57) GPON source without GEM ports;
+ *         e_RET_ERR_INVALID_DSTQID (40) a queue id of 8 or more, or two different ones;
+ *         e_RET_ERR_INVALID_GEMPORTIDXMASK (41) GPON destination without GEM ports; 17 ACTIVE.
+ */
+uint32_t QIR_Set_FwdInfo(FlowHdl *flowHdl_p, const FwdInfo *fwdInfo_p);
+
+/**
+ * Reads the forwarding record of a flow.
+ *
+ * @param flowHdl_p the flow
+ * @param fwdInfo_p out
+ * @return 0; 2; 3; e_RET_ERR_INVALID_PARAM (25) never set; 17 the flow is not configured.
+ */
+uint32_t QIR_Get_FwdInfo(FlowHdl *flowHdl_p, FwdInfo *fwdInfo_p);
+
+/**
+ * Adds destinations to a flow in any state but FREE; an ACTIVE flow's hardware is updated. The new ports get
+ * the queue id that the flow already keeps for the first of them. A zero port mask does nothing.
+ *
+ * @param flowHdl_p the flow
+ * @param dstMask_p the destinations; only the masks are read
+ * @return 0; 2; 3; 1 the driver failed, and the flow keeps its old record.
+ */
+uint32_t QIR_Add_DstPortInfo(FlowHdl *flowHdl_p, const DstMask *dstMask_p);
+
+/**
+ * Removes destinations from a flow in any state but FREE; an ACTIVE flow's hardware is updated. A zero port
+ * mask does nothing.
+ *
+ * @param flowHdl_p the flow
+ * @param dstMask_p the destinations; only the masks are read
+ * @return 0; 2; 3; 1 the driver failed, and the flow keeps its old record.
+ */
+uint32_t QIR_Rem_DstPortInfo(FlowHdl *flowHdl_p, const DstMask *dstMask_p);
+
+/**
+ * Sets whether the flow overrides address screening and makes the flow CFG.
+ *
+ * @param flowHdl_p  the flow
+ * @param asOverride e_AS_OVERRIDE_*
+ * @return 0; 2; 3; e_RET_ERR_INVALID_ASOVRD (50); 17 ACTIVE.
+ */
+uint32_t QIR_Set_AsOverride(FlowHdl *flowHdl_p, uint32_t asOverride);
+
+/**
+ * Reads the address-screening override.
+ *
+ * @param flowHdl_p    the flow
+ * @param asOverride_p out
+ * @return 0; 2; 3; 17 the flow is not configured.
+ */
+uint32_t QIR_Get_AsOverride(FlowHdl *flowHdl_p, uint32_t *asOverride_p);
+
+/**
+ * Associates an EP table with a flow or releases it, and makes the flow CFG. The handle is stored and the
+ * table's reference count changed even when the call ends with 17.
+ *
+ * @param flowHdl_p  the flow
+ * @param epTblSts   e_TBLSTATUS_*
+ * @param epTblHdl_p the table
+ * @return in this order: 2; 3 for the flow; e_RET_ERR_INVALID_TBLSTATUS (60); 3 for the table;
+ *         e_RET_ERR_RESRC_ALREADY_ACTIVE (15) enabled already; e_RET_ERR_RESRC_NOT_ACTIVE (14) not enabled;
+ *         17 the flow is ACTIVE.
+ */
+uint32_t QIR_Set_EpInfo(FlowHdl *flowHdl_p, uint32_t epTblSts, EpTblHdl *epTblHdl_p);
+
+/**
+ * Reads a flow's EP association.
+ *
+ * @param flowHdl_p  the flow
+ * @param epTblSts_p out: e_TBLSTATUS_*
+ * @param epTblHdl_p out: the handle stored last
+ * @return 0; 2; 3; 17 the flow is not configured.
+ */
+uint32_t QIR_Get_EpInfo(FlowHdl *flowHdl_p, uint32_t *epTblSts_p, EpTblHdl *epTblHdl_p);
+
+/**
+ * Associates a PAC table with a flow or releases it, and makes the flow CFG. The handle is stored even when
+ * the call ends with 15, 14 or 17.
+ *
+ * @param flowHdl_p   the flow
+ * @param pacTblSts   e_TBLSTATUS_*
+ * @param pbitsSource where the pbits for the lookup come from, 0 to 2
+ * @param pacTblHdl_p the table
+ * @return in this order: 2; 3 for the flow; e_RET_ERR_INVALID_TBLSTATUS (60);
+ *         e_RET_ERR_INVALID_PBITS_SOURCE (63); 3 for the table; e_RET_ERR_RESRC_ALREADY_ACTIVE (15) enabled
+ *         already; e_RET_ERR_RESRC_NOT_ACTIVE (14) not enabled; 17 the flow is ACTIVE.
+ */
+uint32_t QIR_Set_PacInfo(FlowHdl *flowHdl_p, uint32_t pacTblSts, uint32_t pbitsSource,
+                         PacTblHdl *pacTblHdl_p);
+
+/**
+ * Reads a flow's PAC association.
+ *
+ * @param flowHdl_p     the flow
+ * @param pacTblSts_p   out: e_TBLSTATUS_*
+ * @param pbitsSource_p out
+ * @param pacTblHdl_p   out: the handle stored last
+ * @return 0; 2; 3; 17 the flow is not configured.
+ */
+uint32_t QIR_Get_PacInfo(FlowHdl *flowHdl_p, uint32_t *pacTblSts_p, uint32_t *pbitsSource_p,
+                         PacTblHdl *pacTblHdl_p);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

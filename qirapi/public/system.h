@@ -1,0 +1,72 @@
+/**
+ * @file
+ * Start-up and the budgets of the flow sections. Include qirapi/qirapi.h.
+ */
+#ifndef QIRAPI_PUBLIC_SYSTEM_H
+#define QIRAPI_PUBLIC_SYSTEM_H
+
+#include "qirapi/public/codes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** TPIDs of a port, 12 bytes. */
+typedef struct {
+    uint32_t portId;  /**< source port, 0 to 8 */
+    uint16_t tpid[4]; /**< the TPIDs recognised on the port, ix 0 to 3 */
+} TpidCfg;
+
+/** TCI configuration of a rate-limiter direction, 4 bytes. */
+typedef struct {
+    uint16_t tci[2]; /**< the two halves */
+} RlTciCfg;
+
+/** Configuration of a rate limiter, 16 bytes. */
+typedef struct {
+    uint32_t tci;     /**< TCI value of the limiter, any */
+    uint32_t cirRate; /**< committed rate: 0 to 8064 in unit 0, 0 to 1000 in unit 1 */
+    uint32_t cirUnit; /**< unit of the rate, 0 or 1 */
+    uint32_t cbs;     /**< committed burst size, any */
+} RlEnt;
+
+enum {
+    QIR_RLDIR_MAX = 2,   /**< rate-limiter directions */
+    QIR_RLINDEX_MAX = 16 /**< rate limiters of one direction */
+};
+
+/**
+ * Brings the library to its initial state: log module 12 at level 1, section 1 with all 512 flows, all
+ * tables, flows and rate limiters free. Call it once before anything else; a second call forgets every
+ * table, flow and budget without telling the driver. Port and system settings are not reset.
+ *
+ * @return 0
+ */
+uint32_t QIR_Init_Sys(void);
+
+/**
+ * Sets the budget of a flow section. To move budget, shrink the donor first: the budgets of the three
+ * sections never sum to more than 512.
+ *
+ * @param section  0 to 2
+ * @param numFlows 0 to 511
+ * @return in this order: e_RET_ERR_INVALID_SECTION (27); e_RET_ERR_INVALID_NUMFLOWS (28) 512 or more;
+ *         e_RET_ERR_RESRC_BUSY (13) fewer than the section's allocated flows; e_RET_ERR_RESRC_UNAVAIL (12)
+ *         the budgets would sum to 513 or more.
+ */
+uint32_t QIR_Set_SectionMaxFlows(uint32_t section, uint16_t numFlows);
+
+/**
+ * Reads the budget of a flow section.
+ *
+ * @param section    0 to 2
+ * @param numFlows_p out: 0 to 512
+ * @return in this order: e_RET_ERR_NULL_PTR (2); e_RET_ERR_INVALID_SECTION (27). No closing line is logged.
+ */
+uint32_t QIR_Get_SectionMaxFlows(uint32_t section, uint16_t *numFlows_p);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
