@@ -1,0 +1,54 @@
+// Accessors of FCB fields and iteration over stored requests.
+// Null pointers and numbers out of range are asserted and then used.
+#ifndef QIRAPI_ACCESS_FLOW_ACCESS_H
+#define QIRAPI_ACCESS_FLOW_ACCESS_H
+
+#include "qirapi/private/context.h"
+
+namespace qir {
+
+void setFlowSection(Fcb *fcb_p, u32 section);
+void getFlowSection(const Fcb *fcb_p, u32 *section_p);
+
+void setFwdInfo(Fcb *fcb_p, const FwdInfo *fwdInfo_p);
+void getFwdInfo(const Fcb *fcb_p, FwdInfo *fwdInfo_p);
+// Copies the destination part only; priority, source and forwarding action stay.
+void updateFwdInfo(Fcb *fcb_p, const FwdInfo *fwdInfo_p);
+
+void setAsOverride(Fcb *fcb_p, u32 asOverride);
+void getAsOverride(const Fcb *fcb_p, u32 *asOverride_p);
+
+// Status 1 counts the flow in the table and sets the association bit, any other status does the reverse.
+// The handle is stored by the caller.
+void setEpInfo(Fcb *fcb_p, u32 epTblSts, EpTblInfo *epTblInfo_p);
+void getEpInfo(const Fcb *fcb_p, u32 *epTblSts_p, EpTblHdl *epTblHdl_p);
+void setPacInfo(Fcb *fcb_p, u32 pacTblSts, u32 pbitsSource, PacTblInfo *pacTblInfo_p);
+void getPacInfo(const Fcb *fcb_p, u32 *pacTblSts_p, u32 *pbitsSource_p, PacTblHdl *pacTblHdl_p);
+
+// VLAN tags 0 and 1 allocated in a block: 0, 1 or 2.
+void getFilterNumVlanTags(const Fcb *fcb_p, u8 *numVlanTags_p);
+void getActionNumVlanTags(const Fcb *fcb_p, u8 *numVlanTags_p);
+
+// Advances `*req_pp` over one request list: null starts at the first request, null comes after the last. A
+// pointer that is not on the list yields null.
+void getNextReq(Fcb *fcb_p, ReqNode *reqList_p, void **req_pp);
+
+// Iteration over one header's filters or actions for code outside the public API: `*infoHdl_pp` starts as
+// null and is null after the last; the request is copied to the caller's record. A header that is not
+// allocated yields null at once.
+void getNextEthFilter(Fcb *fcb_p, void **infoHdl_pp, EthFilter *filter_p);
+void getNextVlanFilter(Fcb *fcb_p, u32 toTagNum, void **infoHdl_pp, VlanFilter *filter_p);
+void getNextPppoeFilter(Fcb *fcb_p, void **infoHdl_pp, PppoeFilter *filter_p);
+void getNextIpv4Filter(Fcb *fcb_p, void **infoHdl_pp, Ipv4Filter *filter_p);
+void getNextTcpFilter(Fcb *fcb_p, void **infoHdl_pp, TcpFilter *filter_p);
+void getNextUdpFilter(Fcb *fcb_p, void **infoHdl_pp, UdpFilter *filter_p);
+void getNextEthAction(Fcb *fcb_p, void **infoHdl_pp, EthAction *action_p);
+void getNextVlanAction(Fcb *fcb_p, u32 toTagNum, void **infoHdl_pp, VlanAction *action_p);
+void getNextPppoeAction(Fcb *fcb_p, void **infoHdl_pp, PppoeAction *action_p);
+void getNextIpv4Action(Fcb *fcb_p, void **infoHdl_pp, Ipv4Action *action_p);
+void getNextTcpAction(Fcb *fcb_p, void **infoHdl_pp, TcpAction *action_p);
+void getNextUdpAction(Fcb *fcb_p, void **infoHdl_pp, UdpAction *action_p);
+
+} // namespace qir
+
+#endif

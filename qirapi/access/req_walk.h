@@ -1,0 +1,40 @@
+// Walking the nodes of a request list without leaving the pool: an index of 32 or more, or a walk longer
+// than the pool, ends the walk.
+#ifndef QIRAPI_ACCESS_REQ_WALK_H
+#define QIRAPI_ACCESS_REQ_WALK_H
+
+#include "qirapi/private/context.h"
+
+namespace qir {
+
+// Node `idx` of the FCB's pool, or null when there is no such node.
+inline ReqNode *ReqNodeAt(Fcb *fcb_p, u16 idx) {
+    return idx < QIR_MAX_FCBREQ ? &fcb_p->reqPool[idx] : nullptr;
+}
+
+inline const ReqNode *ReqNodeAt(const Fcb *fcb_p, u16 idx) {
+    return idx < QIR_MAX_FCBREQ ? &fcb_p->reqPool[idx] : nullptr;
+}
+
+// The empty list that a reader gets for an index outside the pool.
+inline constexpr ReqNode kNoRequests{};
+
+// Calls visit(node) for the nodes behind the head, in list order, until it returns false. A null head is an
+// empty list.
+template <class FcbPtr, class NodePtr, class Visit>
+void WalkReqList(FcbPtr fcb_p, NodePtr reqList_p, Visit visit) {
+    if (reqList_p == nullptr) {
+        return;
+    }
+    NodePtr node = ReqNodeAt(fcb_p, reqList_p->next);
+    for (u32 steps = 0; node != nullptr && node->curr != reqList_p->curr && steps < QIR_MAX_FCBREQ; ++steps) {
+        if (!visit(node) || node->next == node->curr) {
+            return;
+        }
+        node = ReqNodeAt(fcb_p, node->next);
+    }
+}
+
+} // namespace qir
+
+#endif
