@@ -1,0 +1,68 @@
+# shellcheck shell=bash
+# Sourced by run.sh and test.sh: installs what is missing and builds, quietly.
+#
+# What installing and building have to say goes to a log, which is shown on standard error when a step fails.
+# Standard output belongs to the program that is run.
+
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+setup_log=$(mktemp "${TMPDIR:-/tmp}/orx-setup.XXXXXX")
+trap 'rm -f "$setup_log"' EXIT
+
+say() {
+    printf '%s\n' "$*" >&2
+}
+
+# quietly WHAT COMMAND...: one line about the step, its output only when it fails.
+quietly() {
+    local what=$1
+    shift
+    say "$what"
+    if ! "$@" >"$setup_log" 2>&1 </dev/null; then
+        cat "$setup_log" >&2
+        say "failed: $what"
+        exit 1
+    fi
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        say "neither root nor sudo: cannot run $*"
+        return 1
+    fi
+}
+
+# install_missing PACKAGE...: installs the distribution's packages that are not there yet.
+install_missing() {
+    local missing=() package
+    for package in "$@"; do
+        if ! dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$'; then
+            missing+=("$package")
+        fi
+    done
+    if [ "${#missing[@]}" -gt 0 ]; then
+        quietly "Updating the package lists" as_root apt-get -q update
+        quietly "Installing ${missing[*]}" as_root env DEBIAN_FRONTEND=noninteractive \
+            apt-get -qy --no-install-recommends install "${missing[@]}"
+    fi
+}
+
+# build PRESET [CMAKE OPTION...] [-- TARGET...]: configures and builds one preset.
+build() {
+    local preset=$1 options=() targets=()
+    shift
+    while [ $# -gt 0 ] && [ "$1" != -- ]; do
+        options+=("$1")
+        shift
+    done
+    if [ $# -gt 0 ]; then
+        shift
+        targets=(--target "$@")
+    fi
+    cd "$repo" || exit 1
+    quietly "Configuring $preset" cmake --preset "$preset" "${options[@]}"
+    quietly "Building $preset" cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
+}
