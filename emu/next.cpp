@@ -1,0 +1,58 @@
+#include "emu/next.h"
+
+#include <cerrno>
+#include <dlfcn.h>
+
+namespace orxemu {
+
+namespace {
+
+using OpenFn = int (*)(const char *, int, ...);
+using FortifiedOpenFn = int (*)(const char *, int);
+using IoctlFn = int (*)(int, unsigned long, ...);
+using CloseFn = int (*)(int);
+
+template <class Fn, class... Args> int CallNext(Fn &fn, const char *name, Args... args) {
+    if (fn == nullptr) {
+        fn = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
+    }
+    if (fn == nullptr) {
+        errno = ENOSYS;
+        return -1;
+    }
+    return fn(args...);
+}
+
+} // namespace
+
+int NextOpen(const char *path, int flags, mode_t mode) {
+    static constinit OpenFn fn = nullptr;
+    return CallNext(fn, "open", path, flags, mode);
+}
+
+int NextOpen64(const char *path, int flags, mode_t mode) {
+    static constinit OpenFn fn = nullptr;
+    return CallNext(fn, "open64", path, flags, mode);
+}
+
+int NextFortifiedOpen(const char *path, int flags, mode_t) {
+    static constinit FortifiedOpenFn fn = nullptr;
+    return CallNext(fn, "__open_2", path, flags);
+}
+
+int NextFortifiedOpen64(const char *path, int flags, mode_t) {
+    static constinit FortifiedOpenFn fn = nullptr;
+    return CallNext(fn, "__open64_2", path, flags);
+}
+
+int NextIoctl(int fd, unsigned long request, void *arg) {
+    static constinit IoctlFn fn = nullptr;
+    return CallNext(fn, "ioctl", fd, request, arg);
+}
+
+int NextClose(int fd) {
+    static constinit CloseFn fn = nullptr;
+    return CallNext(fn, "close", fd);
+}
+
+} // namespace orxemu

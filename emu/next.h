@@ -1,0 +1,20 @@
+// The C library's own functions, behind the hooks of this library.
+#ifndef EMU_NEXT_H
+#define EMU_NEXT_H
+
+#include <sys/types.h>
+
+namespace orxemu {
+
+// Each looks its function up at the first call and fails with ENOSYS when there is none.
+int NextOpen(const char *path, int flags, mode_t mode);
+int NextOpen64(const char *path, int flags, mode_t mode);
+// What fortified programs call when the flags are no constant and no mode is given; the mode is not used.
+int NextFortifiedOpen(const char *path, int flags, mode_t mode);
+int NextFortifiedOpen64(const char *path, int flags, mode_t mode);
+int NextIoctl(int fd, unsigned long request, void *arg);
+int NextClose(int fd);
+
+} // namespace orxemu
+
+#endif
