@@ -13,6 +13,9 @@
  * Nothing is allocated, there are no locks: the table is constant-initialised data of the process. Ids and
  * levels out of range are reported by an assertion line and otherwise used as they are.
  *
+ * Beside the gate stand two small facilities: named queues through which a module prints blocks of raw bytes,
+ * and a registry by which modules publish a function for others to find.
+ *
  * The header compiles as C11 and as C++20.
  */
 #ifndef QEL_LOG_H
@@ -101,6 +104,92 @@ int32_t qelLog_getLogLevel(uint32_t logId);
  * @return the module's name.
  */
 const char *qelLog_getModName(uint32_t logId);
+
+/* ---- Data dump queues --------------------------------------------------------------------------- */
+
+/** Number of data dump queues; queue ids run from 0 to MAX_NUM_QIDS - 1. */
+#define MAX_NUM_QIDS         10u
+/** Number of data-dump ids of a queue, from 0 to MAX_NUM_DATADUMP_IDS - 1. */
+#define MAX_NUM_DATADUMP_IDS 20u
+
+/**
+ * Prints one kind of data: writes a NUL-terminated text into the buffer.
+ *
+ * @param dataDumpId kind of data
+ * @param data       the data
+ * @param numBytes   bytes of the data
+ * @param buffer     receives the text
+ * @param bufferSize bytes of the buffer, 65536
+ */
+typedef void (*QelDataDumpPrinter)(uint32_t dataDumpId, const void *data, uint32_t numBytes, char *buffer,
+                                   uint32_t bufferSize);
+
+/**
+ * Takes the lowest free queue.
+ *
+ * @param name kept by address for as long as the queue is in use
+ * @return queue id, 0 to 9, or -1 with an error line when all are in use.
+ */
+int32_t qel_dataDumpCreateQ(const char *name);
+
+/**
+ * Frees a queue; its printers stay registered. A queue that is not in use gets an error line.
+ *
+ * @param qid 0 to 9
+ */
+void qel_dataDumpDeleteQ(uint32_t qid);
+
+/**
+ * Registers the printer for one kind of data of a queue, which need not be in use.
+ *
+ * @param qId        0 to 9
+ * @param dataDumpId 0 to 19
+ * @param printer    null removes it
+ */
+void qel_dataDumpRegPrinter(uint32_t qId, uint32_t dataDumpId, QelDataDumpPrinter printer);
+
+/**
+ * Prints a block of data between two marker lines: through the printer registered for it, otherwise in
+ * hexadecimal, as 32-bit words in the processor's order. The last 1 to 3 bytes of a block whose length is no
+ * multiple of 4 are shown as the block's first bytes. Does not ask the gate: see qelLog_ddIsEnabled().
+ *
+ * @param qID          0 to 9
+ * @param dataDumpID   0 to 19
+ * @param dataDumpName printed at the head of the block
+ * @param numBytes     bytes of the data
+ * @param data         the data
+ */
+void qel_dataDump(uint32_t qID, uint32_t dataDumpID, const char *dataDumpName, uint32_t numBytes,
+                  const void *data);
+
+/* ---- Function registry -------------------------------------------------------------------------- */
+
+/** Number of functions that can be registered; ids run from 0 to QEL_FUN_ID_MAX - 1. */
+#define QEL_FUN_ID_MAX 2u
+
+/** A registered function; its user casts it to the type that the two sides agreed on. */
+typedef void (*QelFun)(void);
+
+/**
+ * Publishes a function.
+ *
+ * @param funId 0 or 1
+ * @param f     not null
+ */
+void qelFun_reg(uint32_t funId, QelFun f);
+
+/**
+ * Takes a function back.
+ *
+ * @param funId 0 or 1
+ */
+void qelFun_dereg(uint32_t funId);
+
+/**
+ * @param funId 0 or 1
+ * @return the function, or null when there is none.
+ */
+QelFun qelFun_get(uint32_t funId);
 
 #ifdef __cplusplus
 }

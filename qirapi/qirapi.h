@@ -34,6 +34,8 @@
 #include "qirapi/public/dumps.h"
 #include "qirapi/public/filters.h"
 #include "qirapi/public/flows.h"
+#include "qirapi/public/ports.h"
+#include "qirapi/public/rate_limiters.h"
 #include "qirapi/public/system.h"
 #include "qirapi/public/tables.h"
 

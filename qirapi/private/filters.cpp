@@ -284,7 +284,8 @@ u32 Get_Filter(const Fcb *fcb_p, void *filter_p, u32 type, u8 size, u8 *elemCoun
             overflow = true;
             return false;
         }
-        memcpy(static_cast<u8 *>(filter_p) + *elemCount_p * recordSize, node->req, recordSize);
+        memcpy(static_cast<u8 *>(filter_p) + static_cast<size_t>(*elemCount_p) * recordSize, node->req,
+               recordSize);
         ++*elemCount_p;
         return true;
     });

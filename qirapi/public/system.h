@@ -11,30 +11,6 @@
 extern "C" {
 #endif
 
-/** TPIDs of a port, 12 bytes. */
-typedef struct {
-    uint32_t portId;  /**< source port, 0 to 8 */
-    uint16_t tpid[4]; /**< the TPIDs recognised on the port, ix 0 to 3 */
-} TpidCfg;
-
-/** TCI configuration of a rate-limiter direction, 4 bytes. */
-typedef struct {
-    uint16_t tci[2]; /**< the two halves */
-} RlTciCfg;
-
-/** Configuration of a rate limiter, 16 bytes. */
-typedef struct {
-    uint32_t tci;     /**< TCI value of the limiter, any */
-    uint32_t cirRate; /**< committed rate: 0 to 8064 in unit 0, 0 to 1000 in unit 1 */
-    uint32_t cirUnit; /**< unit of the rate, 0 or 1 */
-    uint32_t cbs;     /**< committed burst size, any */
-} RlEnt;
-
-enum {
-    QIR_RLDIR_MAX = 2,   /**< rate-limiter directions */
-    QIR_RLINDEX_MAX = 16 /**< rate limiters of one direction */
-};
-
 /**
  * Brings the library to its initial state: log module 12 at level 1, section 1 with all 512 flows, all
  * tables, flows and rate limiters free. Call it once before anything else; a second call forgets every

@@ -1,0 +1,140 @@
+/**
+ * @file
+ * Rate limiters: a switch-wide enable, a TCI configuration for each direction, and 16 limiters in each of
+ * the two directions. Include qirapi/qirapi.h.
+ *
+ * A limiter is allocated, configured and activated; the hardware learns its configuration at activation.
+ * Codes that the operations share: e_RET_ERR_INVALID_RLINDEX (69) index 16 or more, e_RET_ERR_INVALID_RLDIR
+ * (70) direction 2 or more, 1 when the driver failed. Allocation, release, activation and deactivation check
+ * the index first; configuration and its read-back check the direction first.
+ */
+#ifndef QIRAPI_PUBLIC_RATE_LIMITERS_H
+#define QIRAPI_PUBLIC_RATE_LIMITERS_H
+
+#include "qirapi/public/codes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+    QIR_RLDIR_MAX = 2,           /**< directions */
+    QIR_RLINDEX_MAX = 16,        /**< limiters of one direction */
+    QIR_RLSTATUS_MAX = 2,        /**< status 0 disabled, 1 enabled */
+    QIR_RLUNIT_MAX = 2,          /**< rate units 0 and 1 */
+    QIR_RLRATE_UNIT0_MAX = 8065, /**< rates 0 to 8064 in unit 0 */
+    QIR_RLRATE_UNIT1_MAX = 1001  /**< rates 0 to 1000 in unit 1 */
+};
+
+/** TCI configuration of a direction, 4 bytes. */
+typedef struct {
+    uint16_t tci[2]; /**< the two halves */
+} RlTciCfg;
+
+/** Configuration of a rate limiter, 16 bytes. */
+typedef struct {
+    uint32_t tci;     /**< TCI value of the limiter, any */
+    uint32_t cirRate; /**< committed rate: 0 to 8064 in unit 0, 0 to 1000 in unit 1 */
+    uint32_t cirUnit; /**< unit of the rate, 0 or 1 */
+    uint32_t cbs;     /**< committed burst size, any */
+} RlEnt;
+
+/**
+ * Enables or disables rate limiting.
+ *
+ * @param rlStatus 0 or 1
+ * @return in this order: e_RET_ERR_INVALID_RLSTATUS (68); e_RET_ERR_RESRC_ALREADY_ACTIVE (15) enabled
+ *         already; e_RET_ERR_RESRC_NOT_ACTIVE (14) disabled already; 1.
+ */
+uint32_t QIR_Set_RLStatus(uint32_t rlStatus);
+
+/**
+ * Reads whether rate limiting is enabled.
+ *
+ * @param rlStatus_p out: 0 or 1
+ * @return 0; e_RET_ERR_NULL_PTR (2).
+ */
+uint32_t QIR_Get_RLStatus(uint32_t *rlStatus_p);
+
+/**
+ * Sets the TCI configuration of a direction.
+ *
+ * @param rlDir    0 or 1
+ * @param rlTciCfg by value
+ * @return 0; 70; 1.
+ */
+uint32_t QIR_Set_RLTciCfg(uint32_t rlDir, RlTciCfg rlTciCfg);
+
+/**
+ * Reads the TCI configuration of a direction.
+ *
+ * @param rlDir      0 or 1
+ * @param rlTciCfg_p out
+ * @return in this order: 70; e_RET_ERR_NULL_PTR (2).
+ */
+uint32_t QIR_Get_RLTciCfg(uint32_t rlDir, RlTciCfg *rlTciCfg_p);
+
+/**
+ * Allocates a limiter and clears its configuration.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @return in this order: 69; 70; e_RET_ERR_RESRC_UNAVAIL (12) not free.
+ */
+uint32_t QIR_Alloc_RL(uint32_t rlDir, uint32_t rlIndex);
+
+/**
+ * Frees a limiter, whether or not it was allocated.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @return in this order: 69; 70; e_RET_ERR_RESRC_BUSY (13) ACTIVE.
+ */
+uint32_t QIR_Free_RL(uint32_t rlDir, uint32_t rlIndex);
+
+/**
+ * Configures a limiter that is not ACTIVE. A free limiter can be configured directly, which takes it into
+ * use.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @param rlEnt   by value
+ * @return in this order: 70; 69; e_RET_ERR_INVALID_RLUNIT (71); e_RET_ERR_INVALID_RLRATE (72);
+ *         e_RET_ERR_STATE_ALREADY_ACTIVE (19) ACTIVE.
+ */
+uint32_t QIR_Set_RL(uint32_t rlDir, uint32_t rlIndex, RlEnt rlEnt);
+
+/**
+ * Reads the configuration of a limiter that is CFG or ACTIVE.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @param rlEnt_p out
+ * @return in this order: 70; 69; e_RET_ERR_NULL_PTR (2); e_RET_ERR_STATE_NOTCFG (17).
+ */
+uint32_t QIR_Get_RL(uint32_t rlDir, uint32_t rlIndex, RlEnt *rlEnt_p);
+
+/**
+ * Hands a configured limiter to the driver.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @return in this order: 69; 70; e_RET_ERR_STATE_ALREADY_ACTIVE (19); e_RET_ERR_STATE_NOTCFG (17); 1, and
+ *         the limiter stays CFG.
+ */
+uint32_t QIR_Activate_RL(uint32_t rlDir, uint32_t rlIndex);
+
+/**
+ * Takes a limiter out of the hardware.
+ *
+ * @param rlDir   0 or 1
+ * @param rlIndex 0 to 15
+ * @return in this order: 69; 70; e_RET_ERR_RESRC_NOT_ACTIVE (14); 1, and the limiter stays ACTIVE.
+ */
+uint32_t QIR_Deactivate_RL(uint32_t rlDir, uint32_t rlIndex);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
