@@ -81,11 +81,50 @@ void AssertOperator(const char *fn, u32 cmpOp, const u8 *cmpOpCurCnt_p) {
     QEL_ASSERT_AS(fn, cmpOpCurCnt_p != nullptr, "(cmpOpCurCnt_p != NULL)");
 }
 
-void DumpEntries(const u16 *row, u32 firstType, u32 endType) {
-    for (u32 type = firstType; type < endType; ++type) {
-        printf(" <0x%.4x>", row[type]);
+// One row of a dependency table's dump: its label, the table's row and the types shown.
+struct DumpRow {
+    const char *label;
+    u32 hdr;
+    u32 firstType;
+    u32 endType;
+};
+
+template <u32 NumHdrs, u32 NumRows>
+void DumpDepTable(const char *title, const u16 (&table)[NumHdrs][QIR_HDR_FILT_MAX],
+                  const DumpRow (&rows)[NumRows]) {
+    puts(title);
+    puts("Hdr                         Type");
+    for (const DumpRow &row : rows) {
+        printf("\n%s", row.label);
+        for (u32 type = row.firstType; type < row.endType; ++type) {
+            printf(" <0x%.4x>", table[row.hdr][type]);
+        }
     }
+    putchar('\n');
+    puts("----------------------------------------------");
 }
+
+// Of the four VLAN rows only the first is shown; the MPLS row shows three entries of the fill.
+constexpr DumpRow kFilterDumpRows[] = {
+    {"ETH   <0>", e_FLOWHDR_ETH, 0, e_ETH_FILT_MAX},     {"VLAN1 <1>", e_FLOWHDR_VLAN0, 0, e_VLAN_FILT_MAX},
+    {"PPPOE <5>", e_FLOWHDR_PPPOE, 0, e_PPPOE_FILT_MAX}, {"MPLS  <6>", e_FLOWHDR_MPLS, 0, 3},
+    {"IPv4  <7>", e_FLOWHDR_IPV4, 0, e_IPV4_FILT_MAX},
+};
+constexpr DumpRow kL4FilterDumpRows[] = {
+    {"TCP   <0>", e_L4FLOWHDR_TCP, 0, e_TCP_FILT_MAX},
+    {"UDP   <1>", e_L4FLOWHDR_UDP, 0, e_UDP_FILT_MAX},
+};
+constexpr DumpRow kActionDumpRows[] = {
+    {"ETH   <0>", e_FLOWHDR_ETH, 0, e_ETH_ACTION_MAX},
+    {"VLAN1 <1>", e_FLOWHDR_VLAN0, 0, e_VLAN_ACTION_MAX},
+    {"PPPOE <5>", e_FLOWHDR_PPPOE, 0, e_PPPOE_ACTION_MAX},
+    {"MPLS  <6>", e_FLOWHDR_MPLS, 0, 3},
+    {"IPv4  <7>", e_FLOWHDR_IPV4, e_IPV4_ACTION_SA, e_IPV4_ACTION_MAX}, // the first type is left out
+};
+constexpr DumpRow kL4ActionDumpRows[] = {
+    {"TCP   <0>", e_L4FLOWHDR_TCP, 0, e_TCP_ACTION_MAX},
+    {"UDP   <1>", e_L4FLOWHDR_UDP, 0, e_UDP_ACTION_MAX},
+};
 
 } // namespace
 
@@ -181,67 +220,24 @@ void Dump_CmpOp(u32 cmpOp) {
     puts(", ");
 }
 
-// The MPLS row of both dumps shows three entries of the fill.
-
 void Dump_FilterDepBmapTbl() {
-    const auto &table = qirCtxt_gp->filterDepBmapTbl;
-    puts("--------- Filter Dep Bitmap Table ------------");
-    puts("Hdr                         Type");
-    printf("\nETH   <%u>", e_FLOWHDR_ETH);
-    DumpEntries(table[e_FLOWHDR_ETH], 0, e_ETH_FILT_MAX);
-    printf("\nVLAN%u <%u>", e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0);
-    DumpEntries(table[e_FLOWHDR_VLAN0], 0, e_VLAN_FILT_MAX);
-    printf("\nPPPOE <%u>", e_FLOWHDR_PPPOE);
-    DumpEntries(table[e_FLOWHDR_PPPOE], 0, e_PPPOE_FILT_MAX);
-    printf("\nMPLS  <%u>", e_FLOWHDR_MPLS);
-    DumpEntries(table[e_FLOWHDR_MPLS], 0, 3);
-    printf("\nIPv4  <%u>", e_FLOWHDR_IPV4);
-    DumpEntries(table[e_FLOWHDR_IPV4], 0, e_IPV4_FILT_MAX);
-    putchar('\n');
-    puts("----------------------------------------------");
+    DumpDepTable("--------- Filter Dep Bitmap Table ------------", qirCtxt_gp->filterDepBmapTbl,
+                 kFilterDumpRows);
 }
 
 void Dump_L4FilterDepBmapTbl() {
-    const auto &table = qirCtxt_gp->l4FilterDepBmapTbl;
-    puts("--------- L4Filter Dep Bitmap Table ------------");
-    puts("Hdr                         Type");
-    printf("\nTCP   <%u>", e_L4FLOWHDR_TCP);
-    DumpEntries(table[e_L4FLOWHDR_TCP], 0, e_TCP_FILT_MAX);
-    printf("\nUDP   <%u>", e_L4FLOWHDR_UDP);
-    DumpEntries(table[e_L4FLOWHDR_UDP], 0, e_UDP_FILT_MAX);
-    putchar('\n');
-    puts("----------------------------------------------");
+    DumpDepTable("--------- L4Filter Dep Bitmap Table ------------", qirCtxt_gp->l4FilterDepBmapTbl,
+                 kL4FilterDumpRows);
 }
 
 void Dump_ActionDepBmapTbl() {
-    const auto &table = qirCtxt_gp->actionDepBmapTbl;
-    puts("--------- Action Dep Bitmap Table ------------");
-    puts("Hdr                         Type");
-    printf("\nETH   <%u>", e_FLOWHDR_ETH);
-    DumpEntries(table[e_FLOWHDR_ETH], 0, e_ETH_ACTION_MAX);
-    printf("\nVLAN%u <%u>", e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0);
-    DumpEntries(table[e_FLOWHDR_VLAN0], 0, e_VLAN_ACTION_MAX);
-    printf("\nPPPOE <%u>", e_FLOWHDR_PPPOE);
-    DumpEntries(table[e_FLOWHDR_PPPOE], 0, e_PPPOE_ACTION_MAX);
-    printf("\nMPLS  <%u>", e_FLOWHDR_MPLS);
-    DumpEntries(table[e_FLOWHDR_MPLS], 0, 3);
-    // The first IPv4 type is left out here.
-    printf("\nIPv4  <%u>", e_FLOWHDR_IPV4);
-    DumpEntries(table[e_FLOWHDR_IPV4], e_IPV4_ACTION_SA, e_IPV4_ACTION_MAX);
-    putchar('\n');
-    puts("----------------------------------------------");
+    DumpDepTable("--------- Action Dep Bitmap Table ------------", qirCtxt_gp->actionDepBmapTbl,
+                 kActionDumpRows);
 }
 
 void Dump_L4ActionDepBmapTbl() {
-    const auto &table = qirCtxt_gp->l4ActionDepBmapTbl;
-    puts("--------- L4Action Dep Bitmap Table ------------");
-    puts("Hdr                         Type");
-    printf("\nTCP   <%u>", e_L4FLOWHDR_TCP);
-    DumpEntries(table[e_L4FLOWHDR_TCP], 0, e_TCP_ACTION_MAX);
-    printf("\nUDP   <%u>", e_L4FLOWHDR_UDP);
-    DumpEntries(table[e_L4FLOWHDR_UDP], 0, e_UDP_ACTION_MAX);
-    putchar('\n');
-    puts("----------------------------------------------");
+    DumpDepTable("--------- L4Action Dep Bitmap Table ------------", qirCtxt_gp->l4ActionDepBmapTbl,
+                 kL4ActionDumpRows);
 }
 
 } // namespace qir
