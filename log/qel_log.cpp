@@ -16,8 +16,8 @@ QelModInfo modInfo[QEL_LOG_ID_MAX + kSpareRows] = {
     {12, "orxapi", 1, 0},  {13, "qmgr", 1, 0},     {14, "bufmgr", 1, 0},  {15, "sched", 1, 0},
     {16, "dma", 1, 0},     {17, "tod", 1, 0},      {18, "voip", 1, 0},    {19, "igmp", 1, 0},
     {20, "optics", 1, 0},  {21, "watchdog", 1, 0}, {22, "reset", 1, 0},   {23, "power", 1, 0},
-    {24, "spare24", 0, 0}, {25, "spare25", 0, 0},  {26, "spare26", 0, 0}, {27, "spare27", 0, 0},
-    {28, "spare28", 0, 0}, {29, "spare29", 0, 0},  {30, "spare30", 0, 0}, {31, "spare31", 0, 0},
+    {24, "spare24", 1, 0}, {25, "spare25", 1, 0},  {26, "spare26", 1, 0}, {27, "spare27", 1, 0},
+    {28, "spare28", 1, 0}, {29, "spare29", 1, 0},  {30, "spare30", 1, 0}, {31, "spare31", 1, 0},
 };
 
 uint32_t globalLogLevel = 3;

@@ -41,13 +41,14 @@ void getPacTblCfg(const PacTblInfo *tbl_p, PacTblCfg *cfg_p);
 void setPacTblEntry(PacTblInfo *tbl_p, u8 pbits, const PacTblCfg *ent_p);
 void getPacTblEntry(const PacTblInfo *tbl_p, u8 pbits, PacTblCfg *ent_p);
 
-// Printers; none of them ends its line, each leaves a blank behind what it printed.
-void Dump_Status(u32 status);                // <e_STATUS_FREE>
-void Dump_IP(u32 ip);                        // <10.0.0.1>
-void Dump_CidrIP(u32 ip, u32 prefixLen);     // <10.0.0.0> </8>
-void Dump_MAC(const u8 *mac_p);              // <0x00:11:22:33:44:55>
-void Dump_AsTableCfg(const AsTblCfg *cfg_p); //   srcPortMask<0x 5>, with its line end
+// Printers of single values: none ends its line, each leaves a blank behind what it printed.
+void Dump_Status(u32 status);            // <e_STATUS_FREE>
+void Dump_IP(u32 ip);                    // <10.0.0.1>
+void Dump_CidrIP(u32 ip, u32 prefixLen); // <10.0.0.0> </8>
+void Dump_MAC(const u8 *mac_p);          // <0x00:11:22:33:44:55>
 void Dump_AsTableEntry(const AsEnt *ent_p);
+// Printers of whole lines.
+void Dump_AsTableCfg(const AsTblCfg *cfg_p);
 void Dump_AsTable(const AsTblInfo *tbl_p);
 
 } // namespace qir

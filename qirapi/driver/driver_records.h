@@ -56,6 +56,8 @@ struct GblRecord {
     u32 flowMissAction;
 };
 QIR_PIN_SIZE(GblRecord, 8);
+QIR_PIN_FIELD(GblRecord, cfgType, 0);
+QIR_PIN_FIELD(GblRecord, flowMissAction, 4);
 
 constexpr u32 kPortCfgDefAcl = 1;
 constexpr u32 kPortCfgTpid = 2;
@@ -74,6 +76,7 @@ struct PortRecord {
     } pad;
 };
 QIR_PIN_SIZE(PortRecord, 32);
+QIR_PIN_FIELD(PortRecord, cfgType, 0);
 QIR_PIN_FIELD(PortRecord, defAcl.srcPort, 4);
 QIR_PIN_FIELD(PortRecord, defAcl.aclType, 8);
 QIR_PIN_FIELD(PortRecord, tpid, 12);
@@ -91,6 +94,7 @@ using PacTblRecord = TblRecord<PacTblInfo>;
 QIR_PIN_SIZE(AsTblRecord, 472);
 QIR_PIN_SIZE(DscpTblRecord, 92);
 QIR_PIN_SIZE(PacTblRecord, 272);
+QIR_PIN_FIELD(AsTblRecord, index, 0);
 QIR_PIN_FIELD(AsTblRecord, tbl, 4);
 QIR_PIN_FIELD(DscpTblRecord, tbl, 4);
 QIR_PIN_FIELD(PacTblRecord, tbl, 4);
@@ -114,6 +118,7 @@ struct HitsRecord {
     FcbHits hits;
 };
 QIR_PIN_SIZE(HitsRecord, 40);
+QIR_PIN_FIELD(HitsRecord, flowIdx, 0);
 QIR_PIN_FIELD(HitsRecord, hits, 4);
 
 struct RlStatusRecord {
@@ -147,6 +152,7 @@ struct FwdRecord {
     FwdInfo fwdInfo;
 };
 QIR_PIN_SIZE(FwdRecord, 72);
+QIR_PIN_FIELD(FwdRecord, flowIdx, 0);
 QIR_PIN_FIELD(FwdRecord, fwdInfo, 4);
 
 } // namespace qir

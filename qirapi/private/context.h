@@ -19,6 +19,8 @@ struct RlSlot {
     RlEnt ent;
     u32 state; // e_STATUS_*
 };
+QIR_PIN_SIZE(RlSlot, 20);
+QIR_PIN_FIELD(RlSlot, state, 16);
 
 struct QirCtxt {
     struct {

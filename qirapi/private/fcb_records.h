@@ -9,7 +9,8 @@
 #ifndef QIRAPI_PRIVATE_FCB_RECORDS_H
 #define QIRAPI_PRIVATE_FCB_RECORDS_H
 
-#include "qirapi/private/public_layout.h"
+#include "qirapi/private/types.h"
+#include "qirapi/qirapi.h"
 
 namespace qir {
 

@@ -9,7 +9,7 @@
 #define QIRAPI_PRIVATE_REPORT_H
 
 #include "log/log_lines.h"
-#include "qirapi/private/layout.h"
+#include "qirapi/private/types.h"
 #include "qirapi/public/codes.h"
 
 #define QIR_ERR_AS(fn, ...) QEL_LOG_ERROR_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)

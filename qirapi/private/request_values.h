@@ -5,7 +5,7 @@
 #ifndef QIRAPI_PRIVATE_REQUEST_VALUES_H
 #define QIRAPI_PRIVATE_REQUEST_VALUES_H
 
-#include "qirapi/private/layout.h"
+#include "qirapi/private/types.h"
 
 namespace qir {
 

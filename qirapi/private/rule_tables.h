@@ -9,7 +9,7 @@
 #ifndef QIRAPI_PRIVATE_RULE_TABLES_H
 #define QIRAPI_PRIVATE_RULE_TABLES_H
 
-#include "qirapi/private/layout.h"
+#include "qirapi/private/types.h"
 #include "qirapi/qirapi.h"
 
 namespace qir {

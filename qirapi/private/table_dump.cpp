@@ -46,7 +46,7 @@ void Dump_PacTable(u8 pacTblIdx) {
     printf("Hdl<%u> ", tbl.hdl.f1.id);
     printf("RefCnt<%u> \n", tbl.refCnt);
     puts("Configuration: ");
-    // The configuration's own raw actions are left out: they stand in the entries.
+    // Of the configuration's raw actions nothing is shown.
     printf(" ovrd<0x%02x> dstGemPort<%u> dstQid<%u>\n", tbl.cfg.ovrd, tbl.cfg.dstGemPort, tbl.cfg.dstQid);
     puts("Table: ");
     printf("                                     <------- Raw Actions ");

@@ -6,7 +6,8 @@
 #ifndef QIRAPI_PRIVATE_TABLE_RECORDS_H
 #define QIRAPI_PRIVATE_TABLE_RECORDS_H
 
-#include "qirapi/private/public_layout.h"
+#include "qirapi/private/types.h"
+#include "qirapi/qirapi.h"
 
 namespace qir {
 
@@ -20,6 +21,7 @@ struct AsEntSlot {
     u32 status; // FREE or ALLOC
 };
 QIR_PIN_SIZE(AsEntSlot, 56);
+QIR_PIN_FIELD(AsEntSlot, ent, 0);
 QIR_PIN_FIELD(AsEntSlot, status, 52);
 
 struct AsTblInfo {
@@ -61,6 +63,7 @@ struct EpEntSlot {
     u8 spare[6];
 };
 QIR_PIN_SIZE(EpEntSlot, 8);
+QIR_PIN_FIELD(EpEntSlot, ent, 0);
 
 struct EpTblInfo {
     EpTblHdl hdl;

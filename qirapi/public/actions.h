@@ -23,6 +23,7 @@
 #include "qirapi/public/codes.h"
 #include "qirapi/public/filters.h"
 #include "qirapi/public/flows.h"
+#include "qirapi/public/layout.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -86,6 +87,10 @@ typedef struct {
         uint32_t words[3];
     } val;
 } EthAction;
+QIR_PIN_SIZE(EthAction, 20);
+QIR_PIN_FIELD(EthAction, op, 0);
+QIR_PIN_FIELD(EthAction, type, 4);
+QIR_PIN_FIELD(EthAction, val, 8);
 
 /** VLAN action request, 16 bytes: op 0, type 4, value 8, toTagNum 12. */
 typedef struct {
@@ -102,6 +107,11 @@ typedef struct {
     } val;
     uint32_t toTagNum; /**< tag, 0 outer or 1 inner */
 } VlanAction;
+QIR_PIN_SIZE(VlanAction, 16);
+QIR_PIN_FIELD(VlanAction, op, 0);
+QIR_PIN_FIELD(VlanAction, type, 4);
+QIR_PIN_FIELD(VlanAction, val, 8);
+QIR_PIN_FIELD(VlanAction, toTagNum, 12);
 
 /** PPPoE action request, 12 bytes: op 0, type 4, value 8. */
 typedef struct {
@@ -109,6 +119,10 @@ typedef struct {
     uint32_t type; /**< 0 */
     uint32_t val;  /**< stored and returned */
 } PppoeAction;
+QIR_PIN_SIZE(PppoeAction, 12);
+QIR_PIN_FIELD(PppoeAction, op, 0);
+QIR_PIN_FIELD(PppoeAction, type, 4);
+QIR_PIN_FIELD(PppoeAction, val, 8);
 
 /** IPv4 action request, 16 bytes: op 0, type 4, value 8. */
 typedef struct {
@@ -120,6 +134,10 @@ typedef struct {
         uint8_t dscp;
     } val;
 } Ipv4Action;
+QIR_PIN_SIZE(Ipv4Action, 16);
+QIR_PIN_FIELD(Ipv4Action, op, 0);
+QIR_PIN_FIELD(Ipv4Action, type, 4);
+QIR_PIN_FIELD(Ipv4Action, val, 8);
 
 /** TCP action request, 12 bytes: op 0, type 4, value 8. */
 typedef struct {
@@ -130,6 +148,10 @@ typedef struct {
         uint32_t word;
     } val;
 } TcpAction;
+QIR_PIN_SIZE(TcpAction, 12);
+QIR_PIN_FIELD(TcpAction, op, 0);
+QIR_PIN_FIELD(TcpAction, type, 4);
+QIR_PIN_FIELD(TcpAction, val, 8);
 
 /** UDP action request, 12 bytes: op 0, type 4, value 8. */
 typedef struct {
@@ -140,6 +162,10 @@ typedef struct {
         uint32_t word;
     } val;
 } UdpAction;
+QIR_PIN_SIZE(UdpAction, 12);
+QIR_PIN_FIELD(UdpAction, op, 0);
+QIR_PIN_FIELD(UdpAction, type, 4);
+QIR_PIN_FIELD(UdpAction, val, 8);
 
 /**
  * Adds an Ethernet action to a flow. At most two tags in total, matched plus pushed; no more pops than tags.

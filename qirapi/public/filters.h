@@ -25,6 +25,7 @@
 
 #include "qirapi/public/codes.h"
 #include "qirapi/public/flows.h"
+#include "qirapi/public/layout.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -130,6 +131,11 @@ typedef struct {
         uint8_t bytes[24];
     } val;
 } EthFilter;
+QIR_PIN_SIZE(EthFilter, 36);
+QIR_PIN_FIELD(EthFilter, op, 0);
+QIR_PIN_FIELD(EthFilter, type, 4);
+QIR_PIN_FIELD(EthFilter, cmpOp, 8);
+QIR_PIN_FIELD(EthFilter, val, 12);
 
 /** VLAN filter request, 24 bytes: op 0, toTagNum 4, type 8, cmpOp 12, value 16, second value 20. */
 typedef struct {
@@ -147,6 +153,13 @@ typedef struct {
     } val;
     uint32_t val2; /**< stored and returned */
 } VlanFilter;
+QIR_PIN_SIZE(VlanFilter, 24);
+QIR_PIN_FIELD(VlanFilter, op, 0);
+QIR_PIN_FIELD(VlanFilter, toTagNum, 4);
+QIR_PIN_FIELD(VlanFilter, type, 8);
+QIR_PIN_FIELD(VlanFilter, cmpOp, 12);
+QIR_PIN_FIELD(VlanFilter, val, 16);
+QIR_PIN_FIELD(VlanFilter, val2, 20);
 
 /** PPPoE filter request, 16 bytes: op 0, type 4, cmpOp 8, value 12. */
 typedef struct {
@@ -162,6 +175,11 @@ typedef struct {
         uint32_t word;
     } val;
 } PppoeFilter;
+QIR_PIN_SIZE(PppoeFilter, 16);
+QIR_PIN_FIELD(PppoeFilter, op, 0);
+QIR_PIN_FIELD(PppoeFilter, type, 4);
+QIR_PIN_FIELD(PppoeFilter, cmpOp, 8);
+QIR_PIN_FIELD(PppoeFilter, val, 12);
 
 /** IPv4 filter request, 28 bytes: op 0, type 4, cmpOp 8, value 12, second value 20. */
 typedef struct {
@@ -185,6 +203,12 @@ typedef struct {
         uint8_t bytes[8];
     } val2;
 } Ipv4Filter;
+QIR_PIN_SIZE(Ipv4Filter, 28);
+QIR_PIN_FIELD(Ipv4Filter, op, 0);
+QIR_PIN_FIELD(Ipv4Filter, type, 4);
+QIR_PIN_FIELD(Ipv4Filter, cmpOp, 8);
+QIR_PIN_FIELD(Ipv4Filter, val, 12);
+QIR_PIN_FIELD(Ipv4Filter, val2, 20);
 
 /** TCP filter request, 16 bytes: op 0, type 4, cmpOp 8, value 12. */
 typedef struct {
@@ -198,6 +222,11 @@ typedef struct {
         uint32_t word;
     } val;
 } TcpFilter;
+QIR_PIN_SIZE(TcpFilter, 16);
+QIR_PIN_FIELD(TcpFilter, op, 0);
+QIR_PIN_FIELD(TcpFilter, type, 4);
+QIR_PIN_FIELD(TcpFilter, cmpOp, 8);
+QIR_PIN_FIELD(TcpFilter, val, 12);
 
 /** UDP filter request, 16 bytes: op 0, type 4, cmpOp 8, value 12. */
 typedef struct {
@@ -209,6 +238,11 @@ typedef struct {
         uint32_t word;
     } val;
 } UdpFilter;
+QIR_PIN_SIZE(UdpFilter, 16);
+QIR_PIN_FIELD(UdpFilter, op, 0);
+QIR_PIN_FIELD(UdpFilter, type, 4);
+QIR_PIN_FIELD(UdpFilter, cmpOp, 8);
+QIR_PIN_FIELD(UdpFilter, val, 12);
 
 /**
  * Adds an Ethernet filter to a flow.

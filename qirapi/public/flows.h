@@ -5,13 +5,14 @@
  *
  * A flow is one rule of the classifier, kept in a flow control block (FCB) and named by a handle whose
  * `f1.id` is the FCB's index. Codes that every flow operation shares: e_RET_ERR_NULL_PTR (2) for a null
- * pointer, e_RET_ERR_INVALID_HDL (3) when `f1.id` is 512 or more or the FCB is free. A configuration call on
- * an ACTIVE flow fails with e_RET_ERR_STATE_NOTCFG (17).
+ * pointer, e_RET_ERR_INVALID_HDL (3) when `f1.id` is 512 or more or the FCB is free. On an ACTIVE flow the
+ * operations that set something fail with e_RET_ERR_STATE_NOTCFG (17); its destinations can be changed.
  */
 #ifndef QIRAPI_PUBLIC_FLOWS_H
 #define QIRAPI_PUBLIC_FLOWS_H
 
 #include "qirapi/public/codes.h"
+#include "qirapi/public/layout.h"
 #include "qirapi/public/tables.h"
 
 #ifdef __cplusplus
@@ -31,6 +32,7 @@ typedef union {
 #endif
     } f1;
 } FlowHdl;
+QIR_PIN_SIZE(FlowHdl, 4);
 
 /** Blocks of a flow. */
 enum QirBlkType {
@@ -61,6 +63,9 @@ typedef struct {
     uint32_t blk;     /**< block, e_BLKTYPE_* */
     uint32_t flowHdr; /**< header, e_FLOWHDR_* */
 } FlowHdr;
+QIR_PIN_SIZE(FlowHdr, 8);
+QIR_PIN_FIELD(FlowHdr, blk, 0);
+QIR_PIN_FIELD(FlowHdr, flowHdr, 4);
 
 /** Address-screening override of a flow. */
 enum QirAsOverride { e_AS_OVERRIDE_DISABLE = 0, e_AS_OVERRIDE_ENABLE = 1, e_AS_OVERRIDE_MAX = 2 };
@@ -90,6 +95,11 @@ typedef struct {
     uint8_t rsvd[3];                    /**< copied, otherwise unused */
     uint32_t portMask;                  /**< destination ports, bit p = port p */
 } DstMask;
+QIR_PIN_SIZE(DstMask, 52);
+QIR_PIN_FIELD(DstMask, gemQid, 0);
+QIR_PIN_FIELD(DstMask, gemPortIdxMask, 32);
+QIR_PIN_FIELD(DstMask, portQid, 36);
+QIR_PIN_FIELD(DstMask, portMask, 48);
 
 /**
  * Forwarding record, 68 bytes, sent to the driver as it is.
@@ -105,12 +115,21 @@ typedef struct {
     DstMask dst;        /**< destination */
     uint32_t fwdAction; /**< e_FWD_ACTION_* bits, below 8 */
 } FwdInfo;
+QIR_PIN_SIZE(FwdInfo, 68);
+QIR_PIN_FIELD(FwdInfo, flowPrio, 0);
+QIR_PIN_FIELD(FwdInfo, src.gemPortIdxMask, 4);
+QIR_PIN_FIELD(FwdInfo, src.portMask, 8);
+QIR_PIN_FIELD(FwdInfo, dst, 12);
+QIR_PIN_FIELD(FwdInfo, fwdAction, 64);
 
 /** Hit counters of a flow, 36 bytes. */
 typedef struct {
     uint32_t numFlows; /**< hardware flows behind this flow */
     uint32_t hits[8];  /**< hit counters */
 } FcbHits;
+QIR_PIN_SIZE(FcbHits, 36);
+QIR_PIN_FIELD(FcbHits, numFlows, 0);
+QIR_PIN_FIELD(FcbHits, hits, 4);
 
 /**
  * Allocates the FCB with the lowest free index and counts it in its section. The section's budget is not

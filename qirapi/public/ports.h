@@ -10,6 +10,7 @@
 #define QIRAPI_PUBLIC_PORTS_H
 
 #include "qirapi/public/codes.h"
+#include "qirapi/public/layout.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -28,6 +29,9 @@ typedef struct {
     uint32_t portId;  /**< source port, 0 to 8 */
     uint16_t tpid[4]; /**< the TPIDs recognised on the port, ix 0 to 3; any */
 } TpidCfg;
+QIR_PIN_SIZE(TpidCfg, 12);
+QIR_PIN_FIELD(TpidCfg, portId, 0);
+QIR_PIN_FIELD(TpidCfg, tpid, 4);
 
 /**
  * Sets what happens to frames that match no flow.

@@ -12,6 +12,7 @@
 #define QIRAPI_PUBLIC_RATE_LIMITERS_H
 
 #include "qirapi/public/codes.h"
+#include "qirapi/public/layout.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -30,6 +31,8 @@ enum {
 typedef struct {
     uint16_t tci[2]; /**< the two halves */
 } RlTciCfg;
+QIR_PIN_SIZE(RlTciCfg, 4);
+QIR_PIN_FIELD(RlTciCfg, tci, 0);
 
 /** Configuration of a rate limiter, 16 bytes. */
 typedef struct {
@@ -38,6 +41,11 @@ typedef struct {
     uint32_t cirUnit; /**< unit of the rate, 0 or 1 */
     uint32_t cbs;     /**< committed burst size, any */
 } RlEnt;
+QIR_PIN_SIZE(RlEnt, 16);
+QIR_PIN_FIELD(RlEnt, tci, 0);
+QIR_PIN_FIELD(RlEnt, cirRate, 4);
+QIR_PIN_FIELD(RlEnt, cirUnit, 8);
+QIR_PIN_FIELD(RlEnt, cbs, 12);
 
 /**
  * Enables or disables rate limiting.

@@ -14,7 +14,8 @@ extern "C" {
 /**
  * Brings the library to its initial state: log module 12 at level 1, section 1 with all 512 flows, all
  * tables, flows and rate limiters free. Call it once before anything else; a second call forgets every
- * table, flow and budget without telling the driver. Port and system settings are not reset.
+ * table, flow and budget without telling the driver. Rate limiting is disabled; port and system settings and
+ * the TCI configurations of the rate limiters keep their values.
  *
  * @return 0
  */

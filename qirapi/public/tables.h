@@ -14,6 +14,7 @@
 #define QIRAPI_PUBLIC_TABLES_H
 
 #include "qirapi/public/codes.h"
+#include "qirapi/public/layout.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -35,24 +36,28 @@ typedef union {
     uint32_t word;
     QirTblHdlBits f1;
 } AsTblHdl;
+QIR_PIN_SIZE(AsTblHdl, 4);
 
 /** Handle of a DSCP-to-pbits table, index 0 to 5. */
 typedef union {
     uint32_t word;
     QirTblHdlBits f1;
 } DscpTblHdl;
+QIR_PIN_SIZE(DscpTblHdl, 4);
 
 /** Handle of an EP table, index 0 to 5. */
 typedef union {
     uint32_t word;
     QirTblHdlBits f1;
 } EpTblHdl;
+QIR_PIN_SIZE(EpTblHdl, 4);
 
 /** Handle of a PAC table, index 0 to 15. */
 typedef union {
     uint32_t word;
     QirTblHdlBits f1;
 } PacTblHdl;
+QIR_PIN_SIZE(PacTblHdl, 4);
 
 /** Whether a flow uses a table (flow operations). */
 enum QirTblStatus { e_TBLSTATUS_DISABLE = 0, e_TBLSTATUS_ENABLE = 1, e_TBLSTATUS_MAX = 2 };
@@ -63,6 +68,8 @@ enum QirTblStatus { e_TBLSTATUS_DISABLE = 0, e_TBLSTATUS_ENABLE = 1, e_TBLSTATUS
 typedef struct {
     uint32_t srcPortMask; /**< source ports the table applies to, bit n = port n; not 0 */
 } AsTblCfg;
+QIR_PIN_SIZE(AsTblCfg, 4);
+QIR_PIN_FIELD(AsTblCfg, srcPortMask, 0);
 
 /** Bits of AsEnt::aclMask: which fields take part in the match. */
 enum QirAsEntMask {
@@ -73,7 +80,7 @@ enum QirAsEntMask {
     AS_ENT_MASK_VLANTAG1 = 0x010,
     AS_ENT_MASK_DESTPORT = 0x020,
     AS_ENT_MASK_IPPROTO = 0x040,
-    AS_ENT_MASK_NONIP_A = 0x080, /**< non-IP entry: IP prefix, protocol and port are not looked at */
+    AS_ENT_MASK_NONIP_A = 0x080, /**< non-IP entry: prefix length, protocol and port are not checked */
     AS_ENT_MASK_NONIP_B = 0x100, /**< as AS_ENT_MASK_NONIP_A */
     AS_ENT_MASK_MAC_DA = 0x200
 };
@@ -95,6 +102,20 @@ typedef struct {
     uint32_t aclMask;     /**< AS_ENT_MASK_* bits; not 0; bits above 0x200 are not checked */
     uint32_t aclType;     /**< kind of the entry, 0 or 1 */
 } AsEnt;
+QIR_PIN_SIZE(AsEnt, 52);
+QIR_PIN_FIELD(AsEnt, macDA, 0);
+QIR_PIN_FIELD(AsEnt, macDAMask, 6);
+QIR_PIN_FIELD(AsEnt, macSA, 12);
+QIR_PIN_FIELD(AsEnt, macSAMask, 18);
+QIR_PIN_FIELD(AsEnt, ipAddr, 24);
+QIR_PIN_FIELD(AsEnt, ipPrefixLen, 28);
+QIR_PIN_FIELD(AsEnt, ethType, 32);
+QIR_PIN_FIELD(AsEnt, vlanTag0, 34);
+QIR_PIN_FIELD(AsEnt, vlanTag1, 36);
+QIR_PIN_FIELD(AsEnt, destPort, 38);
+QIR_PIN_FIELD(AsEnt, ipProto, 40);
+QIR_PIN_FIELD(AsEnt, aclMask, 44);
+QIR_PIN_FIELD(AsEnt, aclType, 48);
 
 /**
  * Allocates the AS table with the lowest free index. The new table has `srcPortMask` 0x5 and no entries.
@@ -125,8 +146,8 @@ uint32_t QIR_Activate_AsTable(AsTblHdl *asTblHdl_p);
  * Takes an AS table out of the hardware; its entries stay.
  *
  * @param asTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_STATE_NOT_ACTIVE (18) not ACTIVE; 1 the driver failed, and the table stays
- *         ACTIVE.
+ * @return 0; 2; 3; e_RET_ERR_STATE_NOT_ACTIVE (18) not ACTIVE; 1 the driver failed: the table stays
+ *         ACTIVE, but the driver's index of it is gone.
  */
 uint32_t QIR_Deactivate_AsTable(AsTblHdl *asTblHdl_p);
 
@@ -191,6 +212,9 @@ typedef struct {
     uint8_t pbits;    /**< default pbits, 0 to 7 */
     uint8_t rsvd[3];  /**< copied, otherwise unused */
 } DscpDefPbits;
+QIR_PIN_SIZE(DscpDefPbits, 8);
+QIR_PIN_FIELD(DscpDefPbits, srcPort, 0);
+QIR_PIN_FIELD(DscpDefPbits, pbits, 4);
 
 /** A range of DSCP values and their pbits, 4 bytes. */
 typedef struct {
@@ -199,6 +223,10 @@ typedef struct {
     uint8_t endDscp;   /**< last DSCP, `startDscp` to 63 */
     uint8_t pbits;     /**< 0 to 7 */
 } DscpMapping;
+QIR_PIN_SIZE(DscpMapping, 4);
+QIR_PIN_FIELD(DscpMapping, startDscp, 1);
+QIR_PIN_FIELD(DscpMapping, endDscp, 2);
+QIR_PIN_FIELD(DscpMapping, pbits, 3);
 
 /**
  * Allocates the DSCP-to-pbits table with the lowest free index.
@@ -229,8 +257,8 @@ uint32_t QIR_Activate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
  * Takes a DSCP-to-pbits table out of the hardware.
  *
  * @param dscpTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed, and the table stays
- *         ACTIVE.
+ * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed: the table stays
+ *         ACTIVE, but the driver's index of it is gone.
  */
 uint32_t QIR_Deactivate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
 
@@ -284,11 +312,17 @@ typedef struct {
     uint8_t mask[2]; /**< which bits of `val` apply */
     uint8_t rsvd[2]; /**< copied, otherwise unused */
 } PacRawAction;
+QIR_PIN_SIZE(PacRawAction, 12);
+QIR_PIN_FIELD(PacRawAction, type, 0);
+QIR_PIN_FIELD(PacRawAction, ofst, 4);
+QIR_PIN_FIELD(PacRawAction, size, 5);
+QIR_PIN_FIELD(PacRawAction, val, 6);
+QIR_PIN_FIELD(PacRawAction, mask, 8);
 
 /** Bits of PacTblCfg::ovrd. Any bit above 0x010 is refused. */
 enum QirPacOvrd {
     PAC_OVRD_HW_A = 0x001,         /**< accepted, no effect in the library */
-    PAC_OVRD_UNCHECKED = 0x002,    /**< the rest of the record is neither checked nor logged */
+    PAC_OVRD_UNCHECKED = 0x002,    /**< a setter neither checks nor logs the rest of the record */
     PAC_OVRD_DSTQID_A = 0x004,     /**< `dstQid` is in use */
     PAC_OVRD_DSTGEMPORT = 0x008,   /**< `dstGemPort` is in use */
     PAC_OVRD_DSTQID_B = 0x010,     /**< `dstQid` is in use */
@@ -302,6 +336,11 @@ typedef struct {
     uint8_t dstQid;            /**< egress queue, 0 to 7 */
     PacRawAction rawAction[2]; /**< raw rewrites, ix 0 and 1 */
 } PacTblCfg;
+QIR_PIN_SIZE(PacTblCfg, 28);
+QIR_PIN_FIELD(PacTblCfg, ovrd, 0);
+QIR_PIN_FIELD(PacTblCfg, dstGemPort, 2);
+QIR_PIN_FIELD(PacTblCfg, dstQid, 3);
+QIR_PIN_FIELD(PacTblCfg, rawAction, 4);
 
 /**
  * Allocates the PAC table with the lowest free index. Its eight entries are zero.
@@ -333,8 +372,8 @@ uint32_t QIR_Activate_PacTable(PacTblHdl *pacTblHdl_p);
  * Takes a PAC table out of the hardware.
  *
  * @param pacTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed, and the table stays
- *         ACTIVE.
+ * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed: the table stays
+ *         ACTIVE, but the driver's index of it is gone.
  */
 uint32_t QIR_Deactivate_PacTable(PacTblHdl *pacTblHdl_p);
 
@@ -386,11 +425,13 @@ uint32_t QIR_Get_PacTableEntry(PacTblHdl *pacTblHdl_p, uint8_t pbits, PacTblCfg 
 typedef struct {
     uint8_t opaque[4];
 } EpTblCfg;
+QIR_PIN_SIZE(EpTblCfg, 4);
 
 /** Entry of an EP table; its contents have no meaning yet. */
 typedef struct {
     uint8_t opaque[2];
 } EpEnt;
+QIR_PIN_SIZE(EpEnt, 2);
 
 /**
  * The EP operations are placeholders: each returns 0 at once, checks and logs nothing and writes nothing.
