@@ -18,8 +18,8 @@ u32 VlanTagOf(u32 flowHdr) {
     return flowHdr - e_FLOWHDR_VLAN0;
 }
 
-// The order rule on one bitmap. `trace` is called for every bit that a VLAN header tests, and once more for
-// the bit that is missing.
+// The order rule on one bitmap. `traceBit` is called for every bit that a VLAN header tests, `traceMissing`
+// then for the bit that is missing.
 template <class TraceBit, class TraceMissing>
 u32 ChkAllReqdHdr(const char *fn, u16 hdrBmap, u32 flowHdr, TraceBit traceBit, TraceMissing traceMissing) {
     switch (flowHdr) {

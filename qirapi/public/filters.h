@@ -5,7 +5,8 @@
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
  * flow is freed. The rules (which types exclude each other, which operators a type takes, how often) are
- * checked before the value, and what they recorded stays when the value is refused.
+ * checked before the value, and what they recorded stays when the value is refused. An ACTIVE flow takes
+ * filters too; the hardware learns of them at the next activation.
  *
  * Codes of every `QIR_Config_*Filter`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
  * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;

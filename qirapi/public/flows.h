@@ -74,7 +74,7 @@ enum QirAsOverride { e_AS_OVERRIDE_DISABLE = 0, e_AS_OVERRIDE_ENABLE = 1, e_AS_O
 enum QirFwdAction {
     e_FWD_ACTION_DROP = 1,       /**< drop the frame */
     e_FWD_ACTION_ARL_OVRD = 2,   /**< override the address table's decision */
-    e_FWD_ACTION_LRN_ENABLE = 4, /**< learn the source address */
+    e_FWD_ACTION_LRN_ENABLE = 4, /**< learning enabled */
     e_FWD_ACTION_MAX = 8         /**< bound */
 };
 
@@ -124,7 +124,7 @@ QIR_PIN_FIELD(FwdInfo, fwdAction, 64);
 
 /** Hit counters of a flow, 36 bytes. */
 typedef struct {
-    uint32_t numFlows; /**< hardware flows behind this flow */
+    uint32_t numFlows; /**< number of flows, as the driver counts them */
     uint32_t hits[8];  /**< hit counters */
 } FcbHits;
 QIR_PIN_SIZE(FcbHits, 36);
@@ -159,7 +159,8 @@ uint32_t QIR_Alloc_FCB_Specify_Index(uint32_t section, FlowHdl *flowHdl_p);
 uint32_t Is_Orx_free(uint32_t index);
 
 /**
- * Hands a flow to the driver.
+ * Hands a flow to the driver. The driver gets the address of the FCB as a 32-bit word: on a 64-bit machine link
+ * the program at a fixed place (-no-pie).
  *
  * @param flowHdl_p the flow
  * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15); e_RET_ERR_STATE_NOTCFG (17) nothing configured yet;
@@ -194,15 +195,17 @@ uint32_t QIR_Free_FCB(FlowHdl *flowHdl_p);
 uint32_t QIR_Get_FCBHits(FlowHdl *flowHdl_p, FcbHits *hits_p);
 
 /**
- * Allocates a header in a flow's filter or action block. A VLAN tag needs the Ethernet header and all lower
- * tags, PPPoE and IPv4 need the Ethernet header.
+ * Allocates a header in a flow's filter or action block and makes the flow CFG. A VLAN tag needs the Ethernet
+ * header and all lower tags, PPPoE and IPv4 need the Ethernet header. VLAN tags 2 and 3 have no entries of their
+ * own: they reset what the PPPoE and IPv4 headers keep.
  *
  * @param flowHdl_p the flow
  * @param hdr_p     block and header
  * @return in this order: 2; 3; e_RET_ERR_INVALID_BLOCKTYPE (43) block 3 or more; e_RET_ERR_INVALID_HDRTYPE
  *         (42) header 8 or more; 17 ACTIVE; e_RET_ERR_INVALID_PARAM (25) the forwarding block;
  *         e_RET_ERR_HDROUTOFORDER (10) a lower header is missing; e_RET_ERR_RESRC_UNAVAIL (12) the header is
- *         there already, or the flow's request nodes are used up.
+ *         there already, or the flow's request nodes are used up; an IPv4 header, which takes three, can then
+ *         be left half allocated.
  */
 uint32_t QIR_Alloc_Hdr(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
 
@@ -212,7 +215,8 @@ uint32_t QIR_Alloc_Hdr(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
  * @param flowHdl_p the flow
  * @param hdr_p     block and header
  * @return in this order: 2; 3; e_RET_ERR_INVALID_BLOCKTYPE (43); e_RET_ERR_INVALID_HDRTYPE (42);
- *         e_RET_ERR_RESRC_UNAVAIL (12) the header is not allocated.
+ *         e_RET_ERR_RESRC_UNAVAIL (12) the header is not allocated. The forwarding block yields 0 and an error
+ *         line.
  */
 uint32_t QIR_Dump_HdrReqList(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
 
@@ -224,8 +228,9 @@ uint32_t QIR_Dump_HdrReqList(FlowHdl *flowHdl_p, const FlowHdr *hdr_p);
  * @return in this order: 2; 3; e_RET_ERR_INVALID_FWDACTION (30); e_RET_ERR_INVALID_DSTPORTMASK (39) no
  *         destination while the action is not DROP alone; e_RET_ERR_INVALID_SRCPORTMASK (37) no source;
  *         e_RET_ERR_INVALID_FLOWPRIO (59); e_RET_ERR_INVALID_GEMPORTIDX (57) GPON source without GEM ports;
- *         e_RET_ERR_INVALID_DSTQID (40) a queue id of 8 or more, or two different ones;
- *         e_RET_ERR_INVALID_GEMPORTIDXMASK (41) GPON destination without GEM ports; 17 ACTIVE.
+ *         e_RET_ERR_INVALID_DSTQID (40) a port's queue id is 8 or more, or differs from another port's;
+ *         e_RET_ERR_INVALID_GEMPORTIDXMASK (41) GPON destination without GEM ports; 40 the same for the queue
+ *         id of a GEM port; 17 ACTIVE.
  */
 uint32_t QIR_Set_FwdInfo(FlowHdl *flowHdl_p, const FwdInfo *fwdInfo_p);
 
@@ -241,6 +246,9 @@ uint32_t QIR_Get_FwdInfo(FlowHdl *flowHdl_p, FwdInfo *fwdInfo_p);
 /**
  * Adds destinations to a flow in any state but FREE; an ACTIVE flow's hardware is updated. The new ports get
  * the queue id that the flow already keeps for the first of them. A zero port mask does nothing.
+ *
+ * With port 7 in the mask, the flow's port mask does not gain port 7, and its GEM mask gains bit 9 whatever GEM
+ * ports are given; the queue ids of the given GEM ports are set. This is intended.
  *
  * @param flowHdl_p the flow
  * @param dstMask_p the destinations; only the masks are read
@@ -277,8 +285,8 @@ uint32_t QIR_Set_AsOverride(FlowHdl *flowHdl_p, uint32_t asOverride);
 uint32_t QIR_Get_AsOverride(FlowHdl *flowHdl_p, uint32_t *asOverride_p);
 
 /**
- * Associates an EP table with a flow or releases it, and makes the flow CFG. The handle is stored and the
- * table's reference count changed even when the call ends with 17.
+ * Associates an EP table with a flow or releases it, and makes the flow CFG. The handle is stored even when the
+ * call ends with 15, 14 or 17, and with 17 the table's reference count has changed.
  *
  * @param flowHdl_p  the flow
  * @param epTblSts   e_TBLSTATUS_*
