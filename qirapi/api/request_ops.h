@@ -2,7 +2,8 @@
 //
 // Every operation opens alike: parameter line, null check, the record's "Params2" line, handle. The header
 // concerned must have been allocated in its block; for TCP and UDP that is the IPv4 header. The engine then
-// validates and stores or reads.
+// validates and stores or reads; only the read-back of filters validates the query before it looks for the
+// header.
 #ifndef QIRAPI_API_REQUEST_OPS_H
 #define QIRAPI_API_REQUEST_OPS_H
 

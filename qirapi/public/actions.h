@@ -3,8 +3,9 @@
  * Actions: how a flow rewrites the frames it matches. Include qirapi/qirapi.h.
  *
  * An action request belongs to a header that has been allocated in the flow's action block; TCP and UDP
- * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. An ACTIVE flow
- * takes actions too; the hardware learns of them at the next activation.
+ * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. A request that
+ * passed the rule of exclusion and is then refused (order, number of tags, no request node) counts as given. An
+ * ACTIVE flow takes actions too; the hardware learns of them at the next activation.
  *
  * Codes of every `QIR_Config_*Action`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
  * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;
@@ -184,7 +185,7 @@ uint32_t QIR_Config_EthAction(FlowHdl *flowHdl_p, const EthAction *action_p);
  */
 uint32_t QIR_Get_EthAction(FlowHdl *flowHdl_p, EthAction *action_p);
 
-/** Adds a VLAN action; see QIR_Config_EthAction(). Tag 2 or more is refused with 44 before all else. */
+/** Adds a VLAN action; see QIR_Config_EthAction(). Tag 2 or more: 44, before 11. */
 uint32_t QIR_Config_VlanAction(FlowHdl *flowHdl_p, const VlanAction *action_p);
 /** Reads back a VLAN action of `toTagNum`; see QIR_Get_EthAction(). */
 uint32_t QIR_Get_VlanAction(FlowHdl *flowHdl_p, VlanAction *action_p);

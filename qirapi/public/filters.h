@@ -5,7 +5,8 @@
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
  * flow is freed. The rules (which types exclude each other, which operators a type takes, how often) are
- * checked before the value, and what they recorded stays when the value is refused. An ACTIVE flow takes
+ * checked before the value, and what they recorded stays when the request is then refused (operator's limit, value,
+ * no request node): the type counts as given. An ACTIVE flow takes
  * filters too; the hardware learns of them at the next activation.
  *
  * Codes of every `QIR_Config_*Filter`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
@@ -117,7 +118,7 @@ typedef struct {
 /** IPv4 address and prefix length, 8 bytes. */
 typedef struct {
     uint32_t addr;      /**< host order */
-    uint32_t prefixLen; /**< 0 to 32 */
+    uint32_t prefixLen; /**< filters: 0 to 32; actions: not looked at */
 } QirIpPrefix;
 
 /** Ethernet filter request, 36 bytes: op 0, type 4, cmpOp 8, value 12. */
@@ -263,7 +264,7 @@ uint32_t QIR_Config_EthFilter(FlowHdl *flowHdl_p, const EthFilter *filter_p);
  */
 uint32_t QIR_Get_EthFilter(FlowHdl *flowHdl_p, EthFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
 
-/** Adds a VLAN filter; see QIR_Config_EthFilter(). Tag 2 or more is refused with 44 before all else. */
+/** Adds a VLAN filter; see QIR_Config_EthFilter(). Tag 2 or more: 44, before 11. */
 uint32_t QIR_Config_VlanFilter(FlowHdl *flowHdl_p, const VlanFilter *filter_p);
 /** Reads back VLAN filters of `filter_p[0].toTagNum`; see QIR_Get_EthFilter(). */
 uint32_t QIR_Get_VlanFilter(FlowHdl *flowHdl_p, VlanFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
