@@ -87,7 +87,7 @@ typedef struct {
         uint16_t ethType;
         uint8_t bytes[12];
         uint32_t words[3];
-    } val;
+    } val; /**< the value: the member that the type names */
 } EthAction;
 QIR_PIN_SIZE(EthAction, 20);
 QIR_PIN_FIELD(EthAction, op, 0);
@@ -106,8 +106,8 @@ typedef struct {
         uint8_t dei;
         uint16_t vid;
         uint32_t fromTagNum; /**< source tag of the copy actions */
-    } val;
-    uint32_t toTagNum; /**< tag, 0 outer or 1 inner */
+    } val;                   /**< the value: the member that the type names */
+    uint32_t toTagNum;       /**< tag, 0 outer or 1 inner */
 } VlanAction;
 QIR_PIN_SIZE(VlanAction, 16);
 QIR_PIN_FIELD(VlanAction, op, 0);
@@ -134,7 +134,7 @@ typedef struct {
         QirIpPrefix ip;
         uint8_t tos;
         uint8_t dscp;
-    } val;
+    } val; /**< the value: the member that the type names */
 } Ipv4Action;
 QIR_PIN_SIZE(Ipv4Action, 16);
 QIR_PIN_FIELD(Ipv4Action, op, 0);
@@ -148,7 +148,7 @@ typedef struct {
     union {
         uint16_t port;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
 } TcpAction;
 QIR_PIN_SIZE(TcpAction, 12);
 QIR_PIN_FIELD(TcpAction, op, 0);
@@ -162,7 +162,7 @@ typedef struct {
     union {
         uint16_t port;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
 } UdpAction;
 QIR_PIN_SIZE(UdpAction, 12);
 QIR_PIN_FIELD(UdpAction, op, 0);

@@ -111,7 +111,7 @@ enum QirUdpFilt { e_UDP_FILT_SPORT = 0, e_UDP_FILT_DPORT = 1, e_UDP_FILT_MAX = 2
 
 /** MAC address and the mask that goes with it, 12 bytes. */
 typedef struct {
-    uint8_t addr[6];
+    uint8_t addr[6]; /**< first byte first */
     uint8_t mask[6]; /**< stored and returned; printed behind the address */
 } QirMacMask;
 
@@ -131,7 +131,7 @@ typedef struct {
         uint16_t ethType;
         QirMacMask mac;
         uint8_t bytes[24];
-    } val;
+    } val; /**< the value: the member that the type names */
 } EthFilter;
 QIR_PIN_SIZE(EthFilter, 36);
 QIR_PIN_FIELD(EthFilter, op, 0);
@@ -152,7 +152,7 @@ typedef struct {
         uint8_t pbits;
         uint8_t dei;
         uint16_t vid;
-    } val;
+    } val;         /**< the value: the member that the type names */
     uint32_t val2; /**< stored and returned */
 } VlanFilter;
 QIR_PIN_SIZE(VlanFilter, 24);
@@ -175,7 +175,7 @@ typedef struct {
         uint16_t sesId;
         uint16_t proto;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
 } PppoeFilter;
 QIR_PIN_SIZE(PppoeFilter, 16);
 QIR_PIN_FIELD(PppoeFilter, op, 0);
@@ -199,11 +199,11 @@ typedef struct {
         uint16_t proto;
         uint16_t frag;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
     union {
         uint8_t dscp; /**< upper bound of a DSCP range */
         uint8_t bytes[8];
-    } val2;
+    } val2; /**< second value */
 } Ipv4Filter;
 QIR_PIN_SIZE(Ipv4Filter, 28);
 QIR_PIN_FIELD(Ipv4Filter, op, 0);
@@ -222,7 +222,7 @@ typedef struct {
         uint8_t flag;
         uint8_t ctrl;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
 } TcpFilter;
 QIR_PIN_SIZE(TcpFilter, 16);
 QIR_PIN_FIELD(TcpFilter, op, 0);
@@ -238,7 +238,7 @@ typedef struct {
     union {
         uint16_t port;
         uint32_t word;
-    } val;
+    } val; /**< the value: the member that the type names */
 } UdpFilter;
 QIR_PIN_SIZE(UdpFilter, 16);
 QIR_PIN_FIELD(UdpFilter, op, 0);

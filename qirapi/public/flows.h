@@ -21,7 +21,7 @@ extern "C" {
 
 /** Handle of a flow, index 0 to 511. The upper half belongs to the caller and is kept as it is. */
 typedef union {
-    uint32_t word;
+    uint32_t word; /**< the whole word */
     struct {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
         uint32_t rsvd : 16; /**< neither written nor read by the library */
@@ -30,7 +30,7 @@ typedef union {
         uint32_t id : 16;   /**< index of the FCB: the low 16 bits of the word */
         uint32_t rsvd : 16; /**< neither written nor read by the library */
 #endif
-    } f1;
+    } f1; /**< its bit fields */
 } FlowHdl;
 QIR_PIN_SIZE(FlowHdl, 4);
 

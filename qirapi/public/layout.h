@@ -11,6 +11,7 @@
 
 #include <stddef.h>
 
+/** An assertion of the compiler, in C11 and in C++. */
 #ifdef __cplusplus
 #define QIR_STATIC_ASSERT(cond, text) static_assert(cond, text)
 #else

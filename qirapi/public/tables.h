@@ -33,29 +33,29 @@ typedef struct {
 
 /** Handle of an AS table, index 0 to 15. */
 typedef union {
-    uint32_t word;
-    QirTblHdlBits f1;
+    uint32_t word;    /**< the whole word */
+    QirTblHdlBits f1; /**< its bit fields */
 } AsTblHdl;
 QIR_PIN_SIZE(AsTblHdl, 4);
 
 /** Handle of a DSCP-to-pbits table, index 0 to 5. */
 typedef union {
-    uint32_t word;
-    QirTblHdlBits f1;
+    uint32_t word;    /**< the whole word */
+    QirTblHdlBits f1; /**< its bit fields */
 } DscpTblHdl;
 QIR_PIN_SIZE(DscpTblHdl, 4);
 
 /** Handle of an EP table, index 0 to 5. */
 typedef union {
-    uint32_t word;
-    QirTblHdlBits f1;
+    uint32_t word;    /**< the whole word */
+    QirTblHdlBits f1; /**< its bit fields */
 } EpTblHdl;
 QIR_PIN_SIZE(EpTblHdl, 4);
 
 /** Handle of a PAC table, index 0 to 15. */
 typedef union {
-    uint32_t word;
-    QirTblHdlBits f1;
+    uint32_t word;    /**< the whole word */
+    QirTblHdlBits f1; /**< its bit fields */
 } PacTblHdl;
 QIR_PIN_SIZE(PacTblHdl, 4);
 
@@ -423,13 +423,13 @@ uint32_t QIR_Get_PacTableEntry(PacTblHdl *pacTblHdl_p, uint8_t pbits, PacTblCfg 
 
 /** Configuration of an EP table; its contents have no meaning yet. */
 typedef struct {
-    uint8_t opaque[4];
+    uint8_t opaque[4]; /**< stored as they are */
 } EpTblCfg;
 QIR_PIN_SIZE(EpTblCfg, 4);
 
 /** Entry of an EP table; its contents have no meaning yet. */
 typedef struct {
-    uint8_t opaque[2];
+    uint8_t opaque[2]; /**< stored as they are */
 } EpEnt;
 QIR_PIN_SIZE(EpEnt, 2);
 
