@@ -5,11 +5,13 @@
 # output.
 set -u
 
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(dirname -- "$(readlink -f -- "$0")")
 # shellcheck source=scripts/setup.sh
-. "$here/scripts/setup.sh"
+. "$here/scripts/setup.sh" || exit 1
 
 install_missing g++ cmake make
 build native -- orxtest orxemu
 
-LD_PRELOAD="$here/build/native/emu/liborxemu.so${LD_PRELOAD:+:$LD_PRELOAD}" "$here/build/native/app/orxtest" "$@"
+# The loader splits LD_PRELOAD at blanks and colons, which this tree's path may have.
+ln -s "$here/build/native/emu/liborxemu.so" "$scratch/liborxemu.so"
+LD_PRELOAD="$scratch/liborxemu.so${LD_PRELOAD:+:$LD_PRELOAD}" "$here/build/native/app/orxtest" "$@"

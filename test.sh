@@ -4,18 +4,17 @@
 # Installs and builds what is missing first.
 set -u
 
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(dirname -- "$(readlink -f -- "$0")")
 # shellcheck source=scripts/setup.sh
-. "$here/scripts/setup.sh"
+. "$here/scripts/setup.sh" || exit 1
 
 if [ $# -eq 0 ]; then
     set -- native sanitize
 fi
 
-install_missing g++ cmake make binutils libgtest-dev
-status=0
+install_missing g++ cmake make binutils libgtest-dev pkgconf
+# A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
     build "$preset" -DQIR_BUILD_TESTS=ON
-    ctest --preset "$preset" --parallel "$(nproc)" || status=1
+    ctest --preset "$preset" --parallel "$(nproc)" || exit 1
 done
-exit "$status"

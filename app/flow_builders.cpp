@@ -1,5 +1,7 @@
 #include "app/flow_builders.h"
 
+#include "app/record_tools.h"
+
 #include <cstdio>
 
 namespace app {
@@ -46,7 +48,7 @@ void OverrideAs(FlowHdl *flow_p, const AsTblHdl *asTbl_p) {
 }
 
 void FilterEthType(FlowHdl *flow_p, uint32_t cmpOp, uint16_t ethType) {
-    EthFilter filter{};
+    auto filter = Zeroed<EthFilter>();
     filter.op = e_CONFIG_OPER_ADD;
     filter.type = e_ETH_FILT_ETHTYPE;
     filter.cmpOp = cmpOp;
@@ -55,7 +57,7 @@ void FilterEthType(FlowHdl *flow_p, uint32_t cmpOp, uint16_t ethType) {
 }
 
 VlanFilter MakeVlanFilter(uint32_t tag, uint32_t type) {
-    VlanFilter filter{};
+    auto filter = Zeroed<VlanFilter>();
     filter.op = e_CONFIG_OPER_ADD;
     filter.toTagNum = tag;
     filter.type = type;
@@ -76,7 +78,7 @@ void FilterVid(FlowHdl *flow_p, uint32_t tag, uint16_t vid) {
 }
 
 void FilterIp(FlowHdl *flow_p, uint32_t type, QirIpPrefix ip) {
-    Ipv4Filter filter{};
+    auto filter = Zeroed<Ipv4Filter>();
     filter.op = e_CONFIG_OPER_ADD;
     filter.type = type;
     filter.cmpOp = e_CMP_EQ;
@@ -85,14 +87,14 @@ void FilterIp(FlowHdl *flow_p, uint32_t type, QirIpPrefix ip) {
 }
 
 void PushOrPop(FlowHdl *flow_p, uint32_t type) {
-    EthAction action{};
+    auto action = Zeroed<EthAction>();
     action.op = e_CONFIG_OPER_ADD;
     action.type = type;
     QIR_Config_EthAction(flow_p, &action);
 }
 
 VlanAction MakeVlanAction(uint32_t tag, uint32_t type) {
-    VlanAction action{};
+    auto action = Zeroed<VlanAction>();
     action.op = e_CONFIG_OPER_ADD;
     action.type = type;
     action.toTagNum = tag;

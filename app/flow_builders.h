@@ -22,7 +22,7 @@ void App_ConfigDsUcastFlow_PPPoE(const FwdInfo *fwd_p, FlowHdl *flow_p);
 void App_ConfigUsUcastFlow_VlanTrans(const FwdInfo *fwd_p, const AsTblHdl *asTbl_p, PacTblHdl *pac_p,
                                      FlowHdl *flow_p, uint16_t cVid, uint16_t nwVid);
 void App_ConfigDsUcastFlow_VlanTrans(const FwdInfo *fwd_p, FlowHdl *flow_p, uint16_t cVid, uint16_t nwVid);
-// Downstream, two tags: keeps the inner tag with the outer tag's pbits.
+// Downstream, two tags: pops one. Its action block's VLAN headers and the copy of the pbits are refused.
 void App_ConfigDsUcastFlow_DoubleVlanTrans(const FwdInfo *fwd_p, FlowHdl *flow_p);
 // Downstream multicast: `mcastType` 0 any source, 1 one source; `vid` 65535 for any tag.
 void App_ConfigDsMcastFlow_IpTv(const FwdInfo *fwd_p, FlowHdl *flow_p, uint32_t mcastType, uint16_t vid);

@@ -2,6 +2,7 @@
 
 #include "app/flow_builders.h"
 #include "app/flow_records.h"
+#include "app/record_tools.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,16 +16,12 @@ namespace {
 constexpr uint32_t kHostPort = 8;
 constexpr uint32_t kAllGemPorts = 0xFFFFFFFF;
 
-constexpr uint32_t Bit(uint32_t n) {
-    return 1u << n;
-}
-
 int Shown(uint32_t number) {
     return static_cast<int>(number);
 }
 
 FwdInfo MakeFwdInfo(uint32_t flowPrio) {
-    FwdInfo fwd{};
+    auto fwd = Zeroed<FwdInfo>();
     fwd.flowPrio = flowPrio;
     fwd.fwdAction = e_FWD_ACTION_ARL_OVRD;
     return fwd;
@@ -54,7 +51,9 @@ FwdInfo ToPorts(FwdInfo fwd, uint32_t portMask) {
 FwdInfo ToGem(FwdInfo fwd, uint32_t gem, uint8_t qid) {
     fwd.dst.portMask = Bit(QIR_GPON_PORT);
     fwd.dst.gemPortIdxMask = Bit(gem);
-    fwd.dst.gemQid[gem] = qid;
+    if (gem < QIR_GEMPORTIDX_MAX) {
+        fwd.dst.gemQid[gem] = qid;
+    }
     return fwd;
 }
 
@@ -151,11 +150,12 @@ int App_ConfigFlowMapperWithTranslation(uint32_t uni, uint32_t *gem_p, uint32_t 
     constexpr uint8_t kUsQid = 7;
     constexpr int kPasses = 2;
 
-    std::printf("\n*** 1:M Flows for UNI %d: GEM Ports %d to %d ***\n", Shown(uni), Shown(*gem_p),
-                Shown(*gem_p + 1));
-    const uint32_t dsGemPortIdxMask = Bit(*gem_p) | Bit(*gem_p + 1);
+    uint32_t gem = *gem_p;
+    std::printf("\n*** 1:M Flows for UNI %d: GEM Ports %d to %d ***\n", Shown(uni), Shown(gem),
+                Shown(gem + 1));
+    const uint32_t dsGemPortIdxMask = Bit(gem) | Bit(gem + 1);
     for (int pass = 0; pass < kPasses; ++pass) {
-        std::printf("\n*** US: GEM %d, Prio %d ***\n", Shown(*gem_p), Shown(*prio_p));
+        std::printf("\n*** US: GEM %d, Prio %d ***\n", Shown(gem), Shown(*prio_p));
         FlowRecord *flow_p = NewFlow();
         if (flow_p == nullptr) {
             return -1;
@@ -168,7 +168,7 @@ int App_ConfigFlowMapperWithTranslation(uint32_t uni, uint32_t *gem_p, uint32_t 
         App_ConfigUsUcastFlow_VlanTrans(&us, passAsTbl_p, pac_p, &flow_p->flowHdl, cVid, nwVid);
         ++*prio_p;
 
-        std::printf("*** DS: GEM %d, Prio %d ***\n", Shown(*gem_p), Shown(*prio_p));
+        std::printf("*** DS: GEM %d, Prio %d ***\n", Shown(gem), Shown(*prio_p));
         flow_p = NewFlow();
         if (flow_p == nullptr) {
             return -1;
@@ -179,8 +179,9 @@ int App_ConfigFlowMapperWithTranslation(uint32_t uni, uint32_t *gem_p, uint32_t 
 
         ++cVid;
         ++nwVid;
-        ++*gem_p;
+        ++gem;
     }
+    *gem_p = gem;
     return 0;
 }
 

@@ -1,5 +1,6 @@
 // The five groups of flows that a test runs. Each takes the running flow priority by pointer, gives every flow
-// the next one and writes it back. A group that allocates flows returns 0, or -1 when no flow record was left.
+// the next one and writes it back; the PPPoE flows share a priority of their own. A group returns 0, or -1 when no
+// flow record was left.
 #ifndef APP_SCENARIO_GROUPS_H
 #define APP_SCENARIO_GROUPS_H
 
@@ -17,7 +18,7 @@ int App_ConfigUntaggedPppoeFlows(uint32_t uni, uint32_t *prio_p, uint32_t gem, A
                                  uint16_t vid);
 int App_ConfigUntaggedIpFlows(uint32_t uni, uint32_t *prio_p, DscpTblHdl *dscpTbl_p, AsTblHdl *asTbl_p,
                               PacTblHdl *pac_p, uint16_t vid);
-// Two upstream and two downstream flows; writes the next GEM port back, too.
+// Two upstream and two downstream flows; when all have a record, writes the next GEM port back, too.
 int App_ConfigFlowMapperWithTranslation(uint32_t uni, uint32_t *gem_p, uint32_t *prio_p, AsTblHdl *asTbl_p,
                                         PacTblHdl *pac_p, uint16_t cVid, uint16_t nwVid);
 int App_ConfigFlowMulticast(uint32_t *prio_p);

@@ -39,3 +39,34 @@ endif()
 function(qir_source_module target label)
   target_compile_definitions(${target} PRIVATE QEL_SOURCE_MODULE="${label}")
 endfunction()
+
+# qir_libraries(<name> <object library>...): the static library <name> and, where it is asked for, the shared
+# library <name>_shared, made of the same objects. The static one keeps every function linkable; the shared
+# one shows the symbols that cmake/<name>.map names, and nothing else.
+function(qir_libraries name)
+  list(TRANSFORM ARGN REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
+  add_library(${name} STATIC ${objects})
+  set(libraries ${name})
+  if(QIR_BUILD_SHARED)
+    set(map "${PROJECT_SOURCE_DIR}/cmake/${name}.map")
+    add_library(${name}_shared SHARED ${objects})
+    # Below version 1.0.0 each minor version may change the binary interface. The C++ runtime, which the
+    # compiler driver offers, is not needed.
+    set_target_properties(${name}_shared PROPERTIES
+      OUTPUT_NAME ${name}
+      VERSION ${PROJECT_VERSION}
+      SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+      LINK_DEPENDS "${map}")
+    target_link_options(${name}_shared PRIVATE "-Wl,--version-script=${map}" -Wl,--as-needed)
+    if(NOT QIR_SANITIZERS) # whose runtime is the program's
+      target_link_options(${name}_shared PRIVATE -Wl,-z,defs)
+    endif()
+    list(APPEND libraries ${name}_shared)
+  endif()
+  foreach(library IN LISTS libraries)
+    set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
+    target_include_directories(${library} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+    target_link_libraries(${library} PRIVATE $<BUILD_INTERFACE:qir_build_flags>)
+    add_library(qirapi::${library} ALIAS ${library})
+  endforeach()
+endfunction()

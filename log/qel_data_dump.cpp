@@ -5,17 +5,26 @@
 
 namespace {
 
-// An id beyond its table is reported and then used all the same: one spare slot behind each table keeps the
-// id that is one too large in memory of the table.
-constexpr uint32_t kSpare = 1;
+// An id beyond its table is reported and then used all the same: it means the spare slot behind the table's last.
+constexpr uint32_t kSpareQid = MAX_NUM_QIDS;
+constexpr uint32_t kSpareDataDumpId = MAX_NUM_DATADUMP_IDS;
 
 constexpr uint32_t kBufferSize = 65536;
 constexpr uint32_t kWordBytes = 4;
 constexpr uint32_t kLineBytes = 16;
 
-const char *queues[MAX_NUM_QIDS + kSpare];
-QelDataDumpPrinter printers[MAX_NUM_QIDS + kSpare][MAX_NUM_DATADUMP_IDS + kSpare];
+const char *queues[kSpareQid + 1];
+QelDataDumpPrinter printers[kSpareQid + 1][kSpareDataDumpId + 1];
 char buffer[kBufferSize]; // shared by all printers
+
+const char *&QueueOf(uint32_t qid) {
+    return queues[qid < MAX_NUM_QIDS ? qid : kSpareQid];
+}
+
+QelDataDumpPrinter &PrinterOf(uint32_t qid, uint32_t dataDumpId) {
+    return printers[qid < MAX_NUM_QIDS ? qid : kSpareQid]
+                   [dataDumpId < MAX_NUM_DATADUMP_IDS ? dataDumpId : kSpareDataDumpId];
+}
 
 uint32_t WordAt(const uint8_t *data, uint32_t offset) {
     uint32_t word;
@@ -62,17 +71,17 @@ int32_t qel_dataDumpCreateQ(const char *name) {
 
 void qel_dataDumpDeleteQ(uint32_t qid) {
     QEL_ASSERT(qid < MAX_NUM_QIDS, "qid < MAX_NUM_QIDS");
-    if (queues[qid] == nullptr) {
+    if (QueueOf(qid) == nullptr) {
         QEL_LOG_ERROR(QEL_LOG_ID_QELLOG, "Can not delete dataDump queue. qid unknown.\n\n");
         return;
     }
-    queues[qid] = nullptr;
+    QueueOf(qid) = nullptr;
 }
 
 void qel_dataDumpRegPrinter(uint32_t qId, uint32_t dataDumpId, QelDataDumpPrinter printer) {
     QEL_ASSERT(qId < MAX_NUM_QIDS, "qId < MAX_NUM_QIDS");
     QEL_ASSERT(dataDumpId < MAX_NUM_DATADUMP_IDS, "dataDumpId < MAX_NUM_DATADUMP_IDS");
-    printers[qId][dataDumpId] = printer;
+    PrinterOf(qId, dataDumpId) = printer;
 }
 
 void qel_dataDump(uint32_t qID, uint32_t dataDumpID, const char *dataDumpName, uint32_t numBytes,
@@ -80,12 +89,12 @@ void qel_dataDump(uint32_t qID, uint32_t dataDumpID, const char *dataDumpName, u
     QEL_ASSERT(qID < MAX_NUM_QIDS, "qID < MAX_NUM_QIDS");
     QEL_ASSERT(dataDumpID < MAX_NUM_DATADUMP_IDS, "dataDumpID < MAX_NUM_DATADUMP_IDS");
     puts("---DataDump Start---");
-    if (queues[qID] == nullptr) {
+    if (QueueOf(qID) == nullptr) {
         QEL_LOG_ERROR(QEL_LOG_ID_QELLOG, "DataDump qID %d not registered.\n\n", static_cast<int>(qID));
     } else {
-        printf("qID: %s, DataDump ID: %s, numBytes: %d\n", queues[qID], dataDumpName,
+        printf("qID: %s, DataDump ID: %s, numBytes: %d\n", QueueOf(qID), dataDumpName,
                static_cast<int>(numBytes));
-        if (const QelDataDumpPrinter printer = printers[qID][dataDumpID]; printer != nullptr) {
+        if (const QelDataDumpPrinter printer = PrinterOf(qID, dataDumpID); printer != nullptr) {
             buffer[0] = '\0';
             printer(dataDumpID, data, numBytes, buffer, kBufferSize);
             printf("%s", buffer);

@@ -3,23 +3,27 @@
 
 namespace {
 
-// One spare slot keeps the id that is one too large in memory of this table.
+// An id beyond the table is reported and then used all the same: it means the spare slot behind the last function.
 QelFun functions[QEL_FUN_ID_MAX + 1];
+
+QelFun &SlotOf(uint32_t funId) {
+    return functions[funId < QEL_FUN_ID_MAX ? funId : QEL_FUN_ID_MAX];
+}
 
 } // namespace
 
 void qelFun_reg(uint32_t funId, QelFun f) {
     QEL_ASSERT(f != nullptr, "f");
     QEL_ASSERT(funId < QEL_FUN_ID_MAX, "funId < QEL_FUN_ID_MAX");
-    functions[funId] = f;
+    SlotOf(funId) = f;
 }
 
 void qelFun_dereg(uint32_t funId) {
     QEL_ASSERT(funId < QEL_FUN_ID_MAX, "funId < QEL_FUN_ID_MAX");
-    functions[funId] = nullptr;
+    SlotOf(funId) = nullptr;
 }
 
 QelFun qelFun_get(uint32_t funId) {
     QEL_ASSERT(funId < QEL_FUN_ID_MAX, "funId < QEL_FUN_ID_MAX");
-    return functions[funId];
+    return SlotOf(funId);
 }

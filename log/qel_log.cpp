@@ -3,25 +3,27 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same. The spare rows behind the last module keep
-// the near misses (an id one too large, a mistyped number) in memory of this table.
-constexpr uint32_t kSpareRows = 8;
+// An id beyond the table is reported and then used all the same: it means the spare row behind the last module.
+constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 
 // Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that
 // share the platform's numbering.
-QelModInfo modInfo[QEL_LOG_ID_MAX + kSpareRows] = {
-    {0, "qellog", 1, 0},   {1, "gpio", 1, 0},      {2, "i2c", 1, 0},      {3, "spi", 1, 0},
-    {4, "flash", 1, 0},    {5, "timer", 1, 0},     {6, "ethmac", 1, 0},   {7, "ethphy", 1, 0},
-    {8, "gponmac", 1, 0},  {9, "ploam", 1, 0},     {10, "omci", 1, 0},    {11, "pktorx", 1, 0},
-    {12, "orxapi", 1, 0},  {13, "qmgr", 1, 0},     {14, "bufmgr", 1, 0},  {15, "sched", 1, 0},
-    {16, "dma", 1, 0},     {17, "tod", 1, 0},      {18, "voip", 1, 0},    {19, "igmp", 1, 0},
-    {20, "optics", 1, 0},  {21, "watchdog", 1, 0}, {22, "reset", 1, 0},   {23, "power", 1, 0},
-    {24, "spare24", 1, 0}, {25, "spare25", 1, 0},  {26, "spare26", 1, 0}, {27, "spare27", 1, 0},
-    {28, "spare28", 1, 0}, {29, "spare29", 1, 0},  {30, "spare30", 1, 0}, {31, "spare31", 1, 0},
+QelModInfo modInfo[kSpareRow + 1] = {
+    {0, "qellog", 1, 0},  {1, "gpio", 1, 0},      {2, "i2c", 1, 0},     {3, "spi", 1, 0},
+    {4, "flash", 1, 0},   {5, "timer", 1, 0},     {6, "ethmac", 1, 0},  {7, "ethphy", 1, 0},
+    {8, "gponmac", 1, 0}, {9, "ploam", 1, 0},     {10, "omci", 1, 0},   {11, "pktorx", 1, 0},
+    {12, "orxapi", 1, 0}, {13, "qmgr", 1, 0},     {14, "bufmgr", 1, 0}, {15, "sched", 1, 0},
+    {16, "dma", 1, 0},    {17, "tod", 1, 0},      {18, "voip", 1, 0},   {19, "igmp", 1, 0},
+    {20, "optics", 1, 0}, {21, "watchdog", 1, 0}, {22, "reset", 1, 0},  {23, "power", 1, 0},
+    {24, "spare", 1, 0},
 };
 
 uint32_t globalLogLevel = 3;
 constinit const uint32_t globalDataDumpLevel = 0; // no operation raises it
+
+QelModInfo &RowOf(uint32_t logId) {
+    return modInfo[logId < QEL_LOG_ID_MAX ? logId : kSpareRow];
+}
 
 constexpr const char *kLogIdText = "(logId) >= 0 && (logId) < QEL_LOG_ID_MAX";
 constexpr const char *kLogLevelText = "(logLevel) >= 0 && (logLevel) < QEL_LOG_LEVEL_MAX";
@@ -35,7 +37,7 @@ const QelModInfo *qelLog_logIsEnabled(uint32_t logId, uint32_t logLevel) {
     if (globalLogLevel < logLevel) {
         return nullptr;
     }
-    const QelModInfo *const row = &modInfo[logId];
+    const QelModInfo *const row = &RowOf(logId);
     return row->logLevel < logLevel ? nullptr : row;
 }
 
@@ -45,7 +47,7 @@ const QelModInfo *qelLog_ddIsEnabled(uint32_t logId, uint32_t ddLevel) {
     if (globalDataDumpLevel < ddLevel) {
         return nullptr;
     }
-    const QelModInfo *const row = &modInfo[logId];
+    const QelModInfo *const row = &RowOf(logId);
     return row->ddLevel < ddLevel ? nullptr : row;
 }
 
@@ -62,17 +64,17 @@ int32_t qelLog_getGlobalLogLevel(void) {
 void qelLog_setLogLevel(uint32_t logId, uint32_t logLevel) {
     QEL_ASSERT(logId < QEL_LOG_ID_MAX, kLogIdText);
     QEL_ASSERT(logLevel < QEL_LOG_LEVEL_MAX, kLogLevelText);
-    modInfo[logId].logLevel = logLevel;
-    QEL_LOG_INFO(QEL_LOG_ID_QELLOG, "Log level of %s was set to %d\n", modInfo[logId].name,
+    RowOf(logId).logLevel = logLevel;
+    QEL_LOG_INFO(QEL_LOG_ID_QELLOG, "Log level of %s was set to %d\n", RowOf(logId).name,
                  static_cast<int>(logLevel));
 }
 
 int32_t qelLog_getLogLevel(uint32_t logId) {
     QEL_ASSERT(logId < QEL_LOG_ID_MAX, kLogIdText);
-    return static_cast<int32_t>(modInfo[logId].logLevel);
+    return static_cast<int32_t>(RowOf(logId).logLevel);
 }
 
 const char *qelLog_getModName(uint32_t logId) {
     QEL_ASSERT(logId < QEL_LOG_ID_MAX, kLogIdText);
-    return modInfo[logId].name;
+    return RowOf(logId).name;
 }

@@ -150,8 +150,9 @@ void qel_dataDumpRegPrinter(uint32_t qId, uint32_t dataDumpId, QelDataDumpPrinte
 
 /**
  * Prints a block of data between two marker lines: through the printer registered for it, otherwise in
- * hexadecimal, as 32-bit words in the processor's order. The last 1 to 3 bytes of a block whose length is no
- * multiple of 4 are shown as the block's first bytes. Does not ask the gate: see qelLog_ddIsEnabled().
+ * hexadecimal, as 32-bit words in the processor's order. A last line of fewer than four words is not ended. The
+ * last 1 to 3 bytes of a block whose length is no multiple of 4 are shown as the block's first bytes. For a queue
+ * that is not in use there is an error line between the markers. Does not ask the gate: see qelLog_ddIsEnabled().
  *
  * @param qID          0 to 9
  * @param dataDumpID   0 to 19
@@ -174,7 +175,7 @@ typedef void (*QelFun)(void);
  * Publishes a function.
  *
  * @param funId 0 or 1
- * @param f     not null
+ * @param f     not null; null is reported and stored
  */
 void qelFun_reg(uint32_t funId, QelFun f);
 

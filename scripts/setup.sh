@@ -4,9 +4,10 @@
 # What installing and building have to say goes to a log, which is shown on standard error when a step fails.
 # Standard output belongs to the program that is run.
 
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-setup_log=$(mktemp "${TMPDIR:-/tmp}/orx-setup.XXXXXX")
-trap 'rm -f "$setup_log"' EXIT
+repo=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/orx-setup.XXXXXX")
+setup_log=$scratch/log
+trap 'rm -rf "$scratch"' EXIT
 
 say() {
     printf '%s\n' "$*" >&2
@@ -62,7 +63,7 @@ build() {
         shift
         targets=(--target "$@")
     fi
-    cd "$repo" || exit 1
+    cd -- "$repo" || exit 1
     quietly "Configuring $preset" cmake --preset "$preset" "${options[@]}"
     quietly "Building $preset" cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
 }

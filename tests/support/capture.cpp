@@ -1,9 +1,9 @@
 #include "tests/support/capture.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <unistd.h>
 
 namespace test {
@@ -60,6 +60,48 @@ std::string Line(const char *tag, const std::string &module, const std::string &
     return std::string("[") + tag + " " + module + "] " + name + number + ": " + text + "\n";
 }
 
+const std::string kPointer = "0x0x";
+const std::string kNil = "0x(nil)";
+
+bool IsNameChar(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool IsHexDigit(char c) {
+    return IsDigit(c) || (c >= 'a' && c <= 'f');
+}
+
+std::size_t SkipWhile(const std::string &text, std::size_t at, bool (*matches)(char)) {
+    while (at < text.size() && matches(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
+// Where the head of an error or assertion line, "[ERROR module] function,123: ", that starts at `at` ends; `at`
+// itself when there is none.
+std::size_t LineNumberEnd(const std::string &text, std::size_t at) {
+    if (text.compare(at, 7, "[ERROR ") != 0 && text.compare(at, 8, "[ASSERT ") != 0) {
+        return at;
+    }
+    std::size_t end = text.find("] ", at);
+    if (end == std::string::npos) {
+        return at;
+    }
+    end = SkipWhile(text, end + 2, IsNameChar);
+    end = SkipWhile(text, end, [](char c) { return c == ' '; });
+    if (end >= text.size() || text[end] != ',') {
+        return at;
+    }
+    const std::size_t number = end + 1;
+    end = SkipWhile(text, number, IsDigit);
+    return end != number && text.compare(end, 2, ": ") == 0 ? end + 2 : at;
+}
+
 } // namespace
 
 Output CaptureBoth(const std::function<void()> &fn) {
@@ -79,12 +121,23 @@ std::string Capture(const std::function<void()> &fn) {
 }
 
 std::string Mask(const std::string &text) {
-    static const std::regex lineNumber(R"((\[(?:ERROR|ASSERT) [^\]]*\] [A-Za-z0-9_]+ *),[0-9]+: )");
-    static const std::regex pointer(R"(0x0x[0-9a-f]+)");
-    static const std::regex nil(R"(0x\(nil\))");
-    std::string masked = std::regex_replace(text, lineNumber, "$1,#: ");
-    masked = std::regex_replace(masked, pointer, "0x<ptr>");
-    return std::regex_replace(masked, nil, "0x<nil>");
+    std::string masked;
+    for (std::size_t at = 0; at < text.size();) {
+        if (const std::size_t end = LineNumberEnd(text, at); end != at) {
+            const std::size_t comma = text.rfind(',', end);
+            masked += text.substr(at, comma - at) + ",#: ";
+            at = end;
+        } else if (text.compare(at, kPointer.size(), kPointer) == 0) {
+            masked += "0x<ptr>";
+            at = SkipWhile(text, at + kPointer.size(), IsHexDigit);
+        } else if (text.compare(at, kNil.size(), kNil) == 0) {
+            masked += "0x<nil>";
+            at += kNil.size();
+        } else {
+            masked += text[at++];
+        }
+    }
+    return masked;
 }
 
 std::string CaptureMasked(const std::function<void()> &fn) {

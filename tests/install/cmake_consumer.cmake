@@ -1,0 +1,15 @@
+# Builds a program of one language through find_package(qirapi), with the static or the shared libraries, and
+# runs it on the stand-in for the driver.
+include("${CMAKE_CURRENT_LIST_DIR}/helpers.cmake")
+
+file(REMOVE_RECURSE "${WORK}")
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S "${SOURCE}" -B "${WORK}" -G "${GENERATOR}"
+    "-DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM}"
+    "-DCMAKE_${LANGUAGE}_COMPILER=${${LANGUAGE}_COMPILER}" "-DCMAKE_${LANGUAGE}_FLAGS=${${LANGUAGE}_FLAGS}"
+    "-DCMAKE_PREFIX_PATH=${PREFIX}" -DCMAKE_FIND_USE_CMAKE_SYSTEM_PATH=OFF
+    -DCMAKE_FIND_USE_SYSTEM_ENVIRONMENT_PATH=OFF -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
+    "-DQIRAPI_LANGUAGE=${LANGUAGE}" "-DQIRAPI_KIND=${KIND}" "-DQIRAPI_VERSION=${VERSION}"
+  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${CMAKE_COMMAND} --build "${WORK}" COMMAND_ERROR_IS_FATAL ANY)
+run_consumer("${WORK}/consumer")

@@ -1,0 +1,4 @@
+int AtStart();
+extern int startValue;
+
+int startValue = AtStart();
