@@ -1,0 +1,1 @@
+// The place of the headers that all tests share, compiled once.
