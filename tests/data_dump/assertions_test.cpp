@@ -1,0 +1,102 @@
+// Ids out of range are reported and then used all the same: every table has a spare slot behind its end, so
+// that the id just beyond can be tried.
+#include "tests/data_dump/data_dump_test.h"
+
+#include <cstring>
+#include <functional>
+
+namespace data_dump {
+namespace {
+
+using DataDumpAssertions = DataDumpTest;
+
+const std::string kUnknown = LogErr("qel_dataDumpDeleteQ", "Can not delete dataDump queue. qid unknown.\n\n");
+
+void TextPrinter(std::uint32_t, const void *, std::uint32_t, char *buffer, std::uint32_t) {
+    std::strcpy(buffer, "text\n");
+}
+
+std::string Unregistered(std::uint32_t qid) {
+    return kStart + LogErr("qel_dataDump", "DataDump qID " + std::to_string(qid) + " not registered.\n\n") +
+           kEnd;
+}
+
+TEST_F(DataDumpAssertions, IdsInRangeAreNotAsserted) {
+    EXPECT_EQ(test::Capture([] {
+                  CreateQueues(10);
+                  qel_dataDumpRegPrinter(0, 0, TextPrinter);
+                  qel_dataDumpRegPrinter(9, 19, TextPrinter);
+                  qel_dataDumpDeleteQ(0);
+                  qel_dataDumpDeleteQ(9);
+              }),
+              "");
+}
+
+TEST_F(DataDumpAssertions, IdsOutOfRangeAreAsserted) {
+    CreateQueues(1);
+    const std::string reg = "qel_dataDumpRegPrinter";
+    const std::string dump = "qel_dataDump";
+    const struct {
+        const char *call;
+        std::function<void()> fn;
+        std::string expected;
+    } rows[] = {
+        {"delete queue 10", [] { qel_dataDumpDeleteQ(10); },
+         Asserted("qel_dataDumpDeleteQ", "qid < MAX_NUM_QIDS") + kUnknown},
+        {"printer of queue 10", [] { qel_dataDumpRegPrinter(10, 19, nullptr); },
+         Asserted(reg, "qId < MAX_NUM_QIDS")},
+        {"printer of kind 20", [] { qel_dataDumpRegPrinter(9, 20, nullptr); },
+         Asserted(reg, "dataDumpId < MAX_NUM_DATADUMP_IDS")},
+        {"printer of queue 10 and kind 20", [] { qel_dataDumpRegPrinter(10, 20, nullptr); },
+         Asserted(reg, "qId < MAX_NUM_QIDS") + Asserted(reg, "dataDumpId < MAX_NUM_DATADUMP_IDS")},
+        {"dump into queue 10", [] { qel_dataDump(10, 19, "d", 0, nullptr); },
+         Asserted(dump, "qID < MAX_NUM_QIDS") + Unregistered(10)},
+        {"dump of kind 20", [] { qel_dataDump(0, 20, "d", 0, nullptr); },
+         Asserted(dump, "dataDumpID < MAX_NUM_DATADUMP_IDS") + kStart + Header("queue", "d", 0) + kEnd},
+        {"dump of kind 20 into a queue that is not in use", [] { qel_dataDump(1, 20, "d", 0, nullptr); },
+         Asserted(dump, "dataDumpID < MAX_NUM_DATADUMP_IDS") + Unregistered(1)},
+        {"dump of kind 20 into queue 10", [] { qel_dataDump(10, 20, "d", 0, nullptr); },
+         Asserted(dump, "qID < MAX_NUM_QIDS") + Asserted(dump, "dataDumpID < MAX_NUM_DATADUMP_IDS") +
+             Unregistered(10)},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.call);
+        const test::Output printed = test::CaptureBoth(row.fn);
+        EXPECT_EQ(test::Mask(printed.out), row.expected);
+        EXPECT_EQ(printed.err, "");
+    }
+}
+
+TEST_F(DataDumpAssertions, AssertionsAreNotGated) {
+    qelLog_setLogLevel(0, 0);
+    qelLog_setGlobalLogLevel(0);
+    EXPECT_EQ(test::CaptureMasked([] { qel_dataDumpRegPrinter(10, 0, nullptr); }),
+              Asserted("qel_dataDumpRegPrinter", "qId < MAX_NUM_QIDS"));
+}
+
+TEST_F(DataDumpAssertions, LinesToTheBlank) {
+    EXPECT_EQ(test::CaptureMasked([] { qel_dataDumpRegPrinter(10, 20, nullptr); }),
+              "[ASSERT qel_log] qel_dataDumpRegPrinter,#: qId < MAX_NUM_QIDS\n"
+              "[ASSERT qel_log] qel_dataDumpRegPrinter,#: dataDumpId < MAX_NUM_DATADUMP_IDS\n");
+}
+
+TEST_F(DataDumpAssertions, PrinterOutOfRangeIsStoredAllTheSame) {
+    CreateQueues(1);
+    test::Capture([] { qel_dataDumpRegPrinter(0, 20, TextPrinter); });
+    const std::string asserted = Asserted("qel_dataDump", "dataDumpID < MAX_NUM_DATADUMP_IDS");
+    EXPECT_EQ(Dump(0, 20, "d", {0xAB}), asserted + kStart + Header("queue", "d", 1) + "text\n" + kEnd);
+    test::Capture([] { qel_dataDumpRegPrinter(0, 20, nullptr); });
+    EXPECT_EQ(Dump(0, 20, "d", {0xAB}), asserted + kStart + Header("queue", "d", 1) + "0xab\n" + kEnd);
+}
+
+// The spare slot is no queue: it is never taken.
+TEST_F(DataDumpAssertions, FullTableHasNoEleventhQueue) {
+    CreateQueues(10);
+    std::int32_t created = 0;
+    test::Capture([&] { created = qel_dataDumpCreateQ("eleventh"); });
+    EXPECT_EQ(created, -1);
+    EXPECT_EQ(Dump(10, 0, "d", {}), Asserted("qel_dataDump", "qID < MAX_NUM_QIDS") + Unregistered(10));
+}
+
+} // namespace
+} // namespace data_dump
