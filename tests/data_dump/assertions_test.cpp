@@ -1,5 +1,5 @@
-// Ids out of range are reported and then used all the same: every table has a spare slot behind its end, so
-// that the id just beyond can be tried.
+// Ids out of range are reported and then used all the same: they mean the spare slot that every table has behind
+// its end, and nothing within the table.
 #include "tests/data_dump/data_dump_test.h"
 
 #include <cstring>
@@ -87,6 +87,49 @@ TEST_F(DataDumpAssertions, PrinterOutOfRangeIsStoredAllTheSame) {
     EXPECT_EQ(Dump(0, 20, "d", {0xAB}), asserted + kStart + Header("queue", "d", 1) + "text\n" + kEnd);
     test::Capture([] { qel_dataDumpRegPrinter(0, 20, nullptr); });
     EXPECT_EQ(Dump(0, 20, "d", {0xAB}), asserted + kStart + Header("queue", "d", 1) + "0xab\n" + kEnd);
+}
+
+// Whatever the id, no memory but that of the tables is touched, and no slot within them.
+TEST_F(DataDumpAssertions, IdsFarOutOfRangeDisturbNoQueueAndNoPrinter) {
+    CreateQueues(10);
+    for (const std::uint32_t far : {0u, 1u, 10u, 0x10000u, 0x7FFFFFF6u, 0xFFFFFFF5u}) {
+        const std::uint32_t qid = 10 + far;
+        const std::uint32_t dumpId = 20 + far;
+        SCOPED_TRACE("ids " + std::to_string(qid) + " and " + std::to_string(dumpId));
+        test::Capture([=] {
+            qel_dataDumpDeleteQ(qid);
+            qel_dataDumpRegPrinter(qid, dumpId, TextPrinter);
+            for (std::uint32_t inRange = 0; inRange < kDumpIds; ++inRange) {
+                qel_dataDumpRegPrinter(qid, inRange, TextPrinter);
+            }
+            for (std::uint32_t inRange = 0; inRange < kQids; ++inRange) {
+                qel_dataDumpRegPrinter(inRange, dumpId, TextPrinter);
+            }
+        });
+        for (std::uint32_t n = 0; n < kQids * kDumpIds; ++n) {
+            EXPECT_EQ(Dump(n / kDumpIds, n % kDumpIds, "d", {0xAB}),
+                      kStart + Header("queue", "d", 1) + "0xab\n" + kEnd);
+        }
+    }
+}
+
+// And the other way round: no slot of the tables is that of an id out of range.
+TEST_F(DataDumpAssertions, PrintersInRangeAreNotFoundUnderIdsOutOfRange) {
+    CreateQueues(10);
+    for (std::uint32_t n = 0; n < kQids * kDumpIds; ++n) {
+        qel_dataDumpRegPrinter(n / kDumpIds, n % kDumpIds, TextPrinter);
+    }
+    const std::string kind = Asserted("qel_dataDump", "dataDumpID < MAX_NUM_DATADUMP_IDS");
+    for (const std::uint32_t dumpId : {20u, 21u, 40u, 0xFFFFFFFFu}) {
+        for (std::uint32_t qid = 0; qid < kQids; ++qid) {
+            EXPECT_EQ(Dump(qid, dumpId, "d", {0xAB}),
+                      kind + kStart + Header("queue", "d", 1) + "0xab\n" + kEnd);
+        }
+    }
+    for (const std::uint32_t qid : {10u, 11u, 20u, 0x7FFFFFFFu}) {
+        EXPECT_EQ(Dump(qid, 0, "d", {0xAB}),
+                  Asserted("qel_dataDump", "qID < MAX_NUM_QIDS") + Unregistered(qid));
+    }
 }
 
 // The spare slot is no queue: it is never taken.

@@ -91,6 +91,23 @@ TEST_F(FunctionRegistry, IdsOutOfRangeAreAsserted) {
     EXPECT_EQ(qelFun_get(1), nullptr);
 }
 
+// Whatever the id, the two slots are left alone.
+TEST_F(FunctionRegistry, IdsOutOfRangeDisturbNoFunction) {
+    for (const std::uint32_t funId : {2u, 3u, 4u, 0x10000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(funId);
+        qelFun_reg(0, First);
+        qelFun_reg(1, Published());
+        test::Capture([=] { qelFun_dereg(funId); });
+        EXPECT_EQ(qelFun_get(0), First);
+        EXPECT_EQ(qelFun_get(1), Published());
+        qelFun_dereg(0);
+        qelFun_dereg(1);
+        test::Capture([=] { qelFun_reg(funId, First); });
+        EXPECT_EQ(qelFun_get(0), nullptr);
+        EXPECT_EQ(qelFun_get(1), nullptr);
+    }
+}
+
 TEST_F(FunctionRegistry, NullAndIdAreAssertedInThisOrder) {
     EXPECT_EQ(test::CaptureMasked([] { qelFun_reg(2, nullptr); }),
               "[ASSERT qel_log] qelFun_reg,#: f\n"
