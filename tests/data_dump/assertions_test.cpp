@@ -1,5 +1,5 @@
-// Ids out of range are reported and then used all the same: they mean the spare slot that every table has behind
-// its end, and nothing within the table.
+// Ids out of range are reported and then used all the same: they mean the spare slot that every table has
+// behind its end, and nothing within the table.
 #include "tests/data_dump/data_dump_test.h"
 
 #include <cstring>
@@ -92,9 +92,14 @@ TEST_F(DataDumpAssertions, PrinterOutOfRangeIsStoredAllTheSame) {
 // Whatever the id, no memory but that of the tables is touched, and no slot within them.
 TEST_F(DataDumpAssertions, IdsFarOutOfRangeDisturbNoQueueAndNoPrinter) {
     CreateQueues(10);
-    for (const std::uint32_t far : {0u, 1u, 10u, 0x10000u, 0x7FFFFFF6u, 0xFFFFFFF5u}) {
-        const std::uint32_t qid = 10 + far;
-        const std::uint32_t dumpId = 20 + far;
+    const struct {
+        std::uint32_t qid;
+        std::uint32_t dumpId;
+    } rows[] = {
+        {10, 20}, {11, 21}, {20, 40}, {0x10000, 0x10000}, {0x7FFFFFFF, 0x7FFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF}};
+    for (const auto &row : rows) {
+        const std::uint32_t qid = row.qid;
+        const std::uint32_t dumpId = row.dumpId;
         SCOPED_TRACE("ids " + std::to_string(qid) + " and " + std::to_string(dumpId));
         test::Capture([=] {
             qel_dataDumpDeleteQ(qid);

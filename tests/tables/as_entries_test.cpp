@@ -272,6 +272,26 @@ TEST_F(AsEntries, SetStoresTheWholeRecordInEverySlot) {
     }
 }
 
+TEST_F(AsEntries, BadEntriesAreRefusedInEverySlot) {
+    for (uint8_t slot = 0; slot < 8; ++slot) {
+        SCOPED_TRACE(static_cast<unsigned>(slot));
+        Table(kCfg)->ent[slot].status = e_STATUS_FREE;
+        const ContextSnapshot before;
+        const auto code = [slot](const AsEnt &ent) {
+            uint32_t result = 0;
+            Capture([&] { result = On(QIR_Set_AsTableEntry, kCfg, slot, &ent)(); });
+            return result;
+        };
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.aclMask = 0; })), 49u);
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.aclType = 2; })), 51u);
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.ethType = 0x05FF; })), 61u);
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.vlanTag0 = 4096; })), 62u);
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.vlanTag1 = 4096; })), 62u);
+        EXPECT_EQ(code(GoodEntryBut([](AsEnt &e) { e.ipPrefixLen = 33; })), 54u);
+        EXPECT_TRUE(before.Unchanged());
+    }
+}
+
 TEST_F(AsEntries, ValueLimitsFromTheAcceptedSide) {
     ExpectStored(GoodEntryBut([](AsEnt &e) { e.aclType = 0; }));
     ExpectStored(GoodEntryBut([](AsEnt &e) { e.aclType = 1; }));
