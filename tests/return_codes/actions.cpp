@@ -127,11 +127,10 @@ auto After(const std::vector<uint32_t> &before, uint32_t type) {
     };
 }
 
-auto MatchedTag() {
-    return [](EthScene &s) {
-        s.AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_ETH);
-        s.AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_VLAN0);
-    };
+// The filter block matches a tag.
+void MatchTag(EthScene &s) {
+    s.AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_ETH);
+    s.AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_VLAN0);
 }
 
 // The flow's bookkeeping alone, so that the later conditions stay as they are.
@@ -166,17 +165,22 @@ void CheckPush(Describe<EthScene> &op, const std::string &by) {
             s.req.type = e_ETH_ACTION_PUSH_TAG;
         });
 
-    const auto push = After({e_ETH_ACTION_PUSH_TAG}, e_ETH_ACTION_PUSH_TAG);
+    // With a header for a third tag, which is no reason to accept it.
+    const auto pushThird = [](auto &s) {
+        s.AllocHdr(e_BLKTYPE_ACTION, e_FLOWHDR_VLAN2);
+        After({e_ETH_ACTION_PUSH_TAG, e_ETH_ACTION_PUSH_TAG}, e_ETH_ACTION_PUSH_TAG)(s);
+    };
     op.When("a push, and the flow has two tags already, matched and pushed", e_RET_ERR_INVALID_PARAM,
             [](auto &s) {
                 s.req.type = e_ETH_ACTION_PUSH_TAG;
                 Tags(s, 2, 0);
+                s.Fcb().actionBlk.hdrBmap = 0xFF;
             })
         .By(by)
-        .OnItsOwn(After({e_ETH_ACTION_PUSH_TAG, e_ETH_ACTION_PUSH_TAG}, e_ETH_ACTION_PUSH_TAG))
-        .OnItsOwn([push](auto &s) {
-            MatchedTag()(s);
-            push(s);
+        .OnItsOwn(pushThird)
+        .OnItsOwn([](auto &s) {
+            MatchTag(s);
+            After({e_ETH_ACTION_PUSH_TAG}, e_ETH_ACTION_PUSH_TAG)(s);
         });
 }
 
@@ -195,7 +199,7 @@ void CheckPop(Describe<EthScene> &op, const std::string &by) {
       }).By(by);
     for (const uint32_t type : {e_ETH_ACTION_DA, e_ETH_ACTION_SA, e_ETH_ACTION_ETHTYPE}) {
         op.OnItsOwn([type](auto &s) {
-            MatchedTag()(s);
+            MatchTag(s);
             After({e_ETH_ACTION_POP_TAG}, type)(s);
         });
     }

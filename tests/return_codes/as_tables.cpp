@@ -18,7 +18,7 @@ struct As {
     static constexpr int kDeactivateRequest = 22;
     static inline const std::string kTable = "AsTable";
     static inline const std::string kHdl = "asTblHdl";
-    static inline const std::string kValidator = "Validate_AsTblHdl";
+    static inline const std::string kKind = "AsTbl";
     static inline const std::string kCfg = "AsTableCfg";
     static inline const std::string kCfgParam = "asTblCfg_p";
 

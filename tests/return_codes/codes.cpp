@@ -8,8 +8,8 @@ namespace return_codes {
 
 #define CODE(number, name, meaning)                                                                          \
     [] {                                                                                                     \
-        static_assert(name == number, #name);                                                                \
-        return Code{number, #name, meaning};                                                                 \
+        static_assert((name) == (number), #name);                                                            \
+        return Code{(number), #name, (meaning)};                                                             \
     }()
 
 const std::vector<Code> &Codes() {

@@ -16,6 +16,7 @@
 #include "tests/return_codes/codes.h"
 #include "tests/support/library.h"
 
+#include <cctype>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -145,6 +146,10 @@ template <class S> class Describe {
         Last().hasErrors = true;
         return *this;
     }
+    // A handle's validator has a line of its own in front of the code's name.
+    Describe &PrintsInvalidHdl(const std::string &validator, const std::string &why) {
+        return Prints({test::Err(validator, why), test::CodeLine(validator, "e_RET_ERR_INVALID_HDL")});
+    }
     // About the row added last.
     Describe &Unreachable() {
         operation_.rows.back().unreachable = true;
@@ -153,6 +158,22 @@ template <class S> class Describe {
     Describe &Answer(const std::string &answer) {
         operation_.rows.back().answer = answer;
         return *this;
+    }
+
+    // The row of a table's handle: a table that was never allocated, and an index beyond the pool. `kind` is as
+    // in the name of the validator, e.g. "AsTbl"; `hdlOf` finds the scene's handle.
+    template <class HdlOf>
+    Describe &WhenBadTable(const std::string &kind, unsigned poolSize, unsigned neverAllocated, HdlOf hdlOf) {
+        const std::string validator = "Validate_" + kind + "Hdl";
+        std::string hdl = kind + "Hdl";
+        hdl.front() = static_cast<char>(std::tolower(hdl.front()));
+        return When("`" + hdl + "` is " + std::to_string(poolSize) + " or more, or the table is free",
+                    e_RET_ERR_INVALID_HDL, [=](S &s) { hdlOf(s).f1.id = neverAllocated & 0xFFu; })
+            .PrintsInvalidHdl(validator,
+                              "Invalid " + hdl + "<" + std::to_string(neverAllocated) + ">, table is free")
+            .Or([=](S &s) { hdlOf(s).f1.id = poolSize & 0xFFu; })
+            .PrintsInvalidHdl(validator,
+                              "Value out of range for " + hdl + "<" + std::to_string(poolSize) + ">");
     }
 
     // The row of the driver, where it stands in the order.

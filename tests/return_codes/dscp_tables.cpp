@@ -18,7 +18,7 @@ struct Dscp {
     static constexpr int kDeactivateRequest = 24;
     static inline const std::string kTable = "DscpToPbitsTable";
     static inline const std::string kHdl = "dscpTblHdl";
-    static inline const std::string kValidator = "Validate_DscpTblHdl";
+    static inline const std::string kKind = "DscpTbl";
     static inline const std::string kCfg = "DscpToPbitsTable_DefPbits";
     static inline const std::string kCfgParam = "defPbits_p";
 

@@ -11,7 +11,7 @@ template <class Hdl> struct DumpScene : Scene {
 
 // A dump of a kind of table; table 0 is in use.
 template <class Hdl>
-Operation DumpTable(const std::string &table, const std::string &hdl, const std::string &validator,
+Operation DumpTable(const std::string &table, const std::string &hdl, const std::string &kind,
                     unsigned poolSize, uint32_t (*alloc)(Hdl *), uint32_t (*dump)(Hdl *)) {
     using S = DumpScene<Hdl>;
     return Describe<S>("QIR_Dump_" + table, [dump](S &s) { return dump(s.hdl_p); })
@@ -20,10 +20,7 @@ Operation DumpTable(const std::string &table, const std::string &hdl, const std:
             Must(alloc(&own));
         })
         .When("`" + hdl + "_p` is null", e_RET_ERR_NULL_PTR, [](S &s) { s.hdl_p = nullptr; })
-        .When("`" + hdl + "` is " + std::to_string(poolSize) + " or more, or the table is free",
-              e_RET_ERR_INVALID_HDL, [](S &s) { s.hdl.f1.id = 1; })
-        .By(validator)
-        .Or([poolSize](S &s) { s.hdl.f1.id = poolSize & 0xFFu; })
+        .WhenBadTable(kind, poolSize, 1, [](S &s) -> Hdl & { return s.hdl; })
         .Otherwise();
 }
 
@@ -62,12 +59,10 @@ Family Dumps() {
     return {
         "Dumps",
         {
-            DumpTable("AsTable", "asTblHdl", "Validate_AsTblHdl", QIR_ASTBL_MAXNUM, QIR_Alloc_AsTable,
-                      QIR_Dump_AsTable),
-            DumpTable("DscpToPbitsTable", "dscpTblHdl", "Validate_DscpTblHdl", QIR_DSCPTBL_MAXNUM,
-                      QIR_Alloc_DscpToPbitsTable, QIR_Dump_DscpToPbitsTable),
-            DumpTable("PacTable", "pacTblHdl", "Validate_PacTblHdl", QIR_PACTBL_MAXNUM, QIR_Alloc_PacTable,
-                      QIR_Dump_PacTable),
+            DumpTable("AsTable", "asTblHdl", "AsTbl", 16, QIR_Alloc_AsTable, QIR_Dump_AsTable),
+            DumpTable("DscpToPbitsTable", "dscpTblHdl", "DscpTbl", 6, QIR_Alloc_DscpToPbitsTable,
+                      QIR_Dump_DscpToPbitsTable),
+            DumpTable("PacTable", "pacTblHdl", "PacTbl", 16, QIR_Alloc_PacTable, QIR_Dump_PacTable),
             DumpFlow(),
             DumpHdr(),
         },

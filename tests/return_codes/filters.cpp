@@ -313,8 +313,12 @@ template <class Kind> Operation GetOperation() {
     } else {
         op.Unreachable();
     }
-    // No match is success too.
-    return op.Otherwise().OnItsOwn([](auto &s) { s.AnewWithHdrs(); });
+    // No match is success too, and filters of another type do not count.
+    op.Otherwise().OnItsOwn([](auto &s) { s.AnewWithHdrs(); });
+    if constexpr (Kind::kRepeats) {
+        op.OnItsOwn([](auto &s) { s.Add(Kind::Again(e_CMP_EQ)); });
+    }
+    return op;
 }
 
 template <class Kind> void Add(std::vector<Operation> &operations) {

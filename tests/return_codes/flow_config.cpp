@@ -39,8 +39,7 @@ Operation AllocHdr() {
               [](auto &s) { s.hdr.blk = e_BLKTYPE_FWD; })
         .By("Alloc_Hdr")
         .When("the header that this one stands on is missing: Ethernet for VLAN, PPPoE and IPv4, the lower "
-              "tags for "
-              "a VLAN tag",
+              "tags for a VLAN tag",
               e_RET_ERR_HDROUTOFORDER,
               [](auto &s) {
                   s.hdr.blk = e_BLKTYPE_FILTER;
@@ -125,6 +124,10 @@ Operation SetFwdInfo() {
               e_RET_ERR_INVALID_DSTQID, [](auto &s) { s.fwd.dst.portQid[2] = 8; })
         .By(validate)
         .Or([](auto &s) { s.fwd.dst.portQid[2] = 3; })
+        .OnItsOwn([](auto &s) {
+            s.fwd.dst.portMask = 0x1;
+            s.fwd.dst.portQid[0] = 8;
+        })
         .When("port 7 is a destination, and `dst.gemPortIdxMask` is 0", e_RET_ERR_INVALID_GEMPORTIDXMASK,
               [](auto &s) { s.fwd.dst.gemPortIdxMask = 0; })
         .By(validate)
@@ -137,6 +140,11 @@ Operation SetFwdInfo() {
         .OnItsOwn([](auto &s) {
             s.fwd.dst.portMask = 0x80;
             s.fwd.dst.gemQid[5] = 1;
+        })
+        .OnItsOwn([](auto &s) {
+            s.fwd.dst.portMask = 0x80;
+            s.fwd.dst.gemPortIdxMask = 0x1;
+            s.fwd.dst.gemQid[0] = 8;
         })
         .When(kActive, e_RET_ERR_STATE_NOTCFG, kFlowIn<e_STATUS_ACTIVE>)
         .Otherwise()
@@ -219,6 +227,9 @@ template <class Hdl> struct AssociationScene : FlowScene {
     Hdl *table_p = &table;
 };
 
+constexpr auto kTableHdl = [](auto &s) -> auto & {
+    return s.table;
+};
 constexpr auto kNoTable = [](auto &s) { s.table_p = nullptr; };
 constexpr auto kNoStatus = [](auto &s) { s.status_p = nullptr; };
 
@@ -249,21 +260,13 @@ constexpr auto kNotEnabled = [](auto &s) {
     s.status = e_TBLSTATUS_DISABLE;
 };
 
-template <class S>
-void CheckTable(Describe<S> &op, const std::string &hdl, unsigned poolSize, const std::string &validator) {
-    op.When("`" + hdl + "` is " + std::to_string(poolSize) + " or more, or the table is free",
-            e_RET_ERR_INVALID_HDL, [poolSize](auto &s) { s.table.f1.id = (poolSize - 1) & 0xFFu; })
-        .By(validator)
-        .Or([poolSize](auto &s) { s.table.f1.id = poolSize & 0xFFu; });
-}
-
 Operation SetEpInfo() {
     Describe<EpScene> op("QIR_Set_EpInfo",
                          [](EpScene &s) { return QIR_Set_EpInfo(s.hdl_p, s.status, s.table_p); });
     op.Note("EP tables are placeholders and stay free: no call gets beyond the check of the table's handle.");
     OpenFlow(op, {{"epTblHdl_p", kNoTable}});
     op.When("`epTblSts` is 2 or more", e_RET_ERR_INVALID_TBLSTATUS, [](auto &s) { s.status = 2; });
-    CheckTable(op, "epTblHdl", QIR_EPTBL_MAXNUM, "Validate_EpTblHdl");
+    op.WhenBadTable("EpTbl", 6, 1, kTableHdl);
     return op
         .When("`epTblSts` is 1 and the flow uses an EP table already", e_RET_ERR_RESRC_ALREADY_ACTIVE,
               kEnabledAlready)
@@ -295,7 +298,7 @@ Operation SetPacInfo() {
       }).When("`pbitsSource` is 3 or more", e_RET_ERR_INVALID_PBITS_SOURCE, [](auto &s) {
         s.pbitsSource = 3;
     });
-    CheckTable(op, "pacTblHdl", QIR_PACTBL_MAXNUM, "Validate_PacTblHdl");
+    op.WhenBadTable("PacTbl", 16, 1, kTableHdl);
     return op
         .When("`pacTblSts` is 1 and the flow uses a PAC table already", e_RET_ERR_RESRC_ALREADY_ACTIVE,
               kEnabledAlready)

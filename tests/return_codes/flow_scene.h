@@ -66,8 +66,9 @@ constexpr auto kNoFlow = [](auto &s) { s.hdl_p = nullptr; };
 template <class S> void CheckFlow(Describe<S> &op) {
     op.When("`flowHdl` is 512 or more, or the flow is free", e_RET_ERR_INVALID_HDL,
             [](auto &s) { s.hdl.f1.id = 511; })
-        .By("Validate_FlowHdl")
-        .Or([](auto &s) { s.hdl.f1.id = 512; });
+        .PrintsInvalidHdl("Validate_FlowHdl", "Invalid flowHdl<511> FCB is free")
+        .Or([](auto &s) { s.hdl.f1.id = 512; })
+        .PrintsInvalidHdl("Validate_FlowHdl", "Value out of range for flowHdl<512>");
 }
 
 // The first rows of an operation that takes nothing but a flow.

@@ -18,7 +18,7 @@ struct Pac {
     static constexpr int kDeactivateRequest = 28;
     static inline const std::string kTable = "PacTable";
     static inline const std::string kHdl = "pacTblHdl";
-    static inline const std::string kValidator = "Validate_PacTblHdl";
+    static inline const std::string kKind = "PacTbl";
     static inline const std::string kCfg = "PacTableCfg";
     static inline const std::string kCfgParam = "pacTblCfg_p";
 
@@ -77,8 +77,9 @@ void CheckRecord(Describe<PacScene> &op) {
 }
 
 void Unchecked(PacScene &s) {
-    s.cfg.ovrd = 0x0002;
+    s.cfg.ovrd = 0x001F;
     s.cfg.dstGemPort = 200;
+    s.cfg.dstQid = 200;
     s.cfg.rawAction[0].type = 9;
 }
 

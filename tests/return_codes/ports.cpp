@@ -31,7 +31,8 @@ Family Ports() {
                                 [](PortScene &s) { return QIR_Set_FlowMissAction(s.value); })
                 .When("`action` is 3 or more", e_RET_ERR_INVALID_ACTION, [](auto &s) { s.value = 3; })
                 .Driver(kGlobalRequest)
-                .Otherwise(),
+                .Otherwise()
+                .OnItsOwn([](auto &s) { s.value = 2; }),
             Describe<PortScene>("QIR_Get_FlowMissAction",
                                 [](PortScene &s) { return QIR_Get_FlowMissAction(s.value_p); })
                 .When("`action_p` is null", e_RET_ERR_NULL_PTR, kNoValue)
@@ -42,7 +43,11 @@ Family Ports() {
                 .When("`srcPort` is 8 or more", e_RET_ERR_INVALID_SRCPORT, kPort8)
                 .When("`padLen` is 256 or more", e_RET_ERR_INVALID_PADLEN, [](auto &s) { s.value = 256; })
                 .Driver(kPortRequest)
-                .Otherwise(),
+                .Otherwise()
+                .OnItsOwn([](auto &s) {
+                    s.port = 7;
+                    s.value = 255;
+                }),
             Describe<PortScene>("QIR_Get_PortPadLen",
                                 [](PortScene &s) { return QIR_Get_PortPadLen(s.port, s.value_p); })
                 .When("`srcPort` is 8 or more", e_RET_ERR_INVALID_SRCPORT, kPort8)

@@ -64,10 +64,8 @@ void CheckNull(Describe<S> &op, const std::string &record, Change noRecord) {
 
 // The handle: a table that was never allocated, and an index beyond the pool.
 template <class Kind, class S> void CheckHandle(Describe<S> &op) {
-    op.When(Quoted(Kind::kHdl) + " is " + std::to_string(Kind::kPoolSize) + " or more, or the table is free",
-            e_RET_ERR_INVALID_HDL, [](auto &s) { s.hdl.f1.id = Kind::kPoolSize - 1; })
-        .By(Kind::kValidator)
-        .Or([](auto &s) { s.hdl.f1.id = Kind::kPoolSize; });
+    op.WhenBadTable(
+        Kind::kKind, Kind::kPoolSize, Kind::kPoolSize - 1, [](auto &s) -> auto & { return s.hdl; });
 }
 
 // Allocation, release, activation, deactivation and the reading of the configuration. Where the kinds differ,
