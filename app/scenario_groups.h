@@ -1,6 +1,6 @@
-// The five groups of flows that a test runs. Each takes the running flow priority by pointer, gives every flow
-// the next one and writes it back; the PPPoE flows share a priority of their own. A group returns 0, or -1 when no
-// flow record was left.
+// The five groups of flows that a test runs. Each takes the running flow priority by pointer, gives every
+// flow the next one and writes it back; the PPPoE flows share a priority of their own. A group returns 0, or
+// -1 when no flow record was left.
 #ifndef APP_SCENARIO_GROUPS_H
 #define APP_SCENARIO_GROUPS_H
 

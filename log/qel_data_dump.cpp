@@ -5,7 +5,8 @@
 
 namespace {
 
-// An id beyond its table is reported and then used all the same: it means the spare slot behind the table's last.
+// An id beyond its table is reported and then used all the same: it means the spare slot behind the table's
+// last.
 constexpr uint32_t kSpareQid = MAX_NUM_QIDS;
 constexpr uint32_t kSpareDataDumpId = MAX_NUM_DATADUMP_IDS;
 

@@ -3,7 +3,8 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same: it means the spare slot behind the last function.
+// An id beyond the table is reported and then used all the same: it means the spare slot behind the last
+// function.
 QelFun functions[QEL_FUN_ID_MAX + 1];
 
 QelFun &SlotOf(uint32_t funId) {

@@ -3,7 +3,8 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same: it means the spare row behind the last module.
+// An id beyond the table is reported and then used all the same: it means the spare row behind the last
+// module.
 constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 
 // Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that

@@ -150,9 +150,10 @@ void qel_dataDumpRegPrinter(uint32_t qId, uint32_t dataDumpId, QelDataDumpPrinte
 
 /**
  * Prints a block of data between two marker lines: through the printer registered for it, otherwise in
- * hexadecimal, as 32-bit words in the processor's order. A last line of fewer than four words is not ended. The
- * last 1 to 3 bytes of a block whose length is no multiple of 4 are shown as the block's first bytes. For a queue
- * that is not in use there is an error line between the markers. Does not ask the gate: see qelLog_ddIsEnabled().
+ * hexadecimal, as 32-bit words in the processor's order. A last line of fewer than four words is not ended.
+ * The last 1 to 3 bytes of a block whose length is no multiple of 4 are shown as the block's first bytes. For
+ * a queue that is not in use there is an error line between the markers. Does not ask the gate: see
+ * qelLog_ddIsEnabled().
  *
  * @param qID          0 to 9
  * @param dataDumpID   0 to 19

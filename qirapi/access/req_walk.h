@@ -19,8 +19,8 @@ inline const ReqNode *ReqNodeAt(const Fcb *fcb_p, u16 idx) {
 // The empty list that a reader gets for an index outside the pool.
 inline constexpr ReqNode kNoRequests{};
 
-// Calls visit(node) for the nodes behind the head, in list order, until it returns false. A node that points to
-// itself is the last one. A null head is an empty list.
+// Calls visit(node) for the nodes behind the head, in list order, until it returns false. A node that points
+// to itself is the last one. A null head is an empty list.
 template <class FcbPtr, class NodePtr, class Visit>
 void WalkReqList(FcbPtr fcb_p, NodePtr reqList_p, Visit visit) {
     if (reqList_p == nullptr) {

@@ -1,7 +1,7 @@
 // Flow control blocks: the flow handle, initialisation, dumps.
 //
-// An FCB is initialised at start-up and again at every allocation; freeing a flow releases its tables and sets
-// its status, and leaves the rest of its contents to be looked at until then.
+// An FCB is initialised at start-up and again at every allocation; freeing a flow releases its tables and
+// sets its status, and leaves the rest of its contents to be looked at until then.
 #ifndef QIRAPI_PRIVATE_FCB_H
 #define QIRAPI_PRIVATE_FCB_H
 

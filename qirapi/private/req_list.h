@@ -6,8 +6,8 @@
 // initialised again.
 //
 // The headers' `reqList` words are not always valid indexes: an IPv4 header whose allocation failed halfway,
-// and the tags behind the inner VLAN tag, leave other bytes there. Finding a list's head (ReqListAt) and every
-// walk therefore stay inside the pool.
+// and the tags behind the inner VLAN tag, leave other bytes there. Finding a list's head (ReqListAt) and
+// every walk therefore stay inside the pool.
 #ifndef QIRAPI_PRIVATE_REQ_LIST_H
 #define QIRAPI_PRIVATE_REQ_LIST_H
 

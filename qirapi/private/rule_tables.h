@@ -171,8 +171,8 @@ constexpr Rule kEthActionDeps[] = {
     {e_ETH_ACTION_POP_TAG, Types()},  // likewise
 };
 
-// Each field of a tag has its writers; a writer excludes the writers of its field, itself included, of every larger
-// field around it and of every smaller field inside it.
+// Each field of a tag has its writers; a writer excludes the writers of its field, itself included, of every
+// larger field around it and of every smaller field inside it.
 constexpr u16 kTagWriters = Types(e_VLAN_ACTION_SET_TAG, e_VLAN_ACTION_COPY_TAG_FROM_TAG);
 constexpr u16 kTpidWriters = Types(e_VLAN_ACTION_SET_TPID, e_VLAN_ACTION_COPY_TPID_FROM_TAG);
 constexpr u16 kTciWriters = Types(e_VLAN_ACTION_SET_TCI, e_VLAN_ACTION_COPY_TCI_FROM_TAG);

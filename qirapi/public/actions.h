@@ -4,8 +4,8 @@
  *
  * An action request belongs to a header that has been allocated in the flow's action block; TCP and UDP
  * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. A request that
- * passed the rule of exclusion and is then refused (order, number of tags, no request node) counts as given. An
- * ACTIVE flow takes actions too; the hardware learns of them at the next activation.
+ * passed the rule of exclusion and is then refused (order, number of tags, no request node) counts as given.
+ * An ACTIVE flow takes actions too; the hardware learns of them at the next activation.
  *
  * Codes of every `QIR_Config_*Action`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
  * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;

@@ -5,8 +5,8 @@
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
  * flow is freed. The rules (which types exclude each other, which operators a type takes, how often) are
- * checked before the value, and what they recorded stays when the request is then refused (operator's limit, value,
- * no request node): the type counts as given. An ACTIVE flow takes
+ * checked before the value, and what they recorded stays when the request is then refused (operator's limit,
+ * value, no request node): the type counts as given. An ACTIVE flow takes
  * filters too; the hardware learns of them at the next activation.
  *
  * Codes of every `QIR_Config_*Filter`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;

@@ -159,8 +159,8 @@ uint32_t QIR_Alloc_FCB_Specify_Index(uint32_t section, FlowHdl *flowHdl_p);
 uint32_t Is_Orx_free(uint32_t index);
 
 /**
- * Hands a flow to the driver. The driver gets the address of the FCB as a 32-bit word: on a 64-bit machine link
- * the program at a fixed place (-no-pie).
+ * Hands a flow to the driver. The driver gets the address of the FCB as a 32-bit word: on a 64-bit machine
+ * link the program at a fixed place (-no-pie).
  *
  * @param flowHdl_p the flow
  * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15); e_RET_ERR_STATE_NOTCFG (17) nothing configured yet;
@@ -196,8 +196,8 @@ uint32_t QIR_Get_FCBHits(FlowHdl *flowHdl_p, FcbHits *hits_p);
 
 /**
  * Allocates a header in a flow's filter or action block and makes the flow CFG. A VLAN tag needs the Ethernet
- * header and all lower tags, PPPoE and IPv4 need the Ethernet header. VLAN tags 2 and 3 have no entries of their
- * own: they reset what the PPPoE and IPv4 headers keep.
+ * header and all lower tags, PPPoE and IPv4 need the Ethernet header. VLAN tags 2 and 3 have no entries of
+ * their own: they reset what the PPPoE and IPv4 headers keep.
  *
  * @param flowHdl_p the flow
  * @param hdr_p     block and header
@@ -247,8 +247,8 @@ uint32_t QIR_Get_FwdInfo(FlowHdl *flowHdl_p, FwdInfo *fwdInfo_p);
  * Adds destinations to a flow in any state but FREE; an ACTIVE flow's hardware is updated. The new ports get
  * the queue id that the flow already keeps for the first of them. A zero port mask does nothing.
  *
- * With port 7 in the mask, the flow's port mask does not gain port 7, and its GEM mask gains bit 9 whatever GEM
- * ports are given; the queue ids of the given GEM ports are set. This is intended.
+ * With port 7 in the mask, the flow's port mask does not gain port 7, and its GEM mask gains bit 9 whatever
+ * GEM ports are given; the queue ids of the given GEM ports are set. This is intended.
  *
  * @param flowHdl_p the flow
  * @param dstMask_p the destinations; only the masks are read
@@ -285,8 +285,8 @@ uint32_t QIR_Set_AsOverride(FlowHdl *flowHdl_p, uint32_t asOverride);
 uint32_t QIR_Get_AsOverride(FlowHdl *flowHdl_p, uint32_t *asOverride_p);
 
 /**
- * Associates an EP table with a flow or releases it, and makes the flow CFG. The handle is stored even when the
- * call ends with 15, 14 or 17, and with 17 the table's reference count has changed.
+ * Associates an EP table with a flow or releases it, and makes the flow CFG. The handle is stored even when
+ * the call ends with 15, 14 or 17, and with 17 the table's reference count has changed.
  *
  * @param flowHdl_p  the flow
  * @param epTblSts   e_TBLSTATUS_*

@@ -3,8 +3,8 @@
  * Pins the layout of a record: its size and the place of each of its fields. Include qirapi/qirapi.h.
  *
  * The records are shared with the kernel driver, which copies them byte by byte. The pins stand beside the
- * records, hold for every target, 32-bit big-endian and 64-bit little-endian, and break the build of a program
- * whose compiler packs them otherwise.
+ * records, hold for every target, 32-bit big-endian and 64-bit little-endian, and break the build of a
+ * program whose compiler packs them otherwise.
  */
 #ifndef QIRAPI_PUBLIC_LAYOUT_H
 #define QIRAPI_PUBLIC_LAYOUT_H

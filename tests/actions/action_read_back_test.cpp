@@ -270,7 +270,8 @@ TEST_F(ActionIteration, NullRecordIsAsserted) {
     }
 }
 
-// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: the walk stays in the pool.
+// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: the walk stays in the
+// pool.
 TEST_F(ActionIteration, HalfAllocatedHeaderDoesNotCrash) {
     for (const char *label : {"Ipv4", "Tcp", "Udp"}) {
         const ActionMember &m = ActionOf(label);

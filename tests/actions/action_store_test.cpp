@@ -146,8 +146,8 @@ TEST_F(ActionStore, PoolIsUsedUpByRequests) {
     EXPECT_EQ(fcb_->actionBlk.udp.reqCount, 1u);
 }
 
-// An IPv4 header that got no node for its TCP part is allocated all the same. The part's entry keeps the fill,
-// which reads as bits 0, 2, 5 ... present.
+// An IPv4 header that got no node for its TCP part is allocated all the same. The part's entry keeps the
+// fill, which reads as bits 0, 2, 5 ... present.
 TEST_F(ActionStore, HalfAllocatedIpv4Header) {
     FlowHdl flow = Flow(9);
     ASSERT_EQ(QIR_Alloc_FCB_Specify_Index(0, &flow), 0u);

@@ -1,4 +1,5 @@
-// The fixture of the scenarios' tests: besides the library, the program's own globals are as at process start.
+// The fixture of the scenarios' tests: besides the library, the program's own globals are as at process
+// start.
 #ifndef TESTS_APP_APP_TEST_H
 #define TESTS_APP_APP_TEST_H
 

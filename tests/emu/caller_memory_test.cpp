@@ -43,7 +43,8 @@ class EmuCallerMemoryTest : public EmuTest {
 TEST_F(EmuCallerMemoryTest, RecordThatCannotBeReadIsRefused) {
     for (const KnownRequest &known : kKnownRequests) {
         SCOPED_TRACE(known.name);
-        // A record that would name an active object or valid values reaches into the closed area with one byte.
+        // A record that would name an active object or valid values reaches into the closed area with one
+        // byte.
         Record record(known.size);
         std::memset(record.Data(), 0, known.size);
         void *across = PlaceAcross(record, 1);

@@ -171,7 +171,8 @@ TEST_F(FilterIteration, NullRecordIsAsserted) {
     }
 }
 
-// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: the walk stays in the pool.
+// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: the walk stays in the
+// pool.
 TEST_F(FilterIteration, HalfAllocatedHeaderDoesNotCrash) {
     for (const char *label : {"Ipv4", "Tcp", "Udp"}) {
         const FilterMember &m = FilterOf(label);

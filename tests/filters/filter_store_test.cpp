@@ -224,8 +224,8 @@ TEST_F(FilterStore, StoreStepAssertsTheTag) {
     EXPECT_TRUE(before.Unchanged());
 }
 
-// An IPv4 header that got no node for its UDP part is allocated all the same. The part's entry keeps the fill,
-// which reads as bits 0, 2, 5 ... present and as counters beyond every limit.
+// An IPv4 header that got no node for its UDP part is allocated all the same. The part's entry keeps the
+// fill, which reads as bits 0, 2, 5 ... present and as counters beyond every limit.
 TEST_F(FilterStore, HalfAllocatedIpv4Header) {
     FlowHdl flow = Flow(9);
     ASSERT_EQ(QIR_Alloc_FCB_Specify_Index(0, &flow), 0u);

@@ -1,10 +1,10 @@
-// How an operation ends: its checks in order, each with the code it gives, as a table that can be executed and
-// printed.
+// How an operation ends: its checks in order, each with the code it gives, as a table that can be executed
+// and printed.
 //
-// An operation is described over a scene: the arguments of one call that succeeds, and what that call finds in
-// the library. Each row says in words what can be wrong, changes the scene accordingly and names the code that
-// the call has to yield. Rows stand in the order of the checks. A row is executed on its own, together with
-// each single later row, and together with all later rows; it has to yield its own code every time.
+// An operation is described over a scene: the arguments of one call that succeeds, and what that call finds
+// in the library. Each row says in words what can be wrong, changes the scene accordingly and names the code
+// that the call has to yield. Rows stand in the order of the checks. A row is executed on its own, together
+// with each single later row, and together with all later rows; it has to yield its own code every time.
 //
 //     Describe<AsScene>("QIR_Free_AsTable", [](AsScene &s) { return QIR_Free_AsTable(s.hdl_p); })
 //         .When("`asTblHdl_p` is null", e_RET_ERR_NULL_PTR, [](AsScene &s) { s.hdl_p = nullptr; })

@@ -175,8 +175,8 @@ TEST(ReturnCodeTable, EveryCodeIsGivenBySomeOperation) {
     }
 }
 
-// The name of the operation that a line of a public header declares, or nothing. Declarations begin in the first
-// column with the type of their result.
+// The name of the operation that a line of a public header declares, or nothing. Declarations begin in the
+// first column with the type of their result.
 std::string DeclaredName(const std::string &line) {
     const auto isNameChar = [](char c) {
         return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
