@@ -1,9 +1,12 @@
 #include "tests/app/child_process.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <spawn.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,7 +14,8 @@ namespace app_test {
 
 namespace {
 
-constexpr char kPreload[] = "LD_PRELOAD=";
+// Settings that preload a library, in this machine's programs and in emulated ones.
+constexpr const char *kPreloads[] = {"LD_PRELOAD=", "QEMU_SET_ENV="};
 
 struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
@@ -36,17 +40,34 @@ std::string Text(const File &file) {
     return text;
 }
 
-std::vector<std::string> Environment(const std::string &preload) {
+bool Preloads(const std::string &variable) {
+    return std::any_of(std::begin(kPreloads), std::end(kPreloads),
+                       [&variable](const char *name) { return variable.rfind(name, 0) == 0; });
+}
+
+std::vector<std::string> Environment(const std::string &setting) {
     std::vector<std::string> variables;
     for (char **variable = environ; *variable != nullptr; ++variable) {
-        if (std::string(*variable).rfind(kPreload, 0) != 0) {
+        if (!Preloads(*variable)) {
             variables.emplace_back(*variable);
         }
     }
-    if (!preload.empty()) {
-        variables.push_back(kPreload + preload);
+    if (!setting.empty()) {
+        variables.push_back(setting);
     }
     return variables;
+}
+
+// The words of the command that starts the program.
+std::vector<std::string> Command(const std::string &program, const std::vector<std::string> &args) {
+    std::vector<std::string> words;
+    std::istringstream emulator(EMULATOR);
+    for (std::string word; std::getline(emulator, word, '|');) {
+        words.push_back(word);
+    }
+    words.push_back(program);
+    words.insert(words.end(), args.begin(), args.end());
+    return words;
 }
 
 // The list of pointers that the system calls take.
@@ -63,10 +84,9 @@ std::vector<char *> Pointers(std::vector<std::string> &texts) {
 } // namespace
 
 ChildResult RunChild(const std::string &program, const std::vector<std::string> &args,
-                     const std::string &preload) {
-    std::vector<std::string> argTexts = args;
-    argTexts.insert(argTexts.begin(), program);
-    std::vector<std::string> variableTexts = Environment(preload);
+                     const std::string &setting) {
+    std::vector<std::string> argTexts = Command(program, args);
+    std::vector<std::string> variableTexts = Environment(setting);
     const std::vector<char *> argv = Pointers(argTexts);
     const std::vector<char *> variables = Pointers(variableTexts);
     const File out = TemporaryFile();
@@ -77,8 +97,7 @@ ChildResult RunChild(const std::string &program, const std::vector<std::string> 
     posix_spawn_file_actions_adddup2(&actions, fileno(out.get()), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, fileno(err.get()), STDERR_FILENO);
     pid_t child = 0;
-    const int failure =
-        posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), variables.data());
+    const int failure = posix_spawnp(&child, argv.front(), &actions, nullptr, argv.data(), variables.data());
     posix_spawn_file_actions_destroy(&actions);
 
     ChildResult result;

@@ -13,9 +13,10 @@ struct ChildResult {
     std::string err;
 };
 
-// `preload`, when not empty, is put in front of the program's libraries.
+// `setting`, when not empty, is a "NAME=VALUE" for the program's environment, which has no other stand-in for
+// the driver. A program of another processor runs through the emulator of this build.
 ChildResult RunChild(const std::string &program, const std::vector<std::string> &args,
-                     const std::string &preload);
+                     const std::string &setting);
 
 } // namespace app_test
 

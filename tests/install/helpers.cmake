@@ -22,7 +22,24 @@ function(needed_libraries variable file)
   set(${variable} "${lines}" PARENT_SCOPE)
 endfunction()
 
-# run_consumer(<program>): the program is of the KIND that was asked for, and works on the STAND_IN.
+# The compilers of this build, for the configuration of another project.
+if(TOOLCHAIN_FILE)
+  set(compilers "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}")
+else()
+  set(compilers "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
+endif()
+
+# expect_one_flow(<program>): run on the stand-in, it does what the consumers do.
+function(expect_one_flow program)
+  string(REPLACE "|" ";" emulator "${EMULATOR}")
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env "${STAND_IN}" ${emulator} "${program}"
+                  OUTPUT_VARIABLE output RESULT_VARIABLE status)
+  if(NOT status EQUAL 0 OR NOT output STREQUAL "the driver counted 1 flow\n")
+    message(FATAL_ERROR "the program ended with ${status} and printed:\n${output}")
+  endif()
+endfunction()
+
+# run_consumer(<program>): the program is of the KIND that was asked for, and works on the stand-in.
 function(run_consumer program)
   needed_libraries(needed "${program}")
   set(own ${needed})
@@ -34,9 +51,5 @@ function(run_consumer program)
   elseif(LANGUAGE STREQUAL "C" AND "${needed}" MATCHES "stdc\\+\\+")
     message(FATAL_ERROR "a C program got the C++ runtime: ${needed}")
   endif()
-  execute_process(COMMAND ${CMAKE_COMMAND} -E env "LD_PRELOAD=${STAND_IN}" "${program}"
-                  OUTPUT_VARIABLE output RESULT_VARIABLE status)
-  if(NOT status EQUAL 0 OR NOT output STREQUAL "the driver counted 1 flow\n")
-    message(FATAL_ERROR "the program ended with ${status} and printed:\n${output}")
-  endif()
+  expect_one_flow("${program}")
 endfunction()

@@ -1,5 +1,7 @@
 # The project as a part of another one: two static libraries, no test, no program of its own, nothing to
 # install. Asked to, it installs its libraries and headers.
+include("${CMAKE_CURRENT_LIST_DIR}/helpers.cmake")
+
 file(REMOVE_RECURSE "${WORK}")
 set(build "${WORK}/build")
 set(prefix "${WORK}/prefix")
@@ -13,7 +15,7 @@ endfunction()
 function(build_and_install)
   run(${CMAKE_COMMAND} -S "${SOURCE}/subproject" -B "${build}" -G "${GENERATOR}"
       "-DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM}"
-      "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}"
+      ${compilers}
       "-DCMAKE_C_FLAGS=${C_FLAGS}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
       "-DQIRAPI_PROJECT=${PROJECT}" "-DQIRAPI_CONSUMER=${SOURCE}/consumer/consumer.c" ${ARGN})
   run(${CMAKE_COMMAND} --build "${build}")
@@ -35,11 +37,7 @@ endfunction()
 build_and_install()
 expect_installed()
 
-execute_process(COMMAND ${CMAKE_COMMAND} -E env "LD_PRELOAD=${STAND_IN}" "${build}/device_agent"
-                OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-if(NOT output STREQUAL "the driver counted 1 flow\n")
-  message(FATAL_ERROR "the program printed:\n${output}")
-endif()
+expect_one_flow("${build}/device_agent")
 
 run(${CMAKE_CTEST_COMMAND} --test-dir "${build}" --show-only)
 if(NOT output MATCHES "Total Tests: 0\n")
