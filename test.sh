@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs all tests: ./test.sh [PRESET...], by default native and sanitize.
+# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc and mips.
 #
-# Installs and builds what is missing first.
+# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
@@ -9,12 +9,12 @@ here=$(dirname -- "$(readlink -f -- "$0")")
 . "$here/scripts/setup.sh" || exit 1
 
 if [ $# -eq 0 ]; then
-    set -- native sanitize
+    set -- native sanitize powerpc mips
 fi
 
-install_missing g++ cmake make binutils libgtest-dev pkgconf doxygen
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
+    install_for "$preset" binutils libgtest-dev googletest pkgconf doxygen
     build "$preset" -DQIR_BUILD_TESTS=ON
     ctest --preset "$preset" --parallel "$(nproc)" || exit 1
 done

@@ -51,6 +51,16 @@ install_missing() {
     fi
 }
 
+# install_for PRESET [PACKAGE...]: what building a preset needs, and further packages.
+install_for() {
+    local preset=$1
+    shift
+    case $preset in
+    powerpc | mips) install_missing cmake make "g++-$preset-linux-gnu" qemu-user "$@" ;;
+    *) install_missing cmake make g++ "$@" ;;
+    esac
+}
+
 # build PRESET [CMAKE OPTION...] [-- TARGET...]: configures and builds one preset.
 build() {
     local preset=$1 options=() targets=()

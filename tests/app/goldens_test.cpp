@@ -27,7 +27,7 @@
 
 namespace {
 
-enum class On { kNoDevice, kStandIn, kStandInLevel3 };
+enum class On { kNoDevice, kStaticNoDevice, kStandIn, kStandInLevel3 };
 
 struct ProgramRun {
     const char *name; // of the run; the golden's too, unless another run's golden is given
@@ -60,6 +60,12 @@ const ProgramRun kRuns[] = {
     {"nodevice_test3", On::kNoDevice, {"-t", "3"}, 0},
     {"nodevice_test4", On::kNoDevice, {"-t", "4"}, 0},
     {"nodevice_test5", On::kNoDevice, {"-t", "5"}, 0},
+
+#ifdef ORXTEST_STATIC
+    {"static_test0", On::kStaticNoDevice, {"-t", "0"}, 0, "nodevice_test0"},
+    {"static_test3", On::kStaticNoDevice, {"-t", "3"}, 0, "nodevice_test3"},
+    {"static_none", On::kStaticNoDevice, {}, kUsageError, "args_none"},
+#endif
 
     {"level3_test0", On::kStandInLevel3, {"-t", "0"}, 0},
     {"level3_test1", On::kStandInLevel3, {"-t", "1"}, 0},
@@ -171,16 +177,25 @@ std::string FirstDifference(const std::string &expected, const std::string &actu
     return "line " + std::to_string(common) + ": one text ends in a line end, the other does not";
 }
 
+const char *ProgramOf(On on) {
+#ifdef ORXTEST_STATIC
+    if (on == On::kStaticNoDevice) {
+        return ORXTEST_STATIC;
+    }
+#endif
+    return on == On::kStandInLevel3 ? ORXTEST_LEVEL3 : ORXTEST;
+}
+
 class Orxtest : public ::testing::TestWithParam<ProgramRun> {};
 
 TEST_P(Orxtest, PrintsItsGolden) {
     const ProgramRun &run = GetParam();
-    if (run.on == On::kNoDevice && std::filesystem::exists("/dev/pktorx")) {
+    const bool noDevice = run.on == On::kNoDevice || run.on == On::kStaticNoDevice;
+    if (noDevice && std::filesystem::exists("/dev/pktorx")) {
         GTEST_SKIP() << "this machine has the device";
     }
     const app_test::ChildResult result =
-        app_test::RunChild(run.on == On::kStandInLevel3 ? ORXTEST_LEVEL3 : ORXTEST, run.args,
-                           run.on == On::kNoDevice ? "" : STAND_IN);
+        app_test::RunChild(ProgramOf(run.on), run.args, noDevice ? "" : STAND_IN);
     EXPECT_EQ(result.status, run.status);
     const std::string out = test::Mask(result.out);
     const std::string err = test::Mask(result.err);
