@@ -9,9 +9,16 @@ here=$(dirname -- "$(readlink -f -- "$0")")
 # shellcheck source=scripts/setup.sh
 . "$here/scripts/setup.sh" || exit 1
 
-install_missing g++ cmake make
-build native -- orxtest orxemu
+preset=native
+emulator=() # what runs the preset's programs on this machine, and its arguments
 
-# The loader splits LD_PRELOAD at blanks and colons, which this tree's path may have.
-ln -s "$here/build/native/emu/liborxemu.so" "$scratch/liborxemu.so"
-LD_PRELOAD="$scratch/liborxemu.so${LD_PRELOAD:+:$LD_PRELOAD}" "$here/build/native/app/orxtest" "$@"
+install_missing g++ cmake make libcli11-dev nlohmann-json3-dev
+build "$preset" -- orxtest orxemu orxemu_tool
+
+options=()
+if [ "${#emulator[@]}" -gt 0 ]; then
+    options=(--emulator "${emulator[*]}")
+fi
+rm -rf "$scratch" # nothing is left to do it when orxemu takes this script's place
+exec "${emulator[@]}" "$here/build/$preset/emu/orxemu" run "${options[@]}" -- \
+    "$here/build/$preset/app/orxtest" "$@"

@@ -12,7 +12,7 @@ if [ $# -eq 0 ]; then
     set -- native sanitize
 fi
 
-install_missing g++ cmake make binutils libgtest-dev pkgconf doxygen
+install_missing g++ cmake make binutils libgtest-dev libcli11-dev nlohmann-json3-dev pkgconf doxygen
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
     build "$preset" -DQIR_BUILD_TESTS=ON
