@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs orxtest on the stand-in for the kernel driver: ./run.sh [--target powerpc|mips] -t 3
 #
-# Installs and builds what is missing first. The target is another processor's, whose programs run through an emulator.
-# All other arguments and the exit status are orxtest's own, and so is standard output.
+# Installs and builds what is missing first. The targets are other processors, whose programs run through an
+# emulator. All other arguments and the exit status are orxtest's own, and so is standard output.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
@@ -21,16 +21,15 @@ if [ "${1-}" = --target ]; then
     shift 2
 fi
 
-install_for "$preset"
-build "$preset" -- orxtest orxemu
-cd - >/dev/null || exit 1
+install_for "$preset" libcli11-dev nlohmann-json3-dev
+build "$preset" -- orxtest orxemu_tool
 
-# The loader splits LD_PRELOAD at blanks and colons, which this tree's path may have.
-ln -s "$here/build/$preset/emu/liborxemu.so" "$scratch/liborxemu.so"
-orxtest=$here/build/$preset/app/orxtest
-if [ "$preset" = native ]; then
-    LD_PRELOAD="$scratch/liborxemu.so${LD_PRELOAD:+:$LD_PRELOAD}" "$orxtest" "$@"
-else
-    read -r -a emulator <"$here/build/$preset/emulator"
-    QEMU_SET_ENV="LD_PRELOAD=$scratch/liborxemu.so" "${emulator[@]}" "$orxtest" "$@"
+# An emulated orxemu starts emulated programs.
+read -r -a emulator <"$here/build/$preset/emulator"
+options=()
+if [ "${#emulator[@]}" -gt 0 ]; then
+    options=(--emulator "${emulator[*]}")
 fi
+rm -rf "$scratch" # nothing is left to do it when orxemu takes this script's place
+exec "${emulator[@]}" "$here/build/$preset/emu/orxemu" run "${options[@]}" -- \
+    "$here/build/$preset/app/orxtest" "$@"

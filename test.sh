@@ -14,7 +14,7 @@ fi
 
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
-    install_for "$preset" binutils libgtest-dev googletest pkgconf doxygen
+    install_for "$preset" binutils libgtest-dev googletest libcli11-dev nlohmann-json3-dev pkgconf doxygen
     build "$preset" -DQIR_BUILD_TESTS=ON
     ctest --preset "$preset" --parallel "$(nproc)" || exit 1
 done

@@ -1,12 +1,13 @@
 // Every handler makes its checks first, then answers, then changes what the hardware holds: a request that is
-// refused or whose answer cannot be written changes nothing.
+// refused or whose answer cannot be written changes nothing. A slot becomes active last: a process that is
+// killed in between leaves none that is half filled.
 //
 // Words of a record that the library does not set are not looked at.
 #include "emu/device.h"
 
 #include "emu/caller_memory.h"
-#include "emu/device_node.h"
-#include "emu/faults.h"
+#include "emu/hardware.h"
+#include "emu/session.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -32,7 +33,9 @@ constexpr u32 kMaxCirRate[kCirUnits] = {8064, 1000};
 // Where the driver's index stands in a record.
 constexpr u32 kIndexWord = 0;
 
-constinit OrxEmuState state = {};
+OrxEmuState &State() {
+    return TheHardware().state;
+}
 
 static_assert(sizeof(qir::Fcb) == ORXEMU_FCB_BYTES);
 static_assert(sizeof(qir::AsTblInfo) == sizeof(OrxEmuTable::record));
@@ -58,7 +61,7 @@ int SetGblCfg(Exchange &exchange) {
     if (record.cfgType != qir::kGblCfgFlowMissAction || record.flowMissAction > kMaxFlowMissAction) {
         return EINVAL;
     }
-    state.flowMissAction = record.flowMissAction;
+    State().flowMissAction = record.flowMissAction;
     return 0;
 }
 
@@ -66,7 +69,7 @@ int SetPortDefAcl(const qir::PortRecord &record) {
     if (record.defAcl.srcPort >= ORXEMU_PORTS || record.defAcl.aclType > kMaxAclType) {
         return EINVAL;
     }
-    state.portDefAcl[record.defAcl.srcPort] = record.defAcl.aclType;
+    State().portDefAcl[record.defAcl.srcPort] = record.defAcl.aclType;
     return 0;
 }
 
@@ -74,8 +77,8 @@ int SetPortTpid(const qir::PortRecord &record) {
     if (record.tpid.portId >= ORXEMU_PORTS) {
         return EINVAL;
     }
-    static_assert(sizeof record.tpid.tpid == sizeof state.portTpid[0]);
-    std::memcpy(state.portTpid[record.tpid.portId], record.tpid.tpid, sizeof record.tpid.tpid);
+    static_assert(sizeof record.tpid.tpid == sizeof State().portTpid[0]);
+    std::memcpy(State().portTpid[record.tpid.portId], record.tpid.tpid, sizeof record.tpid.tpid);
     return 0;
 }
 
@@ -83,7 +86,7 @@ int SetPortPadLen(const qir::PortRecord &record) {
     if (record.pad.srcPort >= kPadLenPorts || record.pad.padLen > kMaxPadLen) {
         return EINVAL;
     }
-    state.portPadLen[record.pad.srcPort] = record.pad.padLen;
+    State().portPadLen[record.pad.srcPort] = record.pad.padLen;
     return 0;
 }
 
@@ -105,20 +108,20 @@ int SetPortCfg(Exchange &exchange) {
 
 // The tables of one kind; their record follows the index word.
 struct TblKind {
-    OrxEmuTable *slots;
+    OrxEmuTable *(*slots)();
     u32 num;
     u32 bytes;
 };
-constexpr TblKind kAsTbls = {state.asTbl, ORXEMU_AS_TABLES, sizeof(qir::AsTblInfo)};
-constexpr TblKind kDscpTbls = {state.dscpTbl, ORXEMU_DSCP_TABLES, sizeof(qir::DscpTblInfo)};
-constexpr TblKind kPacTbls = {state.pacTbl, ORXEMU_PAC_TABLES, sizeof(qir::PacTblInfo)};
+constexpr TblKind kAsTbls = {[] { return State().asTbl; }, ORXEMU_AS_TABLES, sizeof(qir::AsTblInfo)};
+constexpr TblKind kDscpTbls = {[] { return State().dscpTbl; }, ORXEMU_DSCP_TABLES, sizeof(qir::DscpTblInfo)};
+constexpr TblKind kPacTbls = {[] { return State().pacTbl; }, ORXEMU_PAC_TABLES, sizeof(qir::PacTblInfo)};
 
 bool IsActive(const TblKind &tbls, u32 idx) {
-    return idx < tbls.num && tbls.slots[idx].active != 0;
+    return idx < tbls.num && tbls.slots()[idx].active != 0;
 }
 
 template <const TblKind &tbls> int ActivateTbl(Exchange &exchange) {
-    const u32 idx = LowestFree(tbls.slots, tbls.num);
+    const u32 idx = LowestFree(tbls.slots(), tbls.num);
     if (idx == tbls.num) {
         return ENOSPC;
     }
@@ -126,9 +129,9 @@ template <const TblKind &tbls> int ActivateTbl(Exchange &exchange) {
     if (err != 0) {
         return err;
     }
-    OrxEmuTable &tbl = tbls.slots[idx];
-    tbl.active = 1;
+    OrxEmuTable &tbl = tbls.slots()[idx];
     std::memcpy(tbl.record, exchange.Bytes() + sizeof idx, tbls.bytes);
+    tbl.active = 1;
     return 0;
 }
 
@@ -137,14 +140,14 @@ template <const TblKind &tbls> int DeactivateTbl(Exchange &exchange) {
     if (!IsActive(tbls, idx)) {
         return ENOENT;
     }
-    Release(tbls.slots[idx]);
+    Release(tbls.slots()[idx]);
     return 0;
 }
 
 // --- Flows
 
 OrxEmuFlow *ActiveFlow(u32 flowIdx) {
-    return flowIdx < ORXEMU_FLOWS && state.flow[flowIdx].active != 0 ? &state.flow[flowIdx] : nullptr;
+    return flowIdx < ORXEMU_FLOWS && State().flow[flowIdx].active != 0 ? &State().flow[flowIdx] : nullptr;
 }
 
 bool InRange(const FwdInfo &fwdInfo) {
@@ -178,7 +181,7 @@ int ActivateFlow(Exchange &exchange) {
     if (!pacFound || record.epTblIdx != qir::kNoTable) {
         return ENOENT;
     }
-    const u32 idx = LowestFree(state.flow, ORXEMU_FLOWS);
+    const u32 idx = LowestFree(State().flow, ORXEMU_FLOWS);
     if (idx == ORXEMU_FLOWS) {
         return ENOSPC;
     }
@@ -186,12 +189,12 @@ int ActivateFlow(Exchange &exchange) {
     if (err != 0) {
         return err;
     }
-    OrxEmuFlow &flow = state.flow[idx];
-    flow.active = 1;
+    OrxEmuFlow &flow = State().flow[idx];
     std::memcpy(flow.fcb, exchange.FcbBytes(), sizeof flow.fcb);
     flow.pacTblIdx = record.pacTblIdx;
     flow.epTblIdx = record.epTblIdx;
     flow.numFlows = 1;
+    flow.active = 1;
     return 0;
 }
 
@@ -242,7 +245,7 @@ int SetRlStatus(Exchange &exchange) {
     if (record.rlStatus > 1) {
         return EINVAL;
     }
-    state.rlStatus = record.rlStatus;
+    State().rlStatus = record.rlStatus;
     return 0;
 }
 
@@ -251,15 +254,15 @@ int SetRlTciCfg(Exchange &exchange) {
     if (record.rlDir >= ORXEMU_RL_DIRS) {
         return EINVAL;
     }
-    static_assert(sizeof record.rlTciCfg == sizeof state.rlTci[0]);
-    std::memcpy(state.rlTci[record.rlDir], &record.rlTciCfg, sizeof record.rlTciCfg);
+    static_assert(sizeof record.rlTciCfg == sizeof State().rlTci[0]);
+    std::memcpy(State().rlTci[record.rlDir], &record.rlTciCfg, sizeof record.rlTciCfg);
     return 0;
 }
 
 // Null when there is no such limiter.
 OrxEmuRl *FindRl(const qir::RlRecord &record) {
     const bool found = record.rlDir < ORXEMU_RL_DIRS && record.rlIndex < ORXEMU_RL_INDEXES;
-    return found ? &state.rl[record.rlDir][record.rlIndex] : nullptr;
+    return found ? &State().rl[record.rlDir][record.rlIndex] : nullptr;
 }
 
 bool InRange(const RlEnt &rlEnt) {
@@ -275,8 +278,8 @@ int ActivateRl(Exchange &exchange) {
     if (rl->active != 0) {
         return EBUSY;
     }
-    rl->active = 1;
     std::memcpy(rl->record, &record.rlEnt, sizeof rl->record);
+    rl->active = 1;
     return 0;
 }
 
@@ -345,17 +348,17 @@ int Exchange::CopyFcb(u32 fcbAddr) {
 } // namespace orxemu
 
 void orxemu_reset() {
-    std::memset(&orxemu::state, 0, sizeof orxemu::state);
-    orxemu::ResetNode();
-    orxemu::ResetFaults();
+    const orxemu::HardwareLock lock;
+    std::memset(&orxemu::TheHardware(), 0, sizeof(orxemu::Hardware));
     orxemu_clearLog();
 }
 
 const OrxEmuState *orxemu_state() {
-    return &orxemu::state;
+    return &orxemu::State();
 }
 
 int orxemu_addHits(uint32_t flowIdx, uint32_t counter, uint32_t count) {
+    const orxemu::HardwareLock lock;
     OrxEmuFlow *flow = orxemu::ActiveFlow(flowIdx);
     if (flow == nullptr || counter >= sizeof flow->hits / sizeof *flow->hits) {
         return -1;

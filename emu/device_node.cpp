@@ -2,12 +2,13 @@
 
 #include "emu/caller_memory.h"
 #include "emu/device.h"
-#include "emu/faults.h"
+#include "emu/hardware.h"
 #include "emu/next.h"
-#include "emu/orxemu.h"
 #include "emu/request_log.h"
+#include "emu/session.h"
 #include "qirapi/driver/driver_records.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -19,29 +20,61 @@ namespace {
 // A descriptor of the device is a real one, of a device that is always there, so that its number is taken.
 constexpr const char *kPlaceholderPath = "/dev/null";
 
-// Open descriptors in the order of opening.
-constinit int descriptors[ORXEMU_MAX_DESCRIPTORS] = {};
-constinit int numDescriptors = 0;
-constinit bool missing = false;
-constinit size_t numOpens = 0;
+// A descriptor of the device in each place, plus 1; 0 in a free one. A program's threads open and close
+// descriptors at any time.
+constinit std::atomic<int> places[ORXEMU_MAX_DESCRIPTORS] = {};
 
-int FindDescriptor(int fd) {
-    for (int i = 0; i < numDescriptors; ++i) {
-        if (descriptors[i] == fd) {
-            return i;
+// Null when it is not the device's.
+std::atomic<int> *FindDescriptor(int fd) {
+    for (std::atomic<int> &place : places) {
+        if (fd >= 0 && place.load() == fd + 1) {
+            return &place;
         }
     }
-    return -1;
+    return nullptr;
+}
+
+// False when all places are taken.
+bool RememberDescriptor(int fd) {
+    for (std::atomic<int> &place : places) {
+        int expected = 0;
+        if (place.compare_exchange_strong(expected, fd + 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Errno of a new descriptor that cannot be had, or 0.
+int TryOpen(int flags, int &fd) {
+    Hardware &hardware = TheHardware();
+    const int fault = TakeOpenFault(hardware.faults);
+    if (fault != 0 || hardware.missing != 0) {
+        return fault != 0 ? fault : ENOENT;
+    }
+    fd = NextOpen(kPlaceholderPath, O_RDWR | (flags & O_CLOEXEC), 0);
+    if (fd < 0) {
+        return errno;
+    }
+    // The number may still be known when its descriptor was closed behind the hooks.
+    ForgetDescriptor(fd);
+    if (!RememberDescriptor(fd)) {
+        NextClose(fd);
+        return EMFILE;
+    }
+    ++hardware.numOpens;
+    return 0;
 }
 
 // Errno of the answer.
-int Serve(OrxEmuRequest &entry, const Fault &fault, void *record) {
+int Serve(OrxEmuRequest &entry, const Fault &fault, void *record, bool &recordRead) {
     const RequestKind *kind = FindRequest(entry.request);
     int copyErr = 0;
     if (kind != nullptr) {
         entry.recordSize = kind->recordSize;
         copyErr = CopyFromCaller(entry.in, record, entry.recordSize);
         std::memcpy(entry.out, entry.in, sizeof entry.out);
+        recordRead = copyErr == 0;
     }
     if (fault.kind == FaultKind::FailRequest) {
         return fault.err;
@@ -61,67 +94,64 @@ bool IsDevicePath(const char *path) {
 }
 
 bool IsDeviceDescriptor(int fd) {
-    return FindDescriptor(fd) >= 0;
+    return FindDescriptor(fd) != nullptr;
 }
 
 int OpenDevice(int flags) {
-    int err = TakeOpenFault();
-    if (err == 0 && missing) {
-        err = ENOENT;
-    }
-    if (err == 0 && numDescriptors == ORXEMU_MAX_DESCRIPTORS) {
-        err = EMFILE;
+    int fd = -1;
+    int err;
+    {
+        const HardwareLock lock;
+        err = TryOpen(flags, fd);
+        if (err != 0) {
+            ReportFailedOpen(err);
+        }
     }
     if (err != 0) {
         errno = err;
         return -1;
-    }
-    const int fd = NextOpen(kPlaceholderPath, O_RDWR | (flags & O_CLOEXEC), 0);
-    if (fd >= 0) {
-        // The number may still be known when its descriptor was closed behind the hooks.
-        ForgetDescriptor(fd);
-        descriptors[numDescriptors++] = fd;
-        ++numOpens;
     }
     return fd;
 }
 
 int IoctlDevice(int request, void *record) {
     const int savedErrno = errno;
-    OrxEmuRequest &entry = NewLogEntry();
-    entry.request = request;
-    entry.err = Serve(entry, TakeRequestFault(request), record);
-    const bool failed = entry.err != 0;
-    errno = failed ? entry.err : savedErrno;
-    return failed ? -1 : 0;
+    int err;
+    {
+        const HardwareLock lock;
+        const Fault fault = TakeRequestFault(TheHardware().faults, request);
+        bool recordRead = false;
+        OrxEmuRequest &entry = NewLogEntry();
+        entry.request = request;
+        entry.err = Serve(entry, fault, record, recordRead);
+        ReportRequest(entry, fault.kind, recordRead);
+        err = entry.err;
+    }
+    errno = err != 0 ? err : savedErrno;
+    return err != 0 ? -1 : 0;
 }
 
 void ForgetDescriptor(int fd) {
-    const int found = FindDescriptor(fd);
-    if (found < 0) {
-        return;
+    std::atomic<int> *found = FindDescriptor(fd);
+    if (found != nullptr) {
+        found->store(0);
     }
-    --numDescriptors;
-    for (int i = found; i < numDescriptors; ++i) {
-        descriptors[i] = descriptors[i + 1];
-    }
-}
-
-void ResetNode() {
-    missing = false;
-    numOpens = 0;
 }
 
 } // namespace orxemu
 
 int orxemu_openDescriptors() {
-    return orxemu::numDescriptors;
+    int open = 0;
+    for (const std::atomic<int> &place : orxemu::places) {
+        open += place.load() != 0 ? 1 : 0;
+    }
+    return open;
 }
 
 size_t orxemu_numOpens() {
-    return orxemu::numOpens;
+    return orxemu::TheHardware().numOpens;
 }
 
 void orxemu_setPresent(int present) {
-    orxemu::missing = present == 0;
+    orxemu::TheHardware().missing = present == 0 ? 1 : 0;
 }

@@ -14,9 +14,6 @@ int IoctlDevice(int request, void *record);
 // The descriptor is no longer the device's; does nothing when it is not.
 void ForgetDescriptor(int fd);
 
-// Device present, openings 0. Open descriptors stay.
-void ResetNode();
-
 } // namespace orxemu
 
 #endif

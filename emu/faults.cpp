@@ -1,6 +1,7 @@
 #include "emu/faults.h"
 
-#include "emu/orxemu.h"
+#include "emu/hardware.h"
+#include "emu/session.h"
 
 #include <cstdlib>
 
@@ -8,50 +9,47 @@ namespace orxemu {
 
 namespace {
 
-// Armed faults in the order of arming.
-constinit Fault faults[ORXEMU_MAX_FAULTS] = {};
-constinit int numFaults = 0;
-
-void Arm(FaultKind kind, int request, unsigned nth, int err) {
-    if (nth == 0) {
-        return;
-    }
-    if (numFaults == ORXEMU_MAX_FAULTS) {
-        std::abort();
-    }
-    faults[numFaults++] = {kind, request, nth, err};
-}
-
 // Counts down the faults that concern the call and takes out those that fall due; the first of them decides.
-template <class Concerns> Fault Take(Concerns concerns) {
+template <class Concerns> Fault Take(FaultList &list, Concerns concerns) {
     Fault due = {FaultKind::None, 0, 0, 0};
-    int kept = 0;
-    for (int i = 0; i < numFaults; ++i) {
-        Fault fault = faults[i];
+    uint32_t kept = 0;
+    for (uint32_t i = 0; i < list.num; ++i) {
+        Fault fault = list.faults[i];
         if (concerns(fault) && --fault.left == 0) {
             due = due.kind == FaultKind::None ? fault : due;
         } else {
-            faults[kept++] = fault;
+            list.faults[kept++] = fault;
         }
     }
-    numFaults = kept;
+    list.num = kept;
     return due;
+}
+
+void Arm(FaultKind kind, int request, unsigned nth, int err) {
+    const HardwareLock lock;
+    ArmFault(TheHardware().faults, kind, request, nth, err);
 }
 
 } // namespace
 
-int TakeOpenFault() {
-    return Take([](const Fault &fault) { return fault.kind == FaultKind::FailOpen; }).err;
+void ArmFault(FaultList &list, FaultKind kind, int request, unsigned nth, int err) {
+    if (nth == 0) {
+        return;
+    }
+    if (list.num == ORXEMU_MAX_FAULTS) {
+        std::abort();
+    }
+    list.faults[list.num++] = {kind, request, nth, err};
 }
 
-Fault TakeRequestFault(int request) {
-    return Take([request](const Fault &fault) {
+int TakeOpenFault(FaultList &list) {
+    return Take(list, [](const Fault &fault) { return fault.kind == FaultKind::FailOpen; }).err;
+}
+
+Fault TakeRequestFault(FaultList &list, int request) {
+    return Take(list, [request](const Fault &fault) {
         return fault.kind != FaultKind::FailOpen && (fault.request == 0 || fault.request == request);
     });
-}
-
-void ResetFaults() {
-    numFaults = 0;
 }
 
 } // namespace orxemu

@@ -2,23 +2,32 @@
 #ifndef EMU_FAULTS_H
 #define EMU_FAULTS_H
 
+#include "emu/orxemu.h"
+
 namespace orxemu {
 
-enum class FaultKind { None, FailOpen, FailRequest, LoseAnswer };
+enum class FaultKind : uint32_t { None, FailOpen, FailRequest, LoseAnswer };
 
 struct Fault {
     FaultKind kind;
-    int request; // 0: any number
-    unsigned left;
-    int err;
+    int32_t request; // 0: any number
+    uint32_t left;
+    int32_t err;
 };
 
-// Errno of the fault that this opening meets, or 0.
-int TakeOpenFault();
-// The fault that this request meets, or one of kind None.
-Fault TakeRequestFault(int request);
+// Armed faults in the order of arming.
+struct FaultList {
+    Fault faults[ORXEMU_MAX_FAULTS];
+    uint32_t num;
+};
 
-void ResetFaults();
+// Does nothing when `nth` is 0; ends the program when the list is full.
+void ArmFault(FaultList &list, FaultKind kind, int request, unsigned nth, int err);
+
+// Errno of the fault that this opening meets, or 0.
+int TakeOpenFault(FaultList &list);
+// The fault that this request meets, or one of kind None.
+Fault TakeRequestFault(FaultList &list, int request);
 
 } // namespace orxemu
 

@@ -7,7 +7,10 @@
 
 #include "emu/device_node.h"
 #include "emu/next.h"
+#include "emu/orxemu.h"
+#include "emu/session.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -25,11 +28,20 @@ mode_t ModeOf(int flags, std::va_list args) {
 
 int HookedOpen(const char *path, int flags, mode_t mode, NextOpenFn nextOpen) {
     if (orxemu::IsDevicePath(path)) {
+        orxemu::JoinSession(); // before Join() when another library opens the device while it is loaded
         return orxemu::OpenDevice(flags);
     }
     const int fd = nextOpen(path, flags, mode);
     orxemu::ForgetDescriptor(fd);
     return fd;
+}
+
+__attribute__((constructor)) void Join() {
+    orxemu::JoinSession();
+}
+
+__attribute__((destructor)) void Leave() {
+    orxemu::LeaveSession(orxemu_openDescriptors());
 }
 
 } // namespace
@@ -75,6 +87,11 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
 }
 
 int close(int fd) {
+    // Programs close what they may have inherited, one number after the other.
+    if (orxemu::IsSessionDescriptor(fd)) {
+        errno = EBADF;
+        return -1;
+    }
     orxemu::ForgetDescriptor(fd);
     return orxemu::NextClose(fd);
 }

@@ -6,7 +6,7 @@
 // With UPDATE_GOLDENS=1 in the environment the files are written instead of compared; lines that give both byte
 // orders are kept where they fit what was printed.
 
-#include "tests/app/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/capture.h"
 
 #include <gtest/gtest.h>
@@ -194,8 +194,8 @@ TEST_P(Orxtest, PrintsItsGolden) {
     if (noDevice && std::filesystem::exists("/dev/pktorx")) {
         GTEST_SKIP() << "this machine has the device";
     }
-    const app_test::ChildResult result =
-        app_test::RunChild(ProgramOf(run.on), run.args, noDevice ? "" : STAND_IN);
+    const test::ChildResult result =
+        test::RunChild(test::CommandOf(ProgramOf(run.on), run.args), noDevice ? "" : STAND_IN);
     EXPECT_EQ(result.status, run.status);
     const std::string out = test::Mask(result.out);
     const std::string err = test::Mask(result.err);

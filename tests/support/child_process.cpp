@@ -1,4 +1,4 @@
-#include "tests/app/child_process.h"
+#include "tests/support/child_process.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace app_test {
+namespace test {
 
 namespace {
 
@@ -58,8 +58,9 @@ std::vector<std::string> Environment(const std::string &setting) {
     return variables;
 }
 
-// The words of the command that starts the program.
-std::vector<std::string> Command(const std::string &program, const std::vector<std::string> &args) {
+} // namespace
+
+std::vector<std::string> CommandOf(const std::string &program, const std::vector<std::string> &args) {
     std::vector<std::string> words;
     std::istringstream emulator(EMULATOR);
     for (std::string word; std::getline(emulator, word, '|');) {
@@ -70,24 +71,19 @@ std::vector<std::string> Command(const std::string &program, const std::vector<s
     return words;
 }
 
-// The list of pointers that the system calls take.
-std::vector<char *> Pointers(std::vector<std::string> &texts) {
+std::vector<char *> Pointers(std::vector<std::string> &words) {
     std::vector<char *> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string &text : texts) {
-        pointers.push_back(text.data());
+    pointers.reserve(words.size() + 1);
+    for (std::string &word : words) {
+        pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
     return pointers;
 }
 
-} // namespace
-
-ChildResult RunChild(const std::string &program, const std::vector<std::string> &args,
-                     const std::string &setting) {
-    std::vector<std::string> argTexts = Command(program, args);
+ChildResult RunChild(std::vector<std::string> command, const std::string &setting) {
     std::vector<std::string> variableTexts = Environment(setting);
-    const std::vector<char *> argv = Pointers(argTexts);
+    const std::vector<char *> argv = Pointers(command);
     const std::vector<char *> variables = Pointers(variableTexts);
     const File out = TemporaryFile();
     const File err = TemporaryFile();
@@ -110,4 +106,4 @@ ChildResult RunChild(const std::string &program, const std::vector<std::string> 
     return result;
 }
 
-} // namespace app_test
+} // namespace test

@@ -1,0 +1,180 @@
+// A flow's FCB: its own fields, and the requests on the lists of its headers.
+//
+// The lists are walked with the greatest distrust: a journal may have been written by a program that had
+// overwritten its own memory.
+#include "emu/journal/fcb_requests.h"
+#include "emu/journal/layouts.h"
+#include "qirapi/driver/driver_records.h"
+
+#include <bitset>
+
+namespace orxemu::journal {
+
+namespace {
+
+constexpr unsigned kNumNodes = QIR_MAX_FCBREQ;
+constexpr unsigned kFreeListHead = 0;
+
+// What a header of a block is called, and where it keeps its list. The headers without an entry of their own
+// have no kind.
+struct HeaderRow {
+    const char *name;
+    unsigned hdr; // its bit in hdrBmap
+    const RequestKind *kind;
+    std::size_t entry; // in the FCB
+    bool shownEmpty = true;
+};
+
+#define ENTRY(blk, member) (offsetof(qir::Fcb, blk) + offsetof(decltype(qir::Fcb::blk), member))
+
+constexpr HeaderRow kFilterHeaders[] = {
+    {"eth", e_FLOWHDR_ETH, &kEthFilterKind, ENTRY(filterBlk, eth)},
+    {"vlan0", e_FLOWHDR_VLAN0, &kVlanFilterKind, ENTRY(filterBlk, vlan[0])},
+    {"vlan1", e_FLOWHDR_VLAN1, &kVlanFilterKind, ENTRY(filterBlk, vlan[1])},
+    {"vlan2", e_FLOWHDR_VLAN2, nullptr, 0},
+    {"vlan3", e_FLOWHDR_VLAN3, nullptr, 0},
+    {"pppoe", e_FLOWHDR_PPPOE, &kPppoeFilterKind, ENTRY(filterBlk, pppoe)},
+    {"mpls", e_FLOWHDR_MPLS, nullptr, 0},
+    {"ipv4", e_FLOWHDR_IPV4, &kIpv4FilterKind, ENTRY(filterBlk, ipv4)},
+    {"tcp", e_FLOWHDR_IPV4, &kTcpFilterKind, ENTRY(filterBlk, tcp), false},
+    {"udp", e_FLOWHDR_IPV4, &kUdpFilterKind, ENTRY(filterBlk, udp), false},
+};
+constexpr HeaderRow kActionHeaders[] = {
+    {"eth", e_FLOWHDR_ETH, &kEthActionKind, ENTRY(actionBlk, eth)},
+    {"vlan0", e_FLOWHDR_VLAN0, &kVlanActionKind, ENTRY(actionBlk, vlan[0])},
+    {"vlan1", e_FLOWHDR_VLAN1, &kVlanActionKind, ENTRY(actionBlk, vlan[1])},
+    {"vlan2", e_FLOWHDR_VLAN2, nullptr, 0},
+    {"vlan3", e_FLOWHDR_VLAN3, nullptr, 0},
+    {"pppoe", e_FLOWHDR_PPPOE, &kPppoeActionKind, ENTRY(actionBlk, pppoe)},
+    {"mpls", e_FLOWHDR_MPLS, nullptr, 0},
+    {"ipv4", e_FLOWHDR_IPV4, &kIpv4ActionKind, ENTRY(actionBlk, ipv4)},
+    {"tcp", e_FLOWHDR_IPV4, &kTcpActionKind, ENTRY(actionBlk, tcp), false},
+    {"udp", e_FLOWHDR_IPV4, &kUdpActionKind, ENTRY(actionBlk, udp), false},
+};
+
+struct Block {
+    std::size_t hdrBmap;
+    std::span<const HeaderRow> headers;
+};
+constexpr Block kFilterBlock = {ENTRY(filterBlk, hdrBmap), kFilterHeaders};
+constexpr Block kActionBlock = {ENTRY(actionBlk, hdrBmap), kActionHeaders};
+
+constexpr std::size_t NodeOffset(unsigned node) {
+    return offsetof(qir::Fcb, reqPool) + node * sizeof(qir::ReqNode);
+}
+
+std::string Text(const char *before, unsigned node, const char *behind) {
+    return before + std::to_string(node) + behind;
+}
+
+// Walks request lists. Lists of a sound FCB share no nodes, so that a walk that comes to a node again has
+// found damage, in this list or in an earlier one.
+class Walker {
+  public:
+    Walker(ByteView fcb, ByteOrder order) : fcb_(fcb), order_(order) { seen_.set(kFreeListHead); }
+
+    // Calls visit(node) for the requests of the list of `header`. What is damaged, empty when nothing is.
+    template <class Visit> std::string Walk(const HeaderRow &header, Visit visit) {
+        const unsigned head = Word(header.entry + offsetof(qir::HdrEntry, reqList));
+        std::string damage = Enter(head);
+        for (unsigned node = head; damage.empty();) {
+            node = Word(NodeOffset(node) + offsetof(qir::ReqNode, next));
+            if (node == head) {
+                break;
+            }
+            damage = Enter(node);
+            if (damage.empty()) {
+                visit(node);
+            }
+        }
+        return damage;
+    }
+
+    bool IsAllocated(const Block &block, const HeaderRow &header) const {
+        return ((Word(block.hdrBmap) >> header.hdr) & 1u) != 0;
+    }
+
+  private:
+    unsigned Word(std::size_t offset) const { return Load(fcb_, offset, 2, order_); }
+
+    std::string Enter(unsigned node) {
+        if (node >= kNumNodes) {
+            return Text("node ", node, " lies outside the pool");
+        }
+        if (seen_[node]) {
+            return node == kFreeListHead ? "the list is the free list" : Text("node ", node, " is met again");
+        }
+        if (Word(NodeOffset(node) + offsetof(qir::ReqNode, curr)) != node) {
+            return Text("node ", node, " carries another node's index");
+        }
+        seen_.set(node);
+        return {};
+    }
+
+    ByteView fcb_;
+    ByteOrder order_;
+    std::bitset<kNumNodes> seen_;
+};
+
+constexpr std::size_t kReqInNode = offsetof(qir::ReqNode, req);
+
+Json DecodeHeaders(ByteView fcb, ByteOrder order, Walker &walker, const Block &block) {
+    Json headers = Json::array();
+    for (const HeaderRow &header : block.headers) {
+        if (!walker.IsAllocated(block, header)) {
+            continue;
+        }
+        Json requests = Json::array();
+        if (header.kind != nullptr) {
+            const std::string damage = walker.Walk(header, [&](unsigned node) {
+                requests.push_back(DecodeReq(
+                    *header.kind, fcb.subspan(NodeOffset(node) + kReqInNode, qir::kReqBytes), order));
+            });
+            if (!damage.empty()) {
+                requests.push_back({{"damaged", damage}});
+            }
+        }
+        if (header.shownEmpty || !requests.empty()) {
+            headers.push_back({{"header", header.name}, {"requests", std::move(requests)}});
+        }
+    }
+    return headers;
+}
+
+void ConvertNode(const RequestKind &kind, ByteView original, std::span<std::uint8_t> fcb, unsigned node,
+                 ByteOrder from) {
+    const std::size_t offset = NodeOffset(node);
+    ConvertWord(original, fcb, offset + offsetof(qir::ReqNode, key), sizeof(qir::ReqNode::key), from);
+    ConvertReq(kind, original.subspan(offset + kReqInNode, qir::kReqBytes),
+               fcb.subspan(offset + kReqInNode, qir::kReqBytes), from);
+}
+
+} // namespace
+
+Json DecodeFcb(ByteView fcb, ByteOrder order) {
+    Json decoded = DecodeFields(kFcbLayout, fcb, order);
+    Walker walker(fcb, order);
+    decoded["filter"]["headers"] = DecodeHeaders(fcb, order, walker, kFilterBlock);
+    decoded["action"]["headers"] = DecodeHeaders(fcb, order, walker, kActionBlock);
+    return decoded;
+}
+
+void ConvertFcb(std::span<std::uint8_t> fcb, ByteOrder from) {
+    const Bytes original(fcb.begin(), fcb.end());
+    ConvertFields(kFcbLayout, original, fcb, from);
+    // Forwarding information that nobody has set holds what start-up wrote.
+    constexpr std::size_t kFwdInfo = offsetof(qir::Fcb, fwdInfo);
+    ConvertFields(kFwdInfoLayout, ByteView(original).subspan(kFwdInfo, sizeof(FwdInfo)),
+                  fcb.subspan(kFwdInfo, sizeof(FwdInfo)), from);
+    Walker walker(original, from);
+    for (const Block &block : {kFilterBlock, kActionBlock}) {
+        for (const HeaderRow &header : block.headers) {
+            if (header.kind != nullptr && walker.IsAllocated(block, header)) {
+                walker.Walk(header,
+                            [&](unsigned node) { ConvertNode(*header.kind, original, fcb, node, from); });
+            }
+        }
+    }
+}
+
+} // namespace orxemu::journal

@@ -1,0 +1,57 @@
+// Files of JSON lines: taking them apart, and comparing what a line says with what it has to say.
+#ifndef EMU_JOURNAL_JSON_LINES_H
+#define EMU_JOURNAL_JSON_LINES_H
+
+#include "emu/journal/log_file.h"
+
+#include <nlohmann/json.hpp>
+
+namespace orxemu::journal {
+
+constexpr std::size_t kMaxLineBytes = 64 * 1024;
+
+// What is wrong with a line.
+struct Error {
+    std::string what;
+};
+
+// Reads a file's lines as JSON objects.
+class JsonLines {
+  public:
+    explicit JsonLines(std::string_view text) : rest_(text) {}
+
+    // The next line's object. False at the end of the file. Throws Error.
+    bool Next(Json &object);
+    // Number of the line that Next delivered last, from 1.
+    std::size_t line() const { return line_; }
+    bool AtEnd() const { return rest_.empty(); }
+
+  private:
+    std::string_view rest_;
+    std::size_t line_ = 0;
+};
+
+// The object of one line. Throws Error.
+Json ParseObject(std::string_view line);
+
+// Throws Error at the first difference of `found` from `expected`, whatever the order of the members;
+// `source` is where the expected form comes from: "the raw bytes say".
+void MustBe(const Json &found, const Json &expected, const std::string &source, const std::string &path = {});
+
+// A member; each throws Error when it is missing or of another type.
+const Json &Member(const Json &object, const char *name);
+std::string TextMember(const Json &object, const char *name);
+// From `min` to `max`.
+std::int64_t NumberMember(const Json &object, const char *name, std::int64_t min, std::int64_t max);
+// Hexadecimal digits of `size` bytes.
+Bytes HexMember(const Json &object, const char *name, std::size_t size);
+
+// Reads the first line: what the file is and the byte order of its records. Throws Error.
+ByteOrder ReadHead(JsonLines &lines, const char *format);
+std::string HeadLine(const char *format, ByteOrder order);
+// One line, with its end.
+std::string LineOf(const Json &object);
+
+} // namespace orxemu::journal
+
+#endif

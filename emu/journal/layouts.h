@@ -1,0 +1,24 @@
+// The layouts of all records that cross to the driver.
+#ifndef EMU_JOURNAL_LAYOUTS_H
+#define EMU_JOURNAL_LAYOUTS_H
+
+#include "emu/journal/fields.h"
+
+namespace orxemu::journal {
+
+// Of a known request's record, as it is sent.
+const Layout &RequestLayout(int request);
+
+// Of one of the three kinds of table.
+const Layout &TableLayout(Assigned kind);
+
+// "numFlows" and "hits", 36 bytes: what the driver answers to a request for hit counters.
+extern const Layout kHitsLayout;
+extern const Layout kRlCfgLayout;
+extern const Layout kFwdInfoLayout;
+// The FCB without its requests.
+extern const Layout kFcbLayout;
+
+} // namespace orxemu::journal
+
+#endif

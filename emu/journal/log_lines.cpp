@@ -1,0 +1,106 @@
+#include "emu/journal/log_lines.h"
+
+#include "emu/journal/json_lines.h"
+#include "qirapi/driver/driver_records.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace orxemu::journal {
+
+namespace {
+
+// Above all errno values of any kernel.
+constexpr int kMaxNamedErrno = 4095;
+
+Json AnswerJson(const RequestInfo *info, const LogEntry &entry, ByteOrder order) {
+    Json answer = Json::object();
+    if (entry.err != 0) {
+        answer["errno"] = ErrnoName(entry.err);
+        if (entry.fault != FaultMark::None) {
+            answer["fault"] = entry.fault == FaultMark::Fail ? kFaultFail : kFaultAnswerLost;
+        }
+    }
+    const bool served = entry.err == 0 || entry.fault == FaultMark::AnswerLost;
+    if (info != nullptr && entry.recordRead && served) {
+        answer.update(DecodeAnswer(*info, entry.out, order));
+    }
+    return answer;
+}
+
+} // namespace
+
+std::string Problem::Text() const {
+    return file + ":" + (line == 0 ? "" : std::to_string(line) + ":") + " " + what;
+}
+
+std::string ErrnoName(int err) {
+    const char *const name = strerrorname_np(err);
+    return name != nullptr && err != 0 ? name : std::to_string(err);
+}
+
+int ErrnoOf(std::string_view text) {
+    int err = 0;
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), err);
+    if (failure == std::errc{} && end == text.data() + text.size()) {
+        return err > 0 ? err : 0;
+    }
+    for (err = 1; err <= kMaxNamedErrno; ++err) {
+        if (const char *const name = strerrorname_np(err); name != nullptr && text == name) {
+            return err;
+        }
+    }
+    return 0;
+}
+
+Json LogEntryJson(const LogEntry &entry, std::size_t n, ByteOrder order) {
+    Json line;
+    line["n"] = n;
+    if (entry.isOpen) {
+        line["open"] = qir::kPktOrxDevice;
+        line["answer"] = AnswerJson(nullptr, entry, order);
+        return line;
+    }
+    line["request"] = entry.request;
+    const RequestInfo *const info = FindRequestInfo(entry.request);
+    if (info != nullptr) {
+        line["name"] = info->name;
+        if (entry.recordRead) {
+            line["fields"] = DecodeRecord(*info, entry.in, order);
+            line["raw"] = ToHex(entry.in);
+        }
+        if (!entry.fcb.empty()) {
+            line["fcb"] = DecodeFcb(entry.fcb, order);
+            line["fcbRaw"] = ToHex(entry.fcb);
+        }
+    }
+    line["answer"] = AnswerJson(info, entry, order);
+    if (info != nullptr && entry.recordRead && entry.out != entry.in) {
+        line["rawOut"] = ToHex(entry.out);
+    }
+    return line;
+}
+
+Json LogEndJson(const LogEnd &end) {
+    Json counts;
+    counts["requests"] = end.requests;
+    counts["failedOpens"] = end.failedOpens;
+    counts["openDescriptors"] = end.openDescriptors;
+    Json line;
+    line["end"] = std::move(counts);
+    return line;
+}
+
+std::string LogHeadLine(ByteOrder order) {
+    return HeadLine(kLogFormat, order);
+}
+
+std::string LogEntryLine(const LogEntry &entry, std::size_t n, ByteOrder order) {
+    return LineOf(LogEntryJson(entry, n, order));
+}
+
+std::string LogEndLine(const LogEnd &end) {
+    return LineOf(LogEndJson(end));
+}
+
+} // namespace orxemu::journal

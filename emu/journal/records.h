@@ -1,0 +1,87 @@
+// What a request, a table record or an FCB says: its fields by name, from bytes of either byte order.
+//
+// The layouts stand here as tables of fields, a row per field. One table serves three uses: decoding for
+// people, comparison by meaning, and conversion to the other byte order. A field that the interface leaves
+// unset in this record (and what is output on the way in) is the text "unset" and is not decoded.
+//
+// The decoded form is ordered JSON: objects keep the order of the record's fields and have their names.
+// Numbers are numbers; types and statuses that have names are their names ("e_STATUS_ACTIVE"), a value
+// without a name is its number; MAC addresses and their masks are "00:11:22:33:44:55", IP addresses
+// "10.0.0.1". Bit sets whose bits have names (aclMask, ovrd, fwdAction) are lists, lowest bit first:
+// ["AS_ENT_MASK_MAC_SA", "AS_ENT_MASK_IP"]; bits without a name follow as one number. Port and GEM masks are
+// numbers. A handle is its index. Spare bytes do not appear. The configuration type of a setting is the name
+// of the member that it sets: "flowMissAction"; "defAcl", "tpid", "pad".
+#ifndef EMU_JOURNAL_RECORDS_H
+#define EMU_JOURNAL_RECORDS_H
+
+#include "emu/journal/words.h"
+
+#include <nlohmann/json.hpp>
+
+namespace orxemu::journal {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char *kUnset = "unset";
+
+// Kinds of index that the driver assigns.
+enum class Assigned { None, AsTable, DscpTable, PacTable, Flow };
+
+struct RequestInfo {
+    int number;
+    const char *name;          // "activate-flow": the word that commands take and logs carry
+    std::uint32_t recordSize;
+    bool copiesFcb;            // flow requests
+    Assigned index;            // kind of the index word at offset 0; None when there is none
+    bool assigns;              // the index word is output: the driver assigns it
+};
+
+// All requests, by ascending number. The names: set-global, set-port, activate-as-table,
+// deactivate-as-table, activate-dscp-table, deactivate-dscp-table, activate-pac-table,
+// deactivate-pac-table, activate-flow, deactivate-flow, get-flow-hits, set-rl-status, set-rl-tci,
+// activate-rl, deactivate-rl, update-forwarding.
+std::span<const RequestInfo> AllRequests();
+// Null for an unknown number or name.
+const RequestInfo *FindRequestInfo(int number);
+const RequestInfo *FindRequestInfo(std::string_view name);
+
+// The record as it was sent: {"<field>": value, ...}, nested as the records are. `record` has
+// info.recordSize bytes.
+Json DecodeRecord(const RequestInfo &info, ByteView record, ByteOrder order);
+// What the driver answered in the record: {"index": 3} for an assigned index, {"numFlows":1,"hits":[...]} for
+// hit counters, {} for all else.
+Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order);
+
+// Bytes of a table's shadow record; `kind` is one of the three kinds of table, here and below.
+std::size_t TableSize(Assigned kind);
+// Whole shadow records, as the state of the hardware holds them.
+Json DecodeTable(Assigned kind, ByteView record, ByteOrder order);
+// 16 bytes of a rate limiter's configuration.
+Json DecodeRlCfg(ByteView cfg, ByteOrder order);
+// 68 bytes.
+Json DecodeFwdInfo(ByteView fwdInfo, ByteOrder order);
+
+// 1884 bytes. {"status", "flowHdl", "hwFlowIdx", "section", "tables": [] or ["ep","pac"], "asOverride",
+// "epTblHdl", "pbitsSource", "pacTblHdl", "filter": {"totalTags", "headers": [...]}, "action": {"totalTags",
+// "pushedTags", "poppedTags", "headers": [...]}, "forwarding": {...} or "unset"}. A header is
+// {"header": "eth"|"vlan0"|"vlan1"|"vlan2"|"vlan3"|"pppoe"|"mpls"|"ipv4"|"tcp"|"udp",
+// "requests": [{"type": "e_VLAN_FILT_VID", "cmpOp": "e_CMP_EQ", "val": 200}, ...]} in the order of the
+// request list; TCP and UDP appear behind "ipv4" when their list has requests. "val" of a MAC filter is
+// {"addr", "mask"}, of an IP address {"addr", "prefixLen"}, of a MAC action "00:11:22:33:44:55", else a
+// number; actions without a value have none. "val2" is there with e_CMP_IN_RANGE only. A request of an
+// unknown type has its number and "raw", the value's bytes, instead of "val". Handles and pbitsSource are
+// "unset" while their table is not associated; tags and pbits of tag 2 and 3 lie on other entries by design
+// and have no request list of their own. A list that is damaged (an index outside the pool, a circle that
+// does not close) ends where the damage is and is followed by {"damaged": "<what>"}: never a crash, never an
+// endless walk.
+Json DecodeFcb(ByteView fcb, ByteOrder order);
+
+// The same bytes in the other byte order; unset fields and bytes behind a shorter value stay as they are.
+void ConvertRecord(const RequestInfo &info, std::span<std::uint8_t> record, ByteOrder from);
+void ConvertTable(Assigned kind, std::span<std::uint8_t> record, ByteOrder from);
+void ConvertRlCfg(std::span<std::uint8_t> cfg, ByteOrder from);
+void ConvertFcb(std::span<std::uint8_t> fcb, ByteOrder from);
+
+} // namespace orxemu::journal
+
+#endif

@@ -1,0 +1,234 @@
+// Settings, tables and rate limiters in a line; flows are told by their rules.
+#include "emu/journal/rule_text.h"
+
+#include "emu/journal/phrases.h"
+
+#include <algorithm>
+
+namespace orxemu::journal {
+
+namespace {
+
+// Fields that people know in hexadecimal, with their digits: masks and what stands in frames.
+struct HexField {
+    std::string_view name;
+    unsigned digits;
+};
+constexpr HexField kHexFields[] = {
+    {"gemPortIdxMask", 1}, {"portMask", 1}, {"srcPortMask", 1}, {"ethType", 4},
+    {"tpid", 4},           {"tci", 4},      {"fcbAddr", 8},     {"hwTblIdx", 1},
+};
+
+std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
+    return std::to_string(count) + " " + std::string(count == 1 ? one : many);
+}
+
+// Digits of the field in hexadecimal; 0 when it is told in another way.
+unsigned HexDigits(std::string_view field) {
+    for (const HexField &row : kHexFields) {
+        if (row.name == field) {
+            return row.digits;
+        }
+    }
+    const Json type = field;
+    const RuleWords *words = FindWords(kFilterWords, type);
+    if (words == nullptr) {
+        words = FindWords(kActionWords, type);
+    }
+    return words != nullptr ? words->digits : 0;
+}
+
+// ---- Tables
+
+std::string AsTableText(const Json &table) {
+    const Json &entries = Member(table, "ent");
+    const auto used = std::count_if(entries.begin(), entries.end(),
+                                    [](const Json &slot) { return Member(slot, "ent").is_object(); });
+    return PortsText(Number(Member(table, "cfg"), "srcPortMask")) + ", " +
+           Counted(static_cast<std::size_t>(used), "entry", "entries");
+}
+
+// Rows that say something else than the usual, a run of equal ones together: "dscp 4-7 pbits 1".
+void AddOwnRows(const Json &rows, const Json &usual, std::string_view key, std::string (*text)(const Json &),
+                Phrase &to) {
+    for (std::size_t first = 0; first < rows.size(); ++first) {
+        std::size_t last = first;
+        while (last + 1 < rows.size() && rows[last + 1] == rows[first]) {
+            ++last;
+        }
+        if (rows[first] != usual) {
+            const std::string range = last == first ? "" : "-" + std::to_string(last);
+            to.Add(std::string(key) + " " + std::to_string(first) + range + " " + text(rows[first]));
+        }
+        first = last;
+    }
+}
+
+std::string PbitsText(const Json &pbits) {
+    return "pbits " + PlainText(pbits);
+}
+
+std::string DscpTableText(const Json &table) {
+    const Json &cfg = Member(table, "cfg");
+    const Json &usual = Member(cfg, "pbits");
+    Phrase text("; ");
+    text.Add(PortName(Member(cfg, "srcPort")) + " " + PbitsText(usual));
+    AddOwnRows(Member(table, "pbits"), usual, "dscp", PbitsText, text);
+    return text.Text();
+}
+
+// What an entry of a PAC table overrides.
+std::string PacEntryText(const Json &entry) {
+    Phrase text;
+    for (const Json &bit : Member(entry, "ovrd")) {
+        if (bit == "PAC_OVRD_DSTGEMPORT") {
+            text.Add("gem " + PlainText(Member(entry, "dstGemPort")));
+        } else if (bit == "PAC_OVRD_DSTQID_A" || bit == "PAC_OVRD_DSTQID_B") {
+            text.Add("q" + PlainText(Member(entry, "dstQid")));
+        } else {
+            text.Add("ovrd " + PlainText(bit));
+        }
+    }
+    const Json &actions = Member(entry, "rawAction");
+    const auto raw = std::count_if(actions.begin(), actions.end(),
+                                   [](const Json &action) { return Number(action, "type") != 0; });
+    text.Add(raw == 0 ? "" : Counted(static_cast<std::size_t>(raw), "raw action", "raw actions"));
+    return text.IsEmpty() ? "no override" : text.Text();
+}
+
+std::string PacTableText(const Json &table) {
+    const Json &cfg = Member(table, "cfg");
+    Phrase text("; ");
+    text.Add(PacEntryText(cfg));
+    AddOwnRows(Member(table, "ent"), cfg, "pbits", PacEntryText, text);
+    return text.Text();
+}
+
+// ---- Requests
+
+std::string PortSetting(const Json &record) {
+    const Json &type = Member(record, "cfgType");
+    if (type == "tpid") {
+        const Json &tpid = Member(record, "tpid");
+        return PortName(Member(tpid, "portId")) + " tpid " + FieldText("tpid", Member(tpid, "tpid"));
+    }
+    if (type == "defAcl") {
+        const Json &acl = Member(record, "defAcl");
+        return PortName(Member(acl, "srcPort")) + " default acl " + PlainText(Member(acl, "aclType"));
+    }
+    if (type == "pad") {
+        const Json &pad = Member(record, "pad");
+        return PortName(Member(pad, "srcPort")) + " pad length " + PlainText(Member(pad, "padLen"));
+    }
+    return "configuration type " + PlainText(type);
+}
+
+std::string GlobalSetting(const Json &record) {
+    const Json &type = Member(record, "cfgType");
+    const std::string value = PlainText(Member(record, "flowMissAction"));
+    return type == "flowMissAction" ? "flow-miss action " + value
+                                    : "configuration type " + PlainText(type) + " value " + value;
+}
+
+std::string RlStatusText(const Json &record) {
+    const Json &status = Member(record, "rlStatus");
+    if (status == 0) {
+        return "disabled";
+    }
+    return status == 1 ? "enabled" : "status " + PlainText(status);
+}
+
+std::string RlName(const Json &record) {
+    return "direction " + PlainText(Member(record, "rlDir")) + " limiter " +
+           PlainText(Member(record, "rlIndex"));
+}
+
+std::string TableRequest(const RequestInfo &info, const Json &record) {
+    const std::string text = TableText(info.index, Member(record, "tbl"));
+    return info.assigns ? text : "index " + PlainText(Member(record, "index")) + ": " + text;
+}
+
+std::string FlowRequest(const RequestInfo &info, const Json &record, const Json &fcb) {
+    const std::string rule = fcb.is_null() ? "(no FCB)" : RuleText(fcb);
+    return info.assigns ? rule : "flow " + PlainText(Member(record, "flowIdx")) + ": " + rule;
+}
+
+struct TextRow {
+    std::string_view name;
+    std::string (*text)(const Json &record);
+};
+constexpr TextRow kTexts[] = {
+    {"set-global", GlobalSetting},
+    {"set-port", PortSetting},
+    {"get-flow-hits", [](const Json &record) { return "flow " + PlainText(Member(record, "flowIdx")); }},
+    {"set-rl-status", RlStatusText},
+    {"set-rl-tci",
+     [](const Json &record) {
+         return "direction " + PlainText(Member(record, "rlDir")) + " tci " +
+                FieldText("tci", Member(Member(record, "rlTciCfg"), "tci"));
+     }},
+    {"activate-rl",
+     [](const Json &record) { return RlName(record) + " " + RlText(Member(record, "rlEnt")); }},
+    {"deactivate-rl", RlName},
+    {"update-forwarding",
+     [](const Json &record) {
+         const Json &fwdInfo = Member(record, "fwdInfo");
+         const Json &prio = Member(fwdInfo, "flowPrio");
+         return "flow " + PlainText(Member(record, "flowIdx")) + ": in " + SourceText(fwdInfo) + " → " +
+                DestinationText(fwdInfo) + (prio == 0 ? "" : " prio " + PlainText(prio));
+     }},
+};
+
+} // namespace
+
+std::string TableText(Assigned kind, const Json &table) {
+    switch (kind) {
+    case Assigned::AsTable:
+        return AsTableText(table);
+    case Assigned::DscpTable:
+        return DscpTableText(table);
+    case Assigned::PacTable:
+        return PacTableText(table);
+    case Assigned::None:
+    case Assigned::Flow:
+        break;
+    }
+    return {};
+}
+
+std::string RlText(const Json &cfg) {
+    return "rate " + PlainText(Member(cfg, "cirRate")) + " unit " + PlainText(Member(cfg, "cirUnit")) +
+           " burst " + PlainText(Member(cfg, "cbs")) + " tci " + HexText(Member(cfg, "tci"), 4);
+}
+
+std::string RequestText(const RequestInfo &info, const Json &record, const Json &fcb) {
+    if (info.copiesFcb) {
+        return FlowRequest(info, record, fcb);
+    }
+    if (info.index != Assigned::None && info.index != Assigned::Flow) {
+        return TableRequest(info, record);
+    }
+    for (const TextRow &row : kTexts) {
+        if (row.name == info.name) {
+            return row.text(record);
+        }
+    }
+    return {};
+}
+
+std::string FieldText(std::string_view field, const Json &value) {
+    const unsigned digits = HexDigits(field);
+    if (digits == 0) {
+        return PlainText(value);
+    }
+    if (!value.is_array()) {
+        return HexText(value, digits);
+    }
+    Phrase text;
+    for (const Json &element : value) {
+        text.Add(HexText(element, digits));
+    }
+    return text.Text();
+}
+
+} // namespace orxemu::journal

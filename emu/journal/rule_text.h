@@ -1,0 +1,37 @@
+// Flows, tables and requests in a line that people read.
+#ifndef EMU_JOURNAL_RULE_TEXT_H
+#define EMU_JOURNAL_RULE_TEXT_H
+
+#include "emu/journal/records.h"
+
+#include <string>
+
+namespace orxemu::journal {
+
+// A decoded FCB as a rule: "in uni0 vlan 200 ip → set vid 1200 → gpon gem 3 q7". What it is matched on, what
+// is rewritten, where it goes; a part that is empty is left out with its arrow, a flow without forwarding
+// ends in "→ nowhere". Behind the destination stands what is not as usual: forwarding flags other than the
+// override of the address table, priority, tables, address-screening override, section.
+std::string RuleText(const Json &fcb);
+
+// Source and destination of decoded forwarding information: "uni0" and "gpon gem 3 q7".
+std::string SourceText(const Json &fwdInfo);
+std::string DestinationText(const Json &fwdInfo);
+
+// A decoded table as its ports and settings, with its entries counted. `kind` is one of the three tables.
+std::string TableText(Assigned kind, const Json &table);
+
+// Decoded configuration of a rate limiter.
+std::string RlText(const Json &cfg);
+
+// One line for a request of any kind, without its number and name: "port 3 tpid 0x8100 0x88a8 0x9100 0x0000".
+// `fcb` is null for requests that copy none.
+std::string RequestText(const RequestInfo &info, const Json &record, const Json &fcb);
+
+// One value of a decoded object as people read it, by the name of its field: masks and types of frames in
+// hexadecimal, lists in a line, text as it is. The value of a filter or action goes by the name of its type.
+std::string FieldText(std::string_view field, const Json &value);
+
+} // namespace orxemu::journal
+
+#endif

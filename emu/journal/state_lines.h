@@ -1,0 +1,28 @@
+// The lines of a state as JSON, before they are text. Records are bytes of the given byte order.
+#ifndef EMU_JOURNAL_STATE_LINES_H
+#define EMU_JOURNAL_STATE_LINES_H
+
+#include "emu/journal/state_file.h"
+
+namespace orxemu::journal {
+
+// The three kinds of table, in the order of their lines.
+struct TableKindRow {
+    Assigned kind;
+    const char *member;
+    std::span<OrxEmuTable> (*slots)(OrxEmuState &state);
+};
+std::span<const TableKindRow> TableKinds();
+
+Json GlobalJson(const OrxEmuState &state);
+Json PortJson(const OrxEmuState &state, unsigned port);
+Json RlTciJson(const OrxEmuState &state, unsigned dir);
+Json TableJson(const TableKindRow &row, std::size_t index, ByteView record, ByteOrder order);
+// `fcb` takes the place of the flow's own.
+Json FlowJson(std::size_t index, const OrxEmuFlow &flow, ByteView fcb, ByteOrder order);
+Json RlJson(unsigned dir, unsigned index, ByteView cfg, ByteOrder order);
+Json StateEndJson(std::size_t objects);
+
+} // namespace orxemu::journal
+
+#endif

@@ -1,0 +1,55 @@
+// What the processes of a session share with the `orxemu run` that started them: the memory that holds the
+// hardware, the file whose lock serialises them, and the channel for messages about what they asked of it.
+//
+// The environment variable names the three, as decimal numbers with commas between them: the identifier of
+// the shared memory segment; descriptor, device and inode of the file; the same of the channel. The
+// descriptors are inherited by every process. Device and inode tell them from others under their numbers.
+//
+// The memory is a segment and no file, because a limit on the size of files (`ulimit -f`) is about files that
+// exist in memory only, too. The system removes it with the last process that uses it.
+#ifndef EMU_SESSION_MEMORY_H
+#define EMU_SESSION_MEMORY_H
+
+#include "emu/hardware.h"
+
+#include <type_traits>
+
+namespace orxemu {
+
+constexpr const char *kSessionVariable = "ORXEMU_SESSION";
+constexpr int kSessionNumbers = 7;
+
+// In the byte order of the writer, so that a program of the other order does not recognise it.
+constexpr uint32_t kSessionMagic = 0x4F525845;
+// Counts up with every change of the structures here and below.
+constexpr uint32_t kSessionLayout = 1;
+
+struct SessionMemory {
+    uint32_t magic;
+    uint32_t layout;
+    uint32_t size;     // of this structure
+    uint32_t joined;   // processes that came in, ever
+    uint32_t leftOpen; // descriptors of the device that were open when their process ended
+    uint32_t lost;     // messages that could not be sent
+    Hardware hardware;
+};
+
+enum class MessageKind : uint32_t { Request, FailedOpen };
+
+// One message on the channel. It is sent before the next process can reach the hardware, so that messages
+// come in the order of what they tell.
+struct SessionMessage {
+    struct Head {
+        MessageKind kind;
+        FaultKind fault;     // that the request met
+        uint32_t recordRead; // 1: the record could be read from the caller's memory
+    } head;
+    OrxEmuRequest request; // of a failed opening only `err`
+};
+// Head and request are sent from two places and received in one.
+static_assert(sizeof(SessionMessage) == sizeof(SessionMessage::Head) + sizeof(OrxEmuRequest));
+static_assert(std::is_trivially_copyable_v<SessionMessage>);
+
+} // namespace orxemu
+
+#endif

@@ -1,0 +1,71 @@
+// The program orxemu: the command line, down to the command.
+#include "emu/tool/commands.h"
+#include "emu/tool/terminal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+
+namespace {
+
+constexpr const char *kDescription = "Runs programs on the stand-in for the ORX kernel driver, and reads, "
+                                     "compares and replays what it recorded.";
+constexpr const char *kFooter = "Examples:\n"
+                                "  orxemu run --log a.json --summary -- orxtest -t 3\n"
+                                "  orxemu show a.json\n"
+                                "  orxemu diff a.json b.json\n"
+                                "  orxemu replay a.json --device /dev/pktorx\n"
+                                "\n"
+                                "orxemu COMMAND --help says what a command can do.";
+
+// The words in front of the "--" of `run`; everything behind it is the program's.
+std::span<char *> OwnWords(std::span<char *> words) {
+    if (words.size() < 2 || std::string_view(words[1]) != "run") {
+        return words;
+    }
+    const auto mark = std::find_if(words.begin(), words.end(),
+                                   [](const char *word) { return std::string_view(word) == "--"; });
+    return words.first(static_cast<std::size_t>(mark - words.begin()));
+}
+
+// Text for a user that is not an error goes to standard output as it is.
+int Explain(const CLI::App &app, const CLI::ParseError &error) {
+    if (error.get_exit_code() == 0) {
+        return app.exit(error);
+    }
+    const bool runs = app.got_subcommand("run");
+    orxemu::tool::Complain(error.what());
+    orxemu::tool::Complain(runs ? "\"orxemu run --help\" explains the command line"
+                                : "\"orxemu --help\" explains the command line");
+    return runs ? orxemu::tool::kStatusRunTrouble : orxemu::tool::kStatusTrouble;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const std::span<char *> words(argv, static_cast<std::size_t>(argc));
+    const std::span<char *> own = OwnWords(words);
+    std::vector<std::string> program;
+    if (own.size() < words.size()) {
+        program.assign(words.begin() + static_cast<std::ptrdiff_t>(own.size()) + 1, words.end());
+    }
+
+    CLI::App app(kDescription, "orxemu");
+    int status = 0;
+    app.set_version_flag("--version", "orxemu " ORXEMU_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.footer(kFooter);
+    app.require_subcommand(1);
+    orxemu::tool::AddRun(app, status, std::move(program));
+    orxemu::tool::AddShow(app, status);
+    orxemu::tool::AddDiff(app, status);
+    orxemu::tool::AddReplay(app, status);
+    try {
+        app.parse(static_cast<int>(own.size()), own.data());
+    } catch (const CLI::ParseError &error) {
+        return Explain(app, error);
+    }
+    return status;
+}

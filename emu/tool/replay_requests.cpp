@@ -1,0 +1,276 @@
+#include "emu/tool/replay_requests.h"
+
+#include "emu/tool/terminal.h"
+#include "qirapi/driver/driver_records.h"
+
+#include <cstring>
+#include <new>
+
+namespace orxemu::tool {
+
+namespace {
+
+using journal::Assigned;
+using journal::Bytes;
+using journal::kHostOrder;
+
+constexpr std::size_t kIndexWord = 0;
+constexpr unsigned kWord = 4;
+
+const char *ObjectName(Assigned kind) {
+    switch (kind) {
+    case Assigned::AsTable:
+        return "AS table";
+    case Assigned::DscpTable:
+        return "DSCP table";
+    case Assigned::PacTable:
+        return "PAC table";
+    case Assigned::Flow:
+        return "flow";
+    case Assigned::None:
+        break;
+    }
+    return "object";
+}
+
+bool TookIt(const journal::LogEntry &entry) {
+    return entry.err == 0 || entry.fault == journal::FaultMark::AnswerLost;
+}
+
+std::uint32_t WordAt(journal::ByteView bytes, std::size_t offset) {
+    return journal::Load(bytes, offset, kWord, kHostOrder);
+}
+
+void PutWord(std::span<std::uint8_t> bytes, std::size_t offset, std::uint32_t value) {
+    journal::Store(bytes, offset, kWord, kHostOrder, value);
+}
+
+bool CarriesIndex(const journal::RequestInfo &info) {
+    return info.index != Assigned::None && !info.assigns;
+}
+
+bool IsTableRequest(const journal::RequestInfo &info) {
+    return info.index != Assigned::None && info.index != Assigned::Flow;
+}
+
+} // namespace
+
+ReplayEnd Replay::Run() {
+    std::size_t n = 0;
+    bool goOn = true;
+    for (const journal::LogEntry &entry : log_.entries) {
+        ++n;
+        if (entry.isOpen) {
+            continue;
+        }
+        if (goOn) {
+            goOn = One(entry, n);
+        } else {
+            ++counts_.notSent;
+        }
+    }
+    if (goOn) {
+        return ReplayEnd::Done;
+    }
+    return trouble_ ? ReplayEnd::Trouble : ReplayEnd::Stopped;
+}
+
+// Whether the replay goes on; so do the functions that end the work on a request.
+bool Replay::One(const journal::LogEntry &entry, std::size_t n) {
+    const journal::RequestInfo *info = journal::FindRequestInfo(entry.request);
+    if (info == nullptr) {
+        Tell(entry, "request " + std::to_string(n) + " skipped: its number " + std::to_string(entry.request) +
+                        " is unknown");
+        ++counts_.skipped;
+        return true;
+    }
+    if (!TookIt(entry) && !rules_.withRefused) {
+        ++counts_.skipped;
+        ++counts_.skippedRefused;
+        return true;
+    }
+    Request request{entry, *info, n, entry.in, entry.fcb};
+    if (!entry.recordRead) {
+        return Skip(request, "its record could not be read when it was recorded");
+    }
+    if (info->copiesFcb && entry.fcb.empty()) {
+        return Skip(request, "its FCB was not read when it was recorded");
+    }
+    if (log_.order != kHostOrder) {
+        journal::ConvertRecord(*info, request.record, log_.order);
+        if (info->copiesFcb) {
+            journal::ConvertFcb(request.fcb, log_.order);
+        }
+    }
+    const Obstacle obstacle = TranslateIndexes(request);
+    switch (obstacle.found) {
+    case IndexMap::Found::Missing:
+        return Skip(request, obstacle.what);
+    case IndexMap::Found::Clash:
+        return Refuse(request, "not sent: " + obstacle.what);
+    case IndexMap::Found::Yes:
+        break;
+    }
+    TranslateNotes(request);
+    return SendTranslated(request);
+}
+
+bool Replay::SendTranslated(Request &request) {
+    std::optional<LowFcb> newPlace;
+    if (request.info.copiesFcb) {
+        try {
+            PlaceFcb(request, newPlace).Write(request.fcb);
+        } catch (const std::bad_alloc &) {
+            return Fail(request, "no memory is left below 4 GiB for its FCB");
+        }
+    }
+    Bytes answered = request.record;
+    const Answer answer = target_.Send(request.info.number, answered);
+    WriteLine(request, answered, answer);
+    if (!answer.opened) {
+        return Fail(request, target_.Name() + " cannot be opened: " + journal::ErrnoName(answer.err));
+    }
+    if (answer.err != 0) {
+        return Refuse(request, "refused: " + journal::ErrnoName(answer.err));
+    }
+    NoteAccepted(request, answered, std::move(newPlace));
+    ++counts_.accepted;
+    return true;
+}
+
+bool Replay::Refuse(const Request &request, const std::string &what) {
+    NoteNotAccepted(request);
+    if (!TookIt(request.entry)) {
+        ++counts_.refusedAsRecorded;
+        return true;
+    }
+    ++counts_.refused;
+    Tell(request.entry,
+         std::string(request.info.name) + " (request " + std::to_string(request.n) + ") " + what);
+    return rules_.keepGoing;
+}
+
+bool Replay::Skip(const Request &request, const std::string &why) {
+    NoteNotAccepted(request);
+    ++counts_.skipped;
+    Tell(request.entry,
+         std::string(request.info.name) + " (request " + std::to_string(request.n) + ") skipped: " + why);
+    return true;
+}
+
+bool Replay::Fail(const Request &request, const std::string &what) {
+    trouble_ = true;
+    ++counts_.notSent;
+    Tell(request.entry,
+         std::string(request.info.name) + " (request " + std::to_string(request.n) + ") not sent: " + what);
+    return false;
+}
+
+void Replay::Tell(const journal::LogEntry &entry, const std::string &text) const {
+    Complain(Printable(journal::Problem{fileName_, entry.line, text}.Text()));
+}
+
+Replay::Obstacle Replay::TranslateIndexes(Request &request) {
+    Obstacle obstacle;
+    if (CarriesIndex(request.info)) {
+        TranslateIndex(request, kIndexWord, request.info.index, obstacle);
+    }
+    // EP tables have no requests that could bring an index.
+    constexpr std::size_t kPacWord = offsetof(qir::FlowRecord, pacTblIdx);
+    if (request.info.copiesFcb &&
+        WordAt(request.record, kPacWord) != static_cast<std::uint32_t>(qir::kNoTable)) {
+        TranslateIndex(request, kPacWord, Assigned::PacTable, obstacle);
+    }
+    return obstacle;
+}
+
+void Replay::TranslateIndex(Request &request, std::size_t offset, Assigned kind, Obstacle &obstacle) {
+    const std::uint32_t recorded = WordAt(request.record, offset);
+    const auto [found, number] = indexes_.Of(kind).Find(recorded);
+    if (found == IndexMap::Found::Yes) {
+        PutWord(request.record, offset, number);
+        return;
+    }
+    const std::string object = std::string(ObjectName(kind)) + " ";
+    obstacle.found = found;
+    obstacle.what = found == IndexMap::Found::Missing
+                        ? object + std::to_string(recorded) + " of the log was not activated"
+                        : object + std::to_string(number) + " is now another one of this log";
+}
+
+// The library's own note of the index, which the driver keeps with the rest. Most of the time it is of no
+// object, and then it stays as it is.
+void Replay::TranslateNotes(Request &request) {
+    std::span<std::uint8_t> bytes = request.fcb;
+    std::size_t offset = offsetof(qir::Fcb, hwFlowIdx);
+    if (IsTableRequest(request.info)) {
+        // In the same place in all kinds of table.
+        bytes = request.record;
+        offset = offsetof(qir::AsTblRecord, tbl) + offsetof(qir::AsTblInfo, hwTblIdx);
+    } else if (!request.info.copiesFcb) {
+        return;
+    }
+    const auto number = indexes_.Of(request.info.index).Active(WordAt(bytes, offset));
+    if (number.has_value()) {
+        PutWord(bytes, offset, *number);
+    }
+}
+
+// An active flow's FCB stays where it is. The place is new for a flow that is being activated, and for one
+// that the hardware held before.
+LowFcb &Replay::PlaceFcb(Request &request, std::optional<LowFcb> &newPlace) {
+    const auto known = request.info.assigns ? fcbs_.end() : fcbs_.find(WordAt(request.record, kIndexWord));
+    LowFcb &place = known != fcbs_.end() ? known->second : newPlace.emplace();
+    PutWord(request.record, offsetof(qir::FlowRecord, fcbAddr), place.Address());
+    return place;
+}
+
+void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::optional<LowFcb> newPlace) {
+    const journal::LogEntry &entry = request.entry;
+    IndexMap &indexes = indexes_.Of(request.info.index);
+    const bool isFlow = request.info.copiesFcb;
+    if (request.info.assigns) {
+        std::optional<std::uint32_t> recorded;
+        if (TookIt(entry)) {
+            recorded = journal::Load(entry.out, kIndexWord, kWord, log_.order);
+        }
+        const std::uint32_t number = WordAt(answered, kIndexWord);
+        indexes.Assign(recorded, number);
+        if (isFlow) {
+            fcbs_.insert_or_assign(number, std::move(*newPlace));
+        }
+    } else if (request.info.number == qir::kOrxDeactivateFlow || IsTableRequest(request.info)) {
+        indexes.Release(journal::Load(entry.in, kIndexWord, kWord, log_.order));
+        if (isFlow) {
+            fcbs_.erase(WordAt(request.record, kIndexWord));
+        }
+    }
+}
+
+// An activation that was not accepted brings no index: what names the recorded one cannot be sent.
+void Replay::NoteNotAccepted(const Request &request) {
+    if (request.info.assigns && TookIt(request.entry) && request.entry.recordRead) {
+        indexes_.Of(request.info.index).Miss(journal::Load(request.entry.out, kIndexWord, kWord, log_.order));
+    }
+}
+
+void Replay::WriteLine(const Request &request, const Bytes &answered, const Answer &answer) {
+    journal::LogEntry line;
+    line.isOpen = !answer.opened;
+    line.err = answer.err;
+    if (answer.opened) {
+        line.request = request.info.number;
+        line.recordRead = true;
+        line.in = request.record;
+        line.out = answered;
+        line.fcb = request.fcb;
+        ++writtenEnd_.requests;
+    } else {
+        ++writtenEnd_.failedOpens;
+    }
+    if (writer_.IsOpen()) {
+        writer_.Write(line);
+    }
+}
+
+} // namespace orxemu::tool

@@ -1,0 +1,296 @@
+// `orxemu run`: a program on the stand-in, from its start to what it leaves behind.
+#include "emu/journal/log_file.h"
+#include "emu/journal/state_file.h"
+#include "emu/tool/commands.h"
+#include "emu/tool/run_faults.h"
+#include "emu/tool/run_process.h"
+#include "emu/tool/run_trouble.h"
+#include "emu/tool/summary.h"
+#include "emu/tool/terminal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <poll.h>
+
+namespace orxemu::tool {
+
+namespace {
+
+constexpr const char *kFooter =
+    "The program finds /dev/pktorx and runs to its end; its output and its exit status are its own.\n"
+    "\n"
+    "N counts requests (openings of the device) of all its processes, from 1. NAME is the name of a request "
+    "as\n"
+    "a log has it, or its number. ERRNO is an error's name or number, EIO when it is left out. These "
+    "options\n"
+    "may be given several times; --fail-request given twice for one NAME is about its first two requests.\n"
+    "\n"
+    "Exit status: the program's own, 128 and the signal's number when a signal killed it; 125 trouble of "
+    "orxemu\n"
+    "itself, also when a log or a state cannot be written though the program ended with 0; 126 the program\n"
+    "cannot be run; 127 it is not there.\n"
+    "\n"
+    "Examples:\n"
+    "  orxemu run -- orxtest -t 3\n"
+    "  orxemu run --log a.json --fail 5 --fail-request activate-flow:ENOSPC -- orxtest -t 3\n"
+    "  orxemu run --state hw.json --summary -- sh -c 'orxtest -t 1; orxtest -t 2'\n"
+    "  qemu-ppc -L /usr/powerpc-linux-gnu build/powerpc/emu/orxemu run \\\n"
+    "      --emulator \"qemu-ppc -L /usr/powerpc-linux-gnu\" -- build/powerpc/app/orxtest -t 3";
+
+struct RunOptions {
+    std::string log;
+    std::string state;
+    bool summary = false;
+    FaultOptions faults;
+    ProgramOptions program;
+};
+
+class UsageFormatter : public CLI::Formatter {
+  public:
+    std::string make_usage(const CLI::App *, std::string) const override {
+        return "Usage: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...\n";
+    }
+};
+
+journal::LogEntry EntryOf(const SessionMessage &message) {
+    const OrxEmuRequest &request = message.request;
+    journal::LogEntry entry;
+    entry.isOpen = message.head.kind == MessageKind::FailedOpen;
+    entry.request = request.request;
+    entry.err = request.err;
+    entry.fault = message.head.fault == FaultKind::FailRequest  ? journal::FaultMark::Fail
+                  : message.head.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
+                                                                : journal::FaultMark::None;
+    entry.recordRead = message.head.recordRead != 0;
+    if (entry.recordRead) {
+        entry.in.assign(request.in, request.in + request.recordSize);
+        entry.out.assign(request.out, request.out + request.recordSize);
+    }
+    entry.fcb.assign(request.fcb, request.fcb + request.fcbSize);
+    return entry;
+}
+
+// One run: the session, the log that is written while the program runs, and the state that it leaves.
+class Run {
+  public:
+    explicit Run(const RunOptions &options) : options_(options) {}
+
+    // The exit status. Throws RunTrouble when the program does not run.
+    int Do();
+
+  private:
+    void LoadState();
+    void OpenLog();
+    void Watch(Process &process);
+    // At most so many messages; false when none is left.
+    bool ReadMessages(int most);
+    void ReadRest();
+    void WaitForMessages(int milliseconds);
+    // What is to be told at the end; each returns whether it could do what was asked for.
+    bool CloseLog();
+    bool SaveState();
+    bool CheckJoined();
+
+    const RunOptions &options_;
+    Session session_;
+    journal::LogWriter log_;
+    journal::LogEnd end_;
+};
+
+int Run::Do() {
+    session_.memory().hardware.faults = ParseFaults(options_.faults);
+    Program program(options_.program);
+    LoadState();
+    OpenLog();
+    Process process(program, session_);
+    Watch(process);
+    ReadRest();
+    if (options_.summary) {
+        std::fputs(SummaryText(session_.memory().hardware.state).c_str(), stderr);
+    }
+    const bool logClosed = CloseLog();
+    const bool stateSaved = SaveState();
+    const bool joined = CheckJoined();
+    const int status = process.ExitStatus();
+    return status == 0 && !(logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
+}
+
+void Run::LoadState() {
+    if (options_.state.empty()) {
+        return;
+    }
+    const std::filesystem::path path = options_.state;
+    std::error_code err;
+    if (!std::filesystem::exists(path, err) && !err) {
+        // Said now, and not when the program has run.
+        if (path.has_parent_path() && !std::filesystem::is_directory(path.parent_path(), err)) {
+            throw RunTrouble(options_.state + ": its folder is not there");
+        }
+        return;
+    }
+    std::string text;
+    journal::Problem problem;
+    journal::ByteOrder writtenOrder = journal::kHostOrder;
+    if (!journal::ReadFile(options_.state, text, problem) ||
+        !journal::ReadState(text, options_.state, session_.memory().hardware.state, writtenOrder, problem)) {
+        throw RunTrouble(problem.Text());
+    }
+}
+
+void Run::OpenLog() {
+    if (options_.log.empty()) {
+        return;
+    }
+    std::error_code ignored;
+    if (options_.log == options_.state ||
+        std::filesystem::equivalent(options_.log, options_.state, ignored)) {
+        throw RunTrouble("--log and --state are the same file");
+    }
+    if (!log_.Open(options_.log, journal::kHostOrder)) {
+        throw RunTrouble(log_.problem().Text());
+    }
+}
+
+void Run::Watch(Process &process) {
+    constexpr int kAtATime = 256;
+    while (!process.hasEnded()) {
+        // A channel without senders would always be ready.
+        pollfd ready[] = {{process.descriptor(), POLLIN, 0},
+                          {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0}};
+        poll(ready, sizeof ready / sizeof *ready, -1);
+        process.HandleSignals();
+        ReadMessages(kAtATime);
+    }
+}
+
+bool Run::ReadMessages(int most) {
+    SessionMessage message;
+    for (int i = 0; i < most; ++i) {
+        if (!session_.Receive(message)) {
+            return false;
+        }
+        const bool isOpen = message.head.kind == MessageKind::FailedOpen;
+        ++(isOpen ? end_.failedOpens : end_.requests);
+        if (log_.IsOpen()) {
+            log_.Write(EntryOf(message));
+        }
+    }
+    return true;
+}
+
+// Processes that outlive the program may still send requests: the log ends, and the state is taken, between
+// two of them. One that was stopped in the middle of a request is not waited for without end.
+void Run::ReadRest() {
+    constexpr int kAttempts = 1000;
+    constexpr int kAtATime = 256;
+    constexpr int kMilliseconds = 10;
+    for (int i = 0; i < kAttempts; ++i) {
+        const bool more = ReadMessages(kAtATime);
+        if (session_.TryLock()) {
+            break;
+        }
+        if (!more) {
+            WaitForMessages(kMilliseconds);
+        }
+    }
+    while (ReadMessages(kAtATime)) {
+    }
+}
+
+void Run::WaitForMessages(int milliseconds) {
+    pollfd ready = {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0};
+    poll(&ready, 1, milliseconds);
+}
+
+bool Run::CloseLog() {
+    if (!log_.IsOpen()) {
+        return true;
+    }
+    end_.openDescriptors = static_cast<int>(session_.memory().leftOpen);
+    const bool closed = log_.Close(end_);
+    if (!closed) {
+        Complain(log_.problem().Text());
+    }
+    const std::uint32_t lost = session_.memory().lost;
+    if (lost != 0) {
+        Complain(options_.log + ": " + std::to_string(lost) +
+                 " requests are missing: a process had closed the descriptors of the stand-in, or orxemu "
+                 "could not "
+                 "read them in time");
+    }
+    return closed && lost == 0;
+}
+
+bool Run::SaveState() {
+    journal::Problem problem;
+    if (options_.state.empty() ||
+        journal::WriteFileAtomically(options_.state, journal::StateText(session_.memory().hardware.state),
+                                     problem)) {
+        return true;
+    }
+    Complain(problem.Text());
+    return false;
+}
+
+bool Run::CheckJoined() {
+    const bool joined = session_.memory().joined != 0;
+    if (!joined) {
+        Complain(
+            options_.program.words.front() +
+            " did not load the stand-in: it is linked statically or has more rights than its user, or the "
+            "library is of another version");
+    }
+    return joined;
+}
+
+int RunAndExplain(const RunOptions &options) {
+    try {
+        if (options.program.words.empty()) {
+            throw RunTrouble("the program is missing: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...");
+        }
+        return Run(options).Do();
+    } catch (const RunTrouble &trouble) {
+        Complain(trouble.what());
+        return trouble.status();
+    } catch (const std::exception &error) { // the file system's, say, or no memory
+        Complain(error.what());
+        return kStatusRunTrouble;
+    }
+}
+
+void AddRepeated(CLI::App &run, const char *name, std::vector<std::string> &values, const char *value,
+                 const char *what) {
+    run.add_option(name, values, what)->type_name(value)->allow_extra_args(false)->group("Faults");
+}
+
+} // namespace
+
+void AddRun(CLI::App &app, int &status, std::vector<std::string> program) {
+    const auto options = std::make_shared<RunOptions>();
+    options->program.words = std::move(program);
+    CLI::App &run = *app.add_subcommand("run", "Run a program on the stand-in");
+    run.formatter(std::make_shared<UsageFormatter>());
+    run.footer(kFooter);
+    run.add_option("--log", options->log, "Write every request into FILE, a line each")->type_name("FILE");
+    run.add_option("--state", options->state,
+                   "What the hardware holds is read from FILE, if it is there, and written to it at the end")
+        ->type_name("FILE");
+    run.add_flag("--summary", options->summary,
+                 "Print what the hardware holds at the end, on standard error");
+    FaultOptions &faults = options->faults;
+    AddRepeated(run, "--fail", faults.fail, "N[:ERRNO]", "Request N fails, and the hardware does nothing");
+    AddRepeated(run, "--fail-after", faults.failAfter, "N[:ERRNO]",
+                "Request N fails after the hardware has taken it: the answer is lost");
+    AddRepeated(run, "--fail-request", faults.failRequest, "NAME[:ERRNO]", "The first request NAME fails");
+    AddRepeated(run, "--fail-open", faults.failOpen, "N[:ERRNO]", "Opening N of the device fails");
+    run.add_option("--emulator", options->program.emulator,
+                   "Run a program of another processor by COMMAND, a user-mode emulator and its arguments")
+        ->type_name("COMMAND");
+    run.add_option("--library", options->program.library, "The stand-in, when it is not found beside orxemu")
+        ->type_name("FILE");
+    run.callback([options, &status] { status = RunAndExplain(*options); });
+}
+
+} // namespace orxemu::tool

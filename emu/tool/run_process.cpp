@@ -1,0 +1,170 @@
+#include "emu/tool/run_process.h"
+
+#include "emu/tool/run_trouble.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace orxemu::tool {
+
+namespace {
+
+// Where the handler writes the numbers of signals.
+volatile sig_atomic_t signalPipe = -1;
+
+void NoteSignal(int signal) {
+    const int savedErrno = errno;
+    const auto number = static_cast<unsigned char>(signal);
+    // A full pipe has news enough.
+    [[maybe_unused]] const ssize_t written = write(signalPipe, &number, sizeof number);
+    errno = savedErrno;
+}
+
+// Pointers to the texts, as execve takes them.
+std::vector<char *> Pointers(const std::vector<std::string> &texts) {
+    std::vector<char *> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (const std::string &text : texts) {
+        pointers.push_back(const_cast<char *>(text.c_str()));
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// While it lives signals wait, so that none meets the child between fork and exec.
+class SignalsWait {
+  public:
+    SignalsWait() {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, &before_);
+    }
+    SignalsWait(const SignalsWait &) = delete;
+    SignalsWait &operator=(const SignalsWait &) = delete;
+    ~SignalsWait() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  private:
+    sigset_t before_;
+};
+
+// The errno of an exec that failed comes through a pipe that a successful one closes. 0 for the latter.
+int ReadFailure(int pipe) {
+    int err = 0;
+    ssize_t size;
+    do {
+        size = read(pipe, &err, sizeof err);
+    } while (size < 0 && errno == EINTR);
+    return size == static_cast<ssize_t>(sizeof err) ? err : 0;
+}
+
+} // namespace
+
+SignalHandling::SignalHandling() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw SystemTrouble("cannot watch for signals", errno);
+    }
+    readingEnd_.Reset(ends[0]);
+    writingEnd_.Reset(ends[1]);
+    signalPipe = ends[1];
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+        sigaction(kSignals[i], nullptr, &before_[i]);
+        switch (kSignals[i]) {
+        case SIGCHLD:
+            Set(i, NoteSignal);
+            break;
+        case SIGTERM:
+        case SIGHUP:
+            // A program that was started with nohup keeps that.
+            Set(i, before_[i].sa_handler == SIG_IGN ? SIG_IGN : NoteSignal);
+            break;
+        default:
+            Set(i, SIG_IGN);
+        }
+    }
+    sigset_t own;
+    sigemptyset(&own);
+    for (const int signal : kSignals) {
+        sigaddset(&own, signal);
+    }
+    sigprocmask(SIG_UNBLOCK, &own, &blockedBefore_);
+}
+
+SignalHandling::~SignalHandling() {
+    Restore();
+    signalPipe = -1;
+}
+
+void SignalHandling::Set(std::size_t index, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
+    sigaction(kSignals[index], &action, nullptr);
+}
+
+void SignalHandling::Restore() const {
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+        sigaction(kSignals[i], &before_[i], nullptr);
+    }
+    sigprocmask(SIG_SETMASK, &blockedBefore_, nullptr);
+}
+
+int SignalHandling::Next() const {
+    unsigned char number = 0;
+    return read(readingEnd_.get(), &number, sizeof number) == 1 ? number : 0;
+}
+
+Process::Process(Program &program, Session &session) {
+    program.environment().push_back(session.Variable());
+    const std::vector<char *> words = Pointers(program.words());
+    const std::vector<char *> environment = Pointers(program.environment());
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        throw SystemTrouble("cannot start " + program.name(), errno);
+    }
+    OwnedDescriptor readingEnd;
+    OwnedDescriptor writingEnd;
+    readingEnd.Reset(ends[0]);
+    writingEnd.Reset(ends[1]);
+    {
+        const SignalsWait wait;
+        pid_ = fork();
+        if (pid_ == 0) {
+            signals_.Restore();
+            session.BequeathDescriptors();
+            execve(program.file().c_str(), words.data(), environment.data());
+            const int err = errno;
+            [[maybe_unused]] const ssize_t written = write(writingEnd.get(), &err, sizeof err);
+            _exit(kStatusCannotRun);
+        }
+    }
+    if (pid_ < 0) {
+        throw SystemTrouble("cannot start " + program.name(), errno);
+    }
+    session.CloseSendingEnd();
+    writingEnd.Reset();
+    const int err = ReadFailure(readingEnd.get());
+    if (err != 0) {
+        waitpid(pid_, nullptr, 0);
+        const char *hint = err == ENOEXEC ? " (a program of another processor needs --emulator)" : "";
+        throw SystemTrouble(program.name() + " cannot be run" + hint, err, kStatusCannotRun);
+    }
+}
+
+void Process::HandleSignals() {
+    for (int signal = signals_.Next(); signal != 0; signal = signals_.Next()) {
+        if (signal != SIGCHLD && !hasEnded_) {
+            kill(pid_, signal);
+        }
+    }
+    hasEnded_ = hasEnded_ || waitpid(pid_, &waitStatus_, WNOHANG) == pid_;
+}
+
+int Process::ExitStatus() const {
+    constexpr int kKilled = 128;
+    return WIFSIGNALED(waitStatus_) ? kKilled + WTERMSIG(waitStatus_) : WEXITSTATUS(waitStatus_);
+}
+
+} // namespace orxemu::tool

@@ -1,0 +1,272 @@
+#include "emu/tool/run_program.h"
+
+#include "emu/journal/words.h"
+#include "emu/tool/run_trouble.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <elf.h>
+#include <fstream>
+#include <glob.h>
+#include <optional>
+#include <unistd.h>
+#include <utility>
+
+namespace orxemu::tool {
+
+RunTrouble SystemTrouble(const std::string &what, int err, int status) {
+    return RunTrouble(what + ": " + std::strerror(err), status);
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kLibrary = "liborxemu.so";
+constexpr const char *kPreloadVariable = "LD_PRELOAD";
+// A user-mode emulator sets what stands in here, with commas in between, for the emulated program.
+constexpr const char *kEmulatedVariables = "QEMU_SET_ENV";
+// The loader splits its list at blanks and colons and replaces words that begin with a dollar sign; the
+// emulator splits at commas.
+constexpr const char *kSplitting = " \t\n:$,";
+
+// --- Files of programs
+
+// What processor a program or library is for.
+struct ElfKind {
+    unsigned char wordSize; // ELFCLASS*
+    unsigned char order;    // ELFDATA*
+    std::uint32_t machine;
+    bool operator==(const ElfKind &) const = default;
+};
+
+journal::ByteOrder OrderOf(const ElfKind &kind) {
+    return kind.order == ELFDATA2MSB ? journal::ByteOrder::Big : journal::ByteOrder::Little;
+}
+
+// Nothing for a file that is no such program: a script, say.
+std::optional<ElfKind> KindOfFile(const fs::path &path) {
+    std::array<std::uint8_t, sizeof(Elf32_Ehdr)> head = {};
+    std::ifstream file(path, std::ios::binary);
+    file.read(reinterpret_cast<char *>(head.data()), head.size());
+    if (file.gcount() != static_cast<std::streamsize>(head.size()) ||
+        std::memcmp(head.data(), ELFMAG, SELFMAG) != 0) {
+        return std::nullopt;
+    }
+    ElfKind kind = {head[EI_CLASS], head[EI_DATA], 0};
+    kind.machine = journal::Load(head, offsetof(Elf32_Ehdr, e_machine), 2, OrderOf(kind));
+    return kind;
+}
+
+std::string Describe(const ElfKind &kind) {
+    return std::string(kind.wordSize == ELFCLASS64 ? "64" : "32") + "-bit " + journal::NameOf(OrderOf(kind)) +
+           "-endian, machine " + std::to_string(kind.machine);
+}
+
+bool IsExecutable(const fs::path &path) {
+    std::error_code ignored;
+    return fs::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0;
+}
+
+// The folders of PATH; an empty one is the current folder.
+std::vector<std::string> SearchPath() {
+    const char *variable = std::getenv("PATH");
+    std::string text = variable != nullptr ? variable : "/bin:/usr/bin";
+    std::vector<std::string> folders;
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find(':', begin), text.size());
+        folders.push_back(end > begin ? text.substr(begin, end - begin) : ".");
+        begin = end + 1;
+    }
+    return folders;
+}
+
+// As a shell finds a command. Throws RunTrouble with one of the two statuses.
+std::string FindCommand(const std::string &name, int statusNotFound, int statusCannotRun) {
+    std::vector<std::string> candidates;
+    if (name.find('/') != std::string::npos) {
+        candidates.push_back(name);
+    } else if (!name.empty()) {
+        for (const std::string &folder : SearchPath()) {
+            candidates.push_back(folder + "/" + name);
+        }
+    }
+    const auto found = std::find_if(candidates.begin(), candidates.end(), IsExecutable);
+    if (found != candidates.end()) {
+        return *found;
+    }
+    std::error_code ignored;
+    for (const std::string &candidate : candidates) {
+        if (fs::exists(candidate, ignored)) {
+            const int err = fs::is_directory(candidate, ignored) ? EISDIR : EACCES;
+            throw SystemTrouble(candidate + " cannot be run", err, statusCannotRun);
+        }
+    }
+    throw RunTrouble(name + " is not there, or not in PATH", statusNotFound);
+}
+
+// --- The library
+
+// As `cmake --install` places them: programs in bin, libraries in lib or lib64 or lib/<machine>.
+fs::path FindLibrary() {
+    std::error_code err;
+    const fs::path folder = fs::read_symlink("/proc/self/exe", err).parent_path();
+    if (fs::exists(folder / kLibrary, err)) {
+        return folder / kLibrary;
+    }
+    for (const char *place : {"lib*", "lib*/*"}) {
+        glob_t matches = {};
+        const std::string pattern = (folder / ".." / place / kLibrary).string();
+        std::optional<fs::path> found;
+        if (glob(pattern.c_str(), 0, nullptr, &matches) == 0) {
+            found = matches.gl_pathv[0];
+        }
+        globfree(&matches);
+        if (found) {
+            return *found;
+        }
+    }
+    throw RunTrouble(std::string(kLibrary) + " is neither in " + folder.string() +
+                     " nor in the library folder beside it; --library FILE says where it is");
+}
+
+// The memory that the tool shares with it is in one byte order.
+ElfKind CheckLibrary(const fs::path &library) {
+    const std::optional<ElfKind> kind = KindOfFile(library);
+    if (!kind) {
+        throw RunTrouble(library.string() + " is no library that can be preloaded");
+    }
+    if (OrderOf(*kind) != journal::kHostOrder) {
+        throw RunTrouble(library.string() + " is " + Describe(*kind) + ", and this orxemu is " +
+                         journal::NameOf(journal::kHostOrder) +
+                         "-endian: use the orxemu that was built with it");
+    }
+    return *kind;
+}
+
+void CheckProgram(const std::string &file, const fs::path &library, const ElfKind &libraryKind,
+                  bool emulated) {
+    const std::optional<ElfKind> kind = KindOfFile(file);
+    if (kind && *kind != libraryKind) {
+        throw RunTrouble(file + " is for another processor (" + Describe(*kind) + ") than " +
+                             library.string() + " (" + Describe(libraryKind) +
+                             "): use the orxemu that was built for it, with --emulator",
+                         kStatusCannotRun);
+    }
+    if (!kind && emulated) {
+        throw RunTrouble(file + " is no program that --emulator can run", kStatusCannotRun);
+    }
+}
+
+// --- Words and environment
+
+// A command line's words, split at blanks; quotes of either kind keep them.
+std::vector<std::string> SplitWords(const std::string &line) {
+    std::vector<std::string> words;
+    std::string word;
+    bool inWord = false;
+    char quote = '\0';
+    for (const char c : line + " ") {
+        if (quote != '\0' && c == quote) {
+            quote = '\0';
+        } else if (quote == '\0' && (c == '"' || c == '\'')) {
+            quote = c;
+            inWord = true;
+        } else if (quote != '\0' || (c != ' ' && c != '\t')) {
+            word += c;
+            inWord = true;
+        } else if (inWord) {
+            words.push_back(std::exchange(word, {}));
+            inWord = false;
+        }
+    }
+    if (quote != '\0' || words.empty()) {
+        throw RunTrouble("--emulator: \"" + line + "\" is no command line");
+    }
+    return words;
+}
+
+std::string VariableOr(const char *name, const std::string &otherwise) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : otherwise;
+}
+
+} // namespace
+
+TemporaryLink::~TemporaryLink() {
+    if (!folder_.empty()) {
+        std::error_code ignored;
+        fs::remove_all(folder_, ignored);
+    }
+}
+
+std::string TemporaryLink::Create(const fs::path &target) {
+    std::string pattern = VariableOr("TMPDIR", "/tmp");
+    if (pattern.empty() || pattern.find_first_of(kSplitting) != std::string::npos) {
+        pattern = "/tmp";
+    }
+    pattern += "/orxemu.XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) {
+        throw SystemTrouble(pattern + " cannot be created", errno);
+    }
+    folder_ = pattern;
+    const fs::path link = folder_ / kLibrary;
+    std::error_code err;
+    fs::create_symlink(target, link, err);
+    if (err) {
+        throw SystemTrouble(link.string() + " cannot be created", err.value());
+    }
+    return link.string();
+}
+
+Program::Program(const ProgramOptions &options) {
+    const bool emulated = !options.emulator.empty();
+    const fs::path library = options.library.empty() ? FindLibrary() : fs::path(options.library);
+    const ElfKind libraryKind = CheckLibrary(library);
+    name_ = options.words.front();
+    file_ = FindCommand(name_, kStatusNotFound, kStatusCannotRun);
+    CheckProgram(file_, library, libraryKind, emulated);
+    words_ = options.words;
+    if (emulated) {
+        std::vector<std::string> emulator = SplitWords(options.emulator);
+        words_.front() = file_;
+        words_.insert(words_.begin(), emulator.begin(), emulator.end());
+        file_ = FindCommand(emulator.front(), kStatusRunTrouble, kStatusRunTrouble);
+    }
+    for (char **variable = environ; *variable != nullptr; ++variable) {
+        environment_.emplace_back(*variable);
+    }
+    SetPreload(PreloadPath(fs::absolute(library)), emulated);
+}
+
+std::string Program::PreloadPath(const fs::path &library) {
+    const std::string path = library.string();
+    return path.find_first_of(kSplitting) == std::string::npos ? path : link_.Create(library);
+}
+
+// The runtime of a sanitizer comes in front, what the user preloads behind.
+void Program::SetPreload(const std::string &preload, bool emulated) {
+    std::string list = ORXEMU_PRELOAD_FIRST;
+    list += (list.empty() ? "" : ":") + preload;
+    const std::string users = VariableOr(kPreloadVariable, "");
+    list += users.empty() ? "" : ":" + users;
+    std::string name = kPreloadVariable;
+    std::string value = list;
+    if (emulated) {
+        if (list.find(',') != std::string::npos) {
+            throw RunTrouble(std::string("--emulator: ") + kPreloadVariable +
+                             " must not have commas: " + list);
+        }
+        const std::string others = VariableOr(kEmulatedVariables, "");
+        name = kEmulatedVariables;
+        value = others + (others.empty() ? "" : ",") + kPreloadVariable + "=" + list;
+    }
+    std::erase_if(environment_,
+                  [&name](const std::string &variable) { return variable.starts_with(name + "="); });
+    environment_.push_back(name + "=" + value);
+}
+
+} // namespace orxemu::tool

@@ -1,0 +1,55 @@
+// orxemu show: a log or a state for people.
+#include "emu/tool/commands.h"
+#include "emu/tool/journal_file.h"
+#include "emu/tool/log_view.h"
+#include "emu/tool/terminal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace orxemu::tool {
+
+namespace {
+
+struct Options {
+    std::string path;
+    bool verbose = false;
+    ColourChoice colour;
+};
+
+int Show(const Options &options) {
+    JournalFile file;
+    Columns view;
+    std::string complaint;
+    const bool good = LoadJournal(options.path, file, complaint);
+    if (good && file.kind == journal::FileKind::State) {
+        view = StateView(*file.state, options.verbose);
+    } else {
+        view = LogView(file.log, options.verbose); // as far as it is good
+    }
+    const bool written = WriteOutput(view.Text(UseColours(options.colour)));
+    if (!good) {
+        Complain(complaint);
+    }
+    return good && written ? 0 : kStatusTrouble;
+}
+
+} // namespace
+
+void AddShow(CLI::App &app, int &status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *show = app.add_subcommand("show", "Show a log or a state for people");
+    show->description(
+        "Show a log or a state for people: a line per request with its number, its name, what it says\n"
+        "and the answer, or a line per object that the hardware holds. Flows read like rules:\n"
+        "what they match, → what they rewrite, → where they forward to.\n\n"
+        "A damaged log is shown up to the damage. Exit status: 0, or 2 for trouble.\n\n"
+        "Example: orxemu show -v requests.log");
+    show->add_option("FILE", options->path, "Log or state")->required();
+    show->add_flag("-v,--verbose", options->verbose, "All fields below each line, with those that are unset");
+    AddColourFlags(*show, options->colour);
+    show->callback([options, &status] { status = Show(*options); });
+}
+
+} // namespace orxemu::tool

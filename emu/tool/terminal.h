@@ -1,0 +1,74 @@
+// How the tool writes for people: columns that line up, colours where a terminal shows them, and output that
+// ends quietly when its reader has gone.
+#ifndef EMU_TOOL_TERMINAL_H
+#define EMU_TOOL_TERMINAL_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace orxemu::tool {
+
+// Columns that UTF-8 text takes up. Every code point counts as one: the tool writes no wide ones, and names
+// of files do not stand in columns. Bytes that are no UTF-8 count one each.
+std::size_t DisplayWidth(std::string_view text);
+
+enum class Colour { Plain, Bold, Dim, Red, Green, Yellow };
+
+// What a user said about colours; AddColourFlags adds --no-colour and its other spelling.
+struct ColourChoice {
+    bool off = false;
+};
+void AddColourFlags(CLI::App &command, ColourChoice &choice);
+// Colours are for a terminal, and for users who have not turned them off with the flag or with NO_COLOR (any
+// value but an empty one).
+bool UseColours(const ColourChoice &choice);
+// For tests: the same rule, with what it asks for given.
+bool UseColours(const ColourChoice &choice, bool isTerminal, const char *noColor);
+
+// Text in a colour; as it is when `colours` is off or it is empty.
+std::string Paint(std::string_view text, Colour colour, bool colours);
+
+// Text without control characters, which a file from elsewhere could send to the terminal: each is shown as
+// "\x1b".
+std::string Printable(std::string_view text);
+
+struct Cell {
+    std::string text;
+    Colour colour = Colour::Plain;
+    bool right = false; // aligned to the right
+};
+
+// Rows of cells and lines between them. A column is as wide as its widest cell, except that the last cell of
+// a row widens nothing. No line ends in blanks.
+class Columns {
+  public:
+    void AddRow(std::vector<Cell> row);
+    // A line of its own behind the rows so far; it takes no part in the columns.
+    void AddLine(std::string line, Colour colour = Colour::Plain);
+    std::string Text(bool colours) const;
+
+  private:
+    struct Line {
+        std::vector<Cell> cells; // empty for a line of its own
+        Cell whole;
+    };
+    std::vector<std::size_t> Widths() const;
+    std::vector<Line> lines_;
+};
+
+// Writes all of it to standard output. A reader that has gone (a closed pipe) is no failure: the rest is not
+// written. False, with a message on standard error, when it cannot be written otherwise.
+bool WriteOutput(std::string_view text);
+
+// "orxemu: MESSAGE" on standard error.
+void Complain(std::string_view message);
+
+} // namespace orxemu::tool
+
+#endif

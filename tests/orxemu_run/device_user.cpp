@@ -1,0 +1,236 @@
+// A program that uses the device as it is told to: each argument is a step, in order.
+//
+//   status=N          opens the device, sets the rate-limiter status to N, closes; prints the outcome
+//   request=N         the same with request number N and a record of zeros
+//   bad-record        the same with a record that cannot be read
+//   leave-open        opens the device and leaves it open
+//   close-all         closes all descriptors from 3 on with close(); prints how many there were
+//   close-all-behind  the same behind the C library's back
+//   processes=N       N processes send N requests each, at the same time
+//   threads=N         N threads send N requests each, at the same time
+//   outlive=PATH      starts a process that has the standard streams closed, waits for PATH, sends a request
+//                     and creates PATH.done
+//   wait=PATH         waits until PATH is there
+//   touch=PATH        creates PATH
+//   copy-input        copies standard input to standard output
+//   error=TEXT        prints TEXT on standard error
+//   environment=NAME  prints a variable
+//   await-signal=N    prints "ready", waits for signal N and prints that it came
+//   handling=N        prints how signal N is handled at the start
+//   signal=N          sends itself a signal
+//   exit=N            ends with that status
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr const char *kDevice = "/dev/pktorx";
+constexpr unsigned long kSetRlStatus = 39;
+constexpr int kDescriptors = 4096;
+
+// Errno, or 0.
+int Send(unsigned long request, void *record) {
+    const int fd = open(kDevice, O_RDWR);
+    if (fd < 0) {
+        return errno;
+    }
+    const int err = ioctl(fd, request, record) == 0 ? 0 : errno;
+    close(fd);
+    return err;
+}
+
+int SendStatus(std::uint32_t status) {
+    return Send(kSetRlStatus, &status);
+}
+
+int SendZeros(unsigned long request) {
+    std::vector<std::uint8_t> record(512);
+    return Send(request, record.data());
+}
+
+void Print(const std::string &text) {
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+}
+
+void PrintOutcome(const std::string &what, int err) {
+    Print(what + ": " + (err == 0 ? "ok" : strerrorname_np(err)));
+}
+
+void SendMany(int count) {
+    for (int i = 0; i < count; ++i) {
+        if (SendStatus(1) != 0) {
+            std::_Exit(1);
+        }
+    }
+}
+
+int SendFromProcesses(int count) {
+    for (int i = 0; i < count; ++i) {
+        if (fork() == 0) {
+            SendMany(count);
+            std::_Exit(0);
+        }
+    }
+    int failures = 0;
+    int status = 0;
+    while (wait(&status) > 0) {
+        failures += status != 0 ? 1 : 0;
+    }
+    return failures;
+}
+
+void SendFromThreads(int count) {
+    std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back(SendMany, count);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}
+
+int CloseAll(bool behind) {
+    int closed = 0;
+    for (int fd = 3; fd < kDescriptors; ++fd) {
+        const long result = behind ? syscall(SYS_close, fd) : close(fd);
+        closed += result == 0 ? 1 : 0;
+    }
+    return closed;
+}
+
+void Touch(const std::string &path) {
+    close(open(path.c_str(), O_CREAT | O_WRONLY, 0666));
+}
+
+// With an end, for when the test has failed and removed its folder.
+void WaitFor(const std::string &path) {
+    for (int i = 0; i < 60000 && access(path.c_str(), F_OK) != 0; ++i) {
+        usleep(1000);
+    }
+}
+
+void Outlive(const std::string &path) {
+    if (fork() != 0) {
+        return;
+    }
+    setsid();
+    for (int fd = 0; fd < 3; ++fd) {
+        close(fd);
+        open("/dev/null", O_RDWR);
+    }
+    WaitFor(path);
+    SendStatus(1); // nobody reads of it any more, and that is no harm
+    Touch(path + ".done");
+    std::_Exit(0);
+}
+
+volatile std::sig_atomic_t cameSignal = 0;
+
+void Note(int signal) {
+    cameSignal = signal;
+}
+
+void AwaitSignal(int signal) {
+    std::signal(signal, Note);
+    Print("ready");
+    while (cameSignal != signal) {
+        usleep(1000);
+    }
+    Print("signal " + std::to_string(signal));
+}
+
+std::string Handling(int signal) {
+    struct sigaction action = {};
+    sigaction(signal, nullptr, &action);
+    sigset_t blocked;
+    sigprocmask(SIG_SETMASK, nullptr, &blocked);
+    return std::string(action.sa_handler == SIG_DFL   ? "default"
+                       : action.sa_handler == SIG_IGN ? "ignored"
+                                                      : "handled") +
+           (sigismember(&blocked, signal) != 0 ? " blocked" : "");
+}
+
+void CopyInput() {
+    for (int c = std::getchar(); c != EOF; c = std::getchar()) {
+        std::putchar(c);
+    }
+    std::fflush(stdout);
+}
+
+struct Step {
+    const char *name;
+    void (*run)(const std::string &value);
+};
+
+int Number(const std::string &text) {
+    return std::stoi(text);
+}
+
+constexpr Step kSteps[] = {
+    {"status",
+     [](const std::string &v) {
+         PrintOutcome("status " + v, SendStatus(static_cast<std::uint32_t>(Number(v))));
+     }},
+    {"request",
+     [](const std::string &v) {
+         PrintOutcome("request " + v, SendZeros(static_cast<unsigned long>(Number(v))));
+     }},
+    {"bad-record", [](const std::string &) { PrintOutcome("bad record", Send(kSetRlStatus, nullptr)); }},
+    {"leave-open", [](const std::string &) { PrintOutcome("open", open(kDevice, O_RDWR) < 0 ? errno : 0); }},
+    {"close-all", [](const std::string &) { Print("closed " + std::to_string(CloseAll(false))); }},
+    {"close-all-behind", [](const std::string &) { CloseAll(true); }},
+    {"processes",
+     [](const std::string &v) { Print("failures " + std::to_string(SendFromProcesses(Number(v)))); }},
+    {"threads", [](const std::string &v) { SendFromThreads(Number(v)); }},
+    {"outlive", Outlive},
+    {"wait", WaitFor},
+    {"touch", Touch},
+    {"copy-input", [](const std::string &) { CopyInput(); }},
+    {"error", [](const std::string &v) { std::fprintf(stderr, "%s\n", v.c_str()); }},
+    {"environment",
+     [](const std::string &v) {
+         const char *value = std::getenv(v.c_str());
+         Print(v + "=" + (value != nullptr ? value : "(none)"));
+     }},
+    {"await-signal", [](const std::string &v) { AwaitSignal(Number(v)); }},
+    {"handling", [](const std::string &v) { Print("signal " + v + " " + Handling(Number(v))); }},
+    {"signal", [](const std::string &v) { kill(getpid(), Number(v)); }},
+    {"exit", [](const std::string &v) { std::exit(Number(v)); }},
+};
+
+} // namespace
+
+int main(int argc, char **argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::size_t equals = std::min(word.find('='), word.size());
+        const std::string value = equals < word.size() ? word.substr(equals + 1) : "";
+        bool found = false;
+        for (const Step &step : kSteps) {
+            if (std::string_view(word).substr(0, equals) == step.name) {
+                step.run(value);
+                found = true;
+            }
+        }
+        if (!found) {
+            std::fprintf(stderr, "no such step: %s\n", word.c_str());
+            return 99;
+        }
+    }
+    return 0;
+}

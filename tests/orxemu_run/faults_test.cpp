@@ -1,0 +1,136 @@
+// Faults of each kind: what the program gets, what the log says, and what the hardware holds afterwards.
+#include "tests/orxemu_run/run_kit.h"
+
+#include <cerrno>
+
+namespace run_test {
+
+namespace {
+
+using orxemu::journal::FaultMark;
+using orxemu::journal::LogEntry;
+
+using FaultsTest = RunTest;
+
+// "39 EIO fail", "open ENOENT".
+std::string Line(const LogEntry &entry) {
+    std::string line = entry.isOpen ? "open" : std::to_string(entry.request);
+    line += entry.err == 0 ? " ok" : " " + orxemu::journal::ErrnoName(entry.err);
+    line += entry.fault == FaultMark::Fail         ? " fail"
+            : entry.fault == FaultMark::AnswerLost ? " answer-lost"
+                                                   : "";
+    return line;
+}
+
+struct FaultRow {
+    Words options;
+    Words steps;
+    std::string out;
+    Words log;
+    std::uint32_t rlStatus;
+};
+
+TEST_F(FaultsTest, EveryKind) {
+    const FaultRow rows[] = {
+        {{"--fail", "1"}, {"status=1"}, "status 1: EIO\n", {"39 EIO fail"}, 0},
+        {{"--fail", "2:EBUSY"},
+         {"status=1", "status=0", "status=0"},
+         "status 1: ok\nstatus 0: EBUSY\nstatus 0: ok\n",
+         {"39 ok", "39 EBUSY fail", "39 ok"},
+         0},
+        {{"--fail", "1:5", "--fail", "2:28"},
+         {"status=1", "status=1"},
+         "status 1: EIO\nstatus 1: ENOSPC\n",
+         {"39 EIO fail", "39 ENOSPC fail"},
+         0},
+        {{"--fail-after", "1"}, {"status=1"}, "status 1: EIO\n", {"39 EIO answer-lost"}, 1},
+        {{"--fail-after=2:ETIMEDOUT"},
+         {"status=0", "status=1"},
+         "status 0: ok\nstatus 1: ETIMEDOUT\n",
+         {"39 ok", "39 ETIMEDOUT answer-lost"},
+         1},
+        {{"--fail-open", "1"},
+         {"status=1", "status=1"},
+         "status 1: EIO\nstatus 1: ok\n",
+         {"open EIO", "39 ok"},
+         1},
+        {{"--fail-open", "2:ENODEV"},
+         {"status=1", "status=0"},
+         "status 1: ok\nstatus 0: ENODEV\n",
+         {"39 ok", "open ENODEV"},
+         1},
+        {{"--fail-request", "set-rl-status"},
+         {"request=38", "status=1", "status=1"},
+         "request 38: ENOENT\nstatus 1: EIO\nstatus 1: ok\n",
+         {"38 ENOENT", "39 EIO fail", "39 ok"},
+         1},
+        {{"--fail-request", "39:EPERM"}, {"status=1"}, "status 1: EPERM\n", {"39 EPERM fail"}, 0},
+        {{"--fail-request", "set-rl-status:EPERM", "--fail-request", "set-rl-status:ENODEV"},
+         {"status=1", "status=1", "status=1"},
+         "status 1: EPERM\nstatus 1: ENODEV\nstatus 1: ok\n",
+         {"39 EPERM fail", "39 ENODEV fail", "39 ok"},
+         1},
+        {{"--fail-request", "activate-flow"}, {"status=1"}, "status 1: ok\n", {"39 ok"}, 1},
+        {{"--fail", "4", "--fail-after", "2", "--fail-open", "3", "--fail-request", "set-rl-status:EPERM"},
+         {"status=1", "status=1", "status=0", "status=0", "status=0"},
+         "status 1: EPERM\nstatus 1: EIO\nstatus 0: EIO\nstatus 0: ok\nstatus 0: EIO\n",
+         {"39 EPERM fail", "39 EIO answer-lost", "open EIO", "39 ok", "39 EIO fail"},
+         0},
+    };
+    for (const FaultRow &row : rows) {
+        std::string name;
+        for (const std::string &option : row.options) {
+            name += option + " ";
+        }
+        Words options = row.options;
+        options.insert(options.end(), {"--log", Path("a.json"), "--state", Path("s.json")});
+        std::remove(Path("s.json").c_str());
+        const Outcome outcome = RunSteps(options, row.steps);
+        EXPECT_EQ(outcome.out, row.out) << name;
+        EXPECT_EQ(outcome.err, "") << name;
+        EXPECT_EQ(outcome.status, 0) << name;
+        Words lines;
+        for (const LogEntry &entry : ReadLog("a.json").entries) {
+            lines.push_back(Line(entry));
+        }
+        EXPECT_EQ(lines, row.log) << name;
+        EXPECT_EQ(ReadState("s.json")->rlStatus, row.rlStatus) << name;
+    }
+}
+
+// A row per request of the product's own scenario.
+TEST_F(FaultsTest, OrxtestReportsTheRequestThatFailed) {
+    const int requests[] = {27, 21, 29, 29, 29, 29};
+    for (unsigned n = 1; n <= 6; ++n) {
+        const Outcome outcome = RunOrxtest({"--fail", std::to_string(n), "--log", Path("a.json")}, 3);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, "pktOrxDevIoctl <" + std::to_string(requests[n - 1]) + "> error\n") << n;
+        const auto log = ReadLog("a.json");
+        ASSERT_GE(log.entries.size(), n);
+        EXPECT_EQ(Line(log.entries[n - 1]), std::to_string(requests[n - 1]) + " EIO fail");
+    }
+}
+
+TEST_F(FaultsTest, FaultCountsOverAllProcesses) {
+    const Outcome outcome =
+        RunSteps({"--fail", "101", "--log", Path("a.json")}, {"processes=10", "status=1"});
+    EXPECT_EQ(outcome.out, "failures 0\nstatus 1: EIO\n");
+    EXPECT_EQ(ReadLog("a.json").entries.back().fault, FaultMark::Fail);
+}
+
+TEST_F(FaultsTest, AsManyAsThereIsRoomFor) {
+    Words options;
+    for (int n = 1; n <= ORXEMU_MAX_FAULTS; ++n) {
+        options.insert(options.end(), {"--fail", std::to_string(n)});
+    }
+    EXPECT_EQ(RunSteps(options, {"status=1"}).out, "status 1: EIO\n");
+    options.insert(options.end(), {"--fail-open", "9"});
+    const Outcome outcome = RunSteps(options, {"status=1"});
+    EXPECT_EQ(outcome.status, 125);
+    EXPECT_EQ(outcome.err, "orxemu: more than 64 faults\n");
+    EXPECT_EQ(outcome.out, "") << "nothing has run";
+}
+
+} // namespace
+
+} // namespace run_test

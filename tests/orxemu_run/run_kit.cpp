@@ -1,0 +1,218 @@
+#include "tests/orxemu_run/run_kit.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace run_test {
+
+namespace {
+
+Words EmulatorWords() {
+    std::istringstream text(EMULATOR);
+    Words words;
+    for (std::string word; text >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+int MemoryFile(const std::string &text = "") {
+    const int fd = memfd_create("orxemu-test", MFD_CLOEXEC);
+    if (fd < 0 || write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+        std::abort();
+    }
+    lseek(fd, 0, SEEK_SET);
+    return fd;
+}
+
+std::string TextOf(int fd) {
+    struct stat st = {};
+    fstat(fd, &st);
+    std::string text(static_cast<std::size_t>(st.st_size), '\0');
+    const ssize_t size = pread(fd, text.data(), text.size(), 0);
+    text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return text;
+}
+
+void SetUpChild(const Conditions &conditions, int in, int out, int err) {
+    dup2(in, STDIN_FILENO);
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    if (conditions.fileLimit != 0) {
+        const rlimit limit = {static_cast<rlim_t>(conditions.fileLimit),
+                              static_cast<rlim_t>(conditions.fileLimit)};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (conditions.ignoredSignal != 0) {
+        signal(conditions.ignoredSignal, SIG_IGN);
+    }
+    if (conditions.blockedSignal != 0) {
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, conditions.blockedSignal);
+        sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    }
+    for (const std::string &variable : conditions.environment) {
+        putenv(strdup(variable.c_str()));
+    }
+}
+
+std::vector<char *> Pointers(const Words &words) {
+    std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
+    for (const std::string &word : words) {
+        pointers.push_back(const_cast<char *>(word.c_str()));
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+bool Emulated() {
+    return !EmulatorWords().empty();
+}
+
+Child::Child(const Words &words, const Conditions &conditions)
+    : in_(MemoryFile(conditions.input)), out_(MemoryFile()), err_(MemoryFile()) {
+    const std::vector<char *> pointers = Pointers(words);
+    pid_ = fork();
+    if (pid_ == 0) {
+        SetUpChild(conditions, in_, out_, err_);
+        execvp(pointers[0], pointers.data());
+        std::perror(pointers[0]);
+        _exit(99);
+    }
+}
+
+Child::~Child() {
+    if (pid_ > 0) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
+    for (const int fd : {in_, out_, err_}) {
+        close(fd);
+    }
+}
+
+std::string Child::OutputSoFar() const {
+    return TextOf(out_);
+}
+
+Outcome Child::Finish() {
+    Outcome outcome;
+    int status = 0;
+    if (waitpid(pid_, &status, 0) == pid_) {
+        outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : kKilled + WTERMSIG(status);
+    }
+    pid_ = -1;
+    outcome.out = TextOf(out_);
+    outcome.err = TextOf(err_);
+    return outcome;
+}
+
+Words Tool(const Words &words) {
+    Words all = EmulatorWords();
+    all.emplace_back(ORXEMU_TOOL);
+    all.insert(all.end(), words.begin(), words.end());
+    return all;
+}
+
+Words RunWords(const Words &options, const Words &program) {
+    Words words = {"run"};
+    words.insert(words.end(), options.begin(), options.end());
+    if (Emulated()) {
+        words.insert(words.end(), {"--emulator", EMULATOR});
+    }
+    words.emplace_back("--");
+    words.insert(words.end(), program.begin(), program.end());
+    return Tool(words);
+}
+
+Outcome Finished(const Words &words, const Conditions &conditions) {
+    return Child(words, conditions).Finish();
+}
+
+Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions) {
+    Words program = {DEVICE_USER};
+    program.insert(program.end(), steps.begin(), steps.end());
+    return Finished(RunWords(options, program), conditions);
+}
+
+Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions) {
+    return Finished(RunWords(options, {ORXTEST, "-t", std::to_string(test)}), conditions);
+}
+
+RunTest::RunTest() {
+    std::string pattern = ::testing::TempDir() + "orxemu_run.XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) {
+        std::abort();
+    }
+    folder_ = pattern;
+}
+
+RunTest::~RunTest() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+}
+
+Words RunTest::Files() const {
+    Words names;
+    for (const auto &entry : std::filesystem::directory_iterator(folder_)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+orxemu::journal::Log RunTest::ReadLog(const std::string &name) const {
+    orxemu::journal::Log log;
+    orxemu::journal::Problem problem;
+    EXPECT_TRUE(orxemu::journal::ReadLog(Contents(Path(name)), name, log, problem)) << problem.Text();
+    return log;
+}
+
+std::unique_ptr<OrxEmuState> RunTest::ReadState(const std::string &name) const {
+    auto state = std::make_unique<OrxEmuState>();
+    orxemu::journal::Problem problem;
+    auto order = orxemu::journal::kHostOrder;
+    EXPECT_TRUE(orxemu::journal::ReadState(Contents(Path(name)), name, *state, order, problem))
+        << problem.Text();
+    return state;
+}
+
+std::string Contents(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void Write(const std::string &path, const std::string &text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+void AwaitOutput(const Child &child, const std::string &text) {
+    while (child.OutputSoFar().find(text) == std::string::npos) {
+        siginfo_t ended = {};
+        if (waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+            ended.si_pid == child.pid()) {
+            ADD_FAILURE() << "ended without printing " << text << ": " << child.OutputSoFar();
+            return;
+        }
+        usleep(1000);
+    }
+}
+
+} // namespace run_test

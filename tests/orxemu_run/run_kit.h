@@ -1,0 +1,89 @@
+// `orxemu run` as a child process, and what it leaves behind.
+#ifndef TESTS_ORXEMU_RUN_RUN_KIT_H
+#define TESTS_ORXEMU_RUN_RUN_KIT_H
+
+#include "emu/journal/log_file.h"
+#include "emu/journal/state_file.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace run_test {
+
+using Words = std::vector<std::string>;
+
+constexpr int kKilled = 1000; // and the signal: the tool itself was killed
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+struct Conditions {
+    std::string input;                // standard input
+    Words environment;                // NAME=VALUE besides the test's own
+    unsigned long long fileLimit = 0; // bytes that a file may have, the child's output too; 0: no limit
+    int ignoredSignal = 0;            // 0: none
+    int blockedSignal = 0;
+};
+
+// Whether an emulator runs the programs of this build: then a program can execute no other.
+bool Emulated();
+
+// A child that has been started; ends with Finish().
+class Child {
+  public:
+    Child(const Words &words, const Conditions &conditions);
+    Child(const Child &) = delete;
+    Child &operator=(const Child &) = delete;
+    ~Child();
+    pid_t pid() const { return pid_; }
+    // What it has printed so far on standard output.
+    std::string OutputSoFar() const;
+    Outcome Finish();
+
+  private:
+    pid_t pid_;
+    int in_, out_, err_;
+};
+
+// "orxemu" and these words, and the emulator in front when there is one.
+Words Tool(const Words &words);
+// "orxemu run OPTIONS -- PROGRAM", with --emulator when there is one.
+Words RunWords(const Words &options, const Words &program);
+
+Outcome Finished(const Words &words, const Conditions &conditions = {});
+// RunWords with the program that does these steps.
+Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions = {});
+Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions = {});
+
+// A folder of its own for each test, removed with what is in it.
+class RunTest : public ::testing::Test {
+  protected:
+    RunTest();
+    ~RunTest() override;
+    std::string Path(const std::string &name) const { return folder_ + "/" + name; }
+    // Names of the files in the folder, sorted.
+    Words Files() const;
+
+    // A log or state that checks out; adds a failure when it does not.
+    orxemu::journal::Log ReadLog(const std::string &name) const;
+    std::unique_ptr<OrxEmuState> ReadState(const std::string &name) const;
+
+  private:
+    std::string folder_;
+};
+
+std::string Contents(const std::string &path);
+void Write(const std::string &path, const std::string &text);
+// Waits until the child has printed the text; adds a failure when it ended without.
+void AwaitOutput(const Child &child, const std::string &text);
+
+} // namespace run_test
+
+#endif
