@@ -2,6 +2,8 @@
 #ifndef EMU_TOOL_COMMANDS_H
 #define EMU_TOOL_COMMANDS_H
 
+#include "emu/tool/terminal.h"
+
 #include <string>
 #include <vector>
 
@@ -21,6 +23,9 @@ void AddRun(CLI::App &app, int &status, std::vector<std::string> program);
 void AddShow(CLI::App &app, int &status);
 void AddDiff(CLI::App &app, int &status);
 void AddReplay(CLI::App &app, int &status);
+
+// Adds --no-colour and its other spelling.
+void AddColourFlags(CLI::App &command, ColourChoice &choice);
 
 } // namespace orxemu::tool
 

@@ -8,6 +8,15 @@
 #include <span>
 #include <string_view>
 
+namespace orxemu::tool {
+
+void AddColourFlags(CLI::App &command, ColourChoice &choice) {
+    command.add_flag("--no-colour,--no-color", choice.off,
+                     "No colours (they are used on a terminal only, and not when NO_COLOR is set)");
+}
+
+} // namespace orxemu::tool
+
 namespace {
 
 constexpr const char *kDescription = "Runs programs on the stand-in for the ORX kernel driver, and reads, "

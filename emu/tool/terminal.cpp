@@ -1,7 +1,5 @@
 #include "emu/tool/terminal.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -67,11 +65,6 @@ std::size_t DisplayWidth(std::string_view text) {
         ++width;
     }
     return width;
-}
-
-void AddColourFlags(CLI::App &command, ColourChoice &choice) {
-    command.add_flag("--no-colour,--no-color", choice.off,
-                     "No colours (they are used on a terminal only, and not when NO_COLOR is set)");
 }
 
 bool UseColours(const ColourChoice &choice, bool isTerminal, const char *noColor) {

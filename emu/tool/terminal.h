@@ -8,10 +8,6 @@
 #include <string_view>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace orxemu::tool {
 
 // Columns that UTF-8 text takes up. Every code point counts as one: the tool writes no wide ones, and names
@@ -20,11 +16,10 @@ std::size_t DisplayWidth(std::string_view text);
 
 enum class Colour { Plain, Bold, Dim, Red, Green, Yellow };
 
-// What a user said about colours; AddColourFlags adds --no-colour and its other spelling.
+// What a user said about colours.
 struct ColourChoice {
     bool off = false;
 };
-void AddColourFlags(CLI::App &command, ColourChoice &choice);
 // Colours are for a terminal, and for users who have not turned them off with the flag or with NO_COLOR (any
 // value but an empty one).
 bool UseColours(const ColourChoice &choice);
