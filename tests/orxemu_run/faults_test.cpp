@@ -15,7 +15,8 @@ using FaultsTest = RunTest;
 // "39 EIO fail", "open ENOENT".
 std::string Line(const LogEntry &entry) {
     std::string line = entry.isOpen ? "open" : std::to_string(entry.request);
-    line += entry.err == 0 ? " ok" : " " + orxemu::journal::ErrnoName(entry.err);
+    line += " ";
+    line += entry.err == 0 ? "ok" : orxemu::journal::ErrnoName(entry.err);
     line += entry.fault == FaultMark::Fail         ? " fail"
             : entry.fault == FaultMark::AnswerLost ? " answer-lost"
                                                    : "";
