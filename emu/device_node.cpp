@@ -66,8 +66,9 @@ int TryOpen(int flags, int &fd) {
     return 0;
 }
 
-// Errno of the answer.
-int Serve(OrxEmuRequest &entry, const Fault &fault, void *record, bool &recordRead) {
+// Errno of the answer. Of the fault that the request meets it leaves what has become of it: an answer is lost only
+// when the hardware has taken the request.
+int Serve(OrxEmuRequest &entry, Fault &fault, void *record, bool &recordRead) {
     const RequestKind *kind = FindRequest(entry.request);
     int copyErr = 0;
     if (kind != nullptr) {
@@ -84,7 +85,13 @@ int Serve(OrxEmuRequest &entry, const Fault &fault, void *record, bool &recordRe
         Exchange exchange(entry, record);
         err = copyErr != 0 ? copyErr : kind->handle(exchange);
     }
-    return fault.kind == FaultKind::LoseAnswer ? fault.err : err;
+    if (fault.kind != FaultKind::LoseAnswer) {
+        return err;
+    }
+    if (err != 0) {
+        fault.kind = FaultKind::FailRequest;
+    }
+    return fault.err;
 }
 
 } // namespace
@@ -119,7 +126,7 @@ int IoctlDevice(int request, void *record) {
     int err;
     {
         const HardwareLock lock;
-        const Fault fault = TakeRequestFault(TheHardware().faults, request);
+        Fault fault = TakeRequestFault(TheHardware().faults, request);
         bool recordRead = false;
         OrxEmuRequest &entry = NewLogEntry();
         entry.request = request;

@@ -171,9 +171,10 @@ TEST_F(EmulatorTest, GetsItsWordsAndTheVariable) {
     fs::permissions(Path("my emulator"), fs::perms::owner_all);
     Conditions conditions;
     conditions.environment = {"QEMU_SET_ENV=A=1"};
-    const Outcome outcome = Finished(
-        Tool({"run", "--emulator", "'" + Path("my emulator") + "'  -L '' ", "--", DEVICE_USER, "status=1"}),
-        conditions);
+    std::string emulator = "'";
+    emulator += Path("my emulator") + "'  -L '' ";
+    const Outcome outcome =
+        Finished(Tool({"run", "--emulator", emulator, "--", DEVICE_USER, "status=1"}), conditions);
     EXPECT_EQ(outcome.out, std::string("<-L><> \nA=1,LD_PRELOAD=") + STAND_IN_PRELOAD + "\nstatus 1: ok\n");
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(outcome.status, 0);

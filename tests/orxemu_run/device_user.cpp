@@ -6,8 +6,11 @@
 //   leave-open        opens the device and leaves it open
 //   close-all         closes all descriptors from 3 on with close(); prints how many there were
 //   close-all-behind  the same behind the C library's back
+//   cover-all         puts /dev/null under every number from 3 to 1023; prints how many there are
 //   processes=N       N processes send N requests each, at the same time
 //   threads=N         N threads send N requests each, at the same time
+//   tables=N          N processes at the same time; N times, each activates an AS table and deactivates it
+//   thread-tables=N   the same with threads
 //   outlive=PATH      starts a process that has the standard streams closed, waits for PATH, sends a request
 //                     and creates PATH.done
 //   wait=PATH         waits until PATH is there
@@ -19,6 +22,8 @@
 //   handling=N        prints how signal N is handled at the start
 //   signal=N          sends itself a signal
 //   exit=N            ends with that status
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -70,19 +75,35 @@ void PrintOutcome(const std::string &what, int err) {
     Print(what + ": " + (err == 0 ? "ok" : strerrorname_np(err)));
 }
 
-void SendMany(int count) {
+bool SendMany(int count) {
     for (int i = 0; i < count; ++i) {
         if (SendStatus(1) != 0) {
-            std::_Exit(1);
+            return false;
         }
     }
+    return true;
 }
 
-int SendFromProcesses(int count) {
+// The device looks for a free table, answers with its index, and takes it: two that do so at once would have
+// the same one, and only the first could deactivate it.
+bool UseTables(int count) {
+    constexpr unsigned long kActivateAsTbl = 21;
+    constexpr unsigned long kDeactivateAsTbl = 22;
+    std::vector<std::uint8_t> record(472);
+    for (int i = 0; i < count; ++i) {
+        if (Send(kActivateAsTbl, record.data()) != 0 || Send(kDeactivateAsTbl, record.data()) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+using Work = bool (*)(int count);
+
+int FailedProcesses(Work work, int count) {
     for (int i = 0; i < count; ++i) {
         if (fork() == 0) {
-            SendMany(count);
-            std::_Exit(0);
+            std::_Exit(work(count) ? 0 : 1);
         }
     }
     int failures = 0;
@@ -93,15 +114,21 @@ int SendFromProcesses(int count) {
     return failures;
 }
 
-void SendFromThreads(int count) {
+int FailedThreads(Work work, int count) {
+    std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
     threads.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
-        threads.emplace_back(SendMany, count);
+        threads.emplace_back([&] { failures += work(count) ? 0 : 1; });
     }
     for (std::thread &thread : threads) {
         thread.join();
     }
+    return failures;
+}
+
+void PrintFailures(int failures) {
+    Print("failures " + std::to_string(failures));
 }
 
 int CloseAll(bool behind) {
@@ -111,6 +138,16 @@ int CloseAll(bool behind) {
         closed += result == 0 ? 1 : 0;
     }
     return closed;
+}
+
+// Behind the C library's back, like the numbers that a program is given by another one.
+int CoverAll() {
+    const int null = open("/dev/null", O_RDWR);
+    int covered = 0;
+    for (int fd = 3; fd < 1024; ++fd) {
+        covered += fd == null || dup2(null, fd) == fd ? 1 : 0;
+    }
+    return covered;
 }
 
 void Touch(const std::string &path) {
@@ -194,9 +231,11 @@ constexpr Step kSteps[] = {
     {"leave-open", [](const std::string &) { PrintOutcome("open", open(kDevice, O_RDWR) < 0 ? errno : 0); }},
     {"close-all", [](const std::string &) { Print("closed " + std::to_string(CloseAll(false))); }},
     {"close-all-behind", [](const std::string &) { CloseAll(true); }},
-    {"processes",
-     [](const std::string &v) { Print("failures " + std::to_string(SendFromProcesses(Number(v)))); }},
-    {"threads", [](const std::string &v) { SendFromThreads(Number(v)); }},
+    {"cover-all", [](const std::string &) { Print("covered " + std::to_string(CoverAll())); }},
+    {"processes", [](const std::string &v) { PrintFailures(FailedProcesses(SendMany, Number(v))); }},
+    {"threads", [](const std::string &v) { PrintFailures(FailedThreads(SendMany, Number(v))); }},
+    {"tables", [](const std::string &v) { PrintFailures(FailedProcesses(UseTables, Number(v))); }},
+    {"thread-tables", [](const std::string &v) { PrintFailures(FailedThreads(UseTables, Number(v))); }},
     {"outlive", Outlive},
     {"wait", WaitFor},
     {"touch", Touch},

@@ -15,7 +15,8 @@ using FaultsTest = RunTest;
 // "39 EIO fail", "open ENOENT".
 std::string Line(const LogEntry &entry) {
     std::string line = entry.isOpen ? "open" : std::to_string(entry.request);
-    line += entry.err == 0 ? " ok" : " " + orxemu::journal::ErrnoName(entry.err);
+    line += " ";
+    line += entry.err == 0 ? "ok" : orxemu::journal::ErrnoName(entry.err);
     line += entry.fault == FaultMark::Fail         ? " fail"
             : entry.fault == FaultMark::AnswerLost ? " answer-lost"
                                                    : "";
@@ -44,6 +45,8 @@ TEST_F(FaultsTest, EveryKind) {
          {"39 EIO fail", "39 ENOSPC fail"},
          0},
         {{"--fail-after", "1"}, {"status=1"}, "status 1: EIO\n", {"39 EIO answer-lost"}, 1},
+        // Refused for its own sake, so that the hardware has not taken it.
+        {{"--fail-after", "1"}, {"status=2"}, "status 2: EIO\n", {"39 EIO fail"}, 0},
         {{"--fail-after=2:ETIMEDOUT"},
          {"status=0", "status=1"},
          "status 0: ok\nstatus 1: ETIMEDOUT\n",

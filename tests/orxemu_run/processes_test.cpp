@@ -32,6 +32,24 @@ TEST_F(ProcessesTest, RequestsOfAllThreadsAreOneSequence) {
     EXPECT_EQ(ReadLog("a.json").end.openDescriptors, 0);
 }
 
+TEST_F(ProcessesTest, TwoAtOnceNeverGetTheSameTable) {
+    for (const char *step : {"tables=16", "thread-tables=16"}) {
+        const Outcome outcome = RunSteps({"--log", Path("a.json"), "--state", Path("s.json")}, {step});
+        EXPECT_EQ(outcome.out, "failures 0\n") << step;
+        EXPECT_EQ(outcome.status, 0) << step << ": " << outcome.err;
+        EXPECT_EQ(ReadLog("a.json").end.requests, 512u) << step;
+        // In the log's order no table is activated twice.
+        std::vector<bool> active(ORXEMU_AS_TABLES);
+        for (const auto &entry : ReadLog("a.json").entries) {
+            const bool activates = entry.request == 21;
+            const auto index = orxemu::journal::Load(entry.out, 0, 4, orxemu::journal::kHostOrder);
+            ASSERT_LT(index, active.size()) << step;
+            ASSERT_NE(active[index], activates) << step << ": table " << index;
+            active[index] = activates;
+        }
+    }
+}
+
 TEST_F(ProcessesTest, ProgramsOfAShellScript) {
     if (Emulated()) {
         GTEST_SKIP() << "an emulated program executes no other";
@@ -79,16 +97,15 @@ TEST_F(ProcessesTest, DescriptorsThatAreGoneCostTheLogOnly) {
     EXPECT_EQ(RunSteps({"--state", Path("s.json")}, steps).status, 0) << "nobody asked for a log";
 }
 
-// A program that opens something under the number of a closed descriptor keeps it.
+// What a program has put under the numbers is its own, and is closed when it says so.
 TEST_F(ProcessesTest, OthersUnderTheNumbersAreLeftAlone) {
-    Words steps = {"close-all-behind"};
-    for (int i = 0; i < 60; ++i) {
-        steps.emplace_back("leave-open");
-    }
-    steps.insert(steps.end(), {"status=1", "close-all"});
-    const Outcome outcome = RunSteps({}, steps);
-    EXPECT_NE(outcome.out.find("status 1: ok\nclosed 60\n"), std::string::npos) << outcome.out;
-    EXPECT_EQ(outcome.status, 0);
+    const Outcome outcome =
+        RunSteps({"--state", Path("s.json")}, {"cover-all", "status=1", "close-all", "status=1"});
+    const std::string covered = outcome.out.substr(0, outcome.out.find('\n'));
+    EXPECT_EQ(covered.rfind("covered ", 0), 0u) << outcome.out;
+    EXPECT_EQ(outcome.out, covered + "\nstatus 1: ok\nclosed " + covered.substr(8) + "\nstatus 1: ok\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
 }
 
 // A session that is not there any more, or one of another layout: no device rather than one of its own.

@@ -12,8 +12,8 @@
 namespace {
 
 using namespace journal_kit;
-using test::ChildResult;
 using orxemu::journal::FaultMark;
+using test::ChildResult;
 
 class OrxemuShow : public JournalTest {};
 
