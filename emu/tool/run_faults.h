@@ -19,7 +19,8 @@ struct FaultOptions {
 
 // Throws RunTrouble about a value that means nothing, saying which do, and about too many of them.
 //
-// The first --fail-request of a name is about the first request of that name, the second one about the second.
+// The first --fail-request of a name is about the first request of that name, the second one about the
+// second.
 FaultList ParseFaults(const FaultOptions &options);
 
 } // namespace orxemu::tool

@@ -15,7 +15,8 @@ struct ProgramOptions {
     std::string emulator;           // a command line, empty when the program is for this machine
 };
 
-// A symbolic link to the library in a folder of its own, for where its path cannot be written. Both go with it.
+// A symbolic link to the library in a folder of its own, for where its path cannot be written. Both go with
+// it.
 class TemporaryLink {
   public:
     TemporaryLink() = default;
