@@ -1,5 +1,5 @@
 # What `cmake --install` puts where: headers, libraries, a CMake package, a pkg-config file, orxtest and its
-# manual page. Everything finds its way from the place of its own file, so that the prefix can be moved.
+# manual page, and orxemu. Everything finds its way from the place of its own file, so that the prefix can be moved.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -48,4 +48,13 @@ install(FILES "${PROJECT_BINARY_DIR}/qirapi.pc" DESTINATION "${pkgconfig_dir}")
 if(TARGET orxtest)
   install(TARGETS orxtest RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
   install(FILES "${PROJECT_SOURCE_DIR}/man/orxtest.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+endif()
+
+# The tool looks for the stand-in in the library folder beside its own.
+if(TARGET orxemu_tool)
+  install(TARGETS orxemu_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS orxemu LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  install(FILES "${PROJECT_SOURCE_DIR}/man/orxemu.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(FILES "${PROJECT_SOURCE_DIR}/emu/tool/orxemu.bash"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME orxemu)
 endif()

@@ -3,8 +3,8 @@
  * network. Change the ids below, build and run, here on the stand-in for the driver:
  *
  *     cmake --preset native
- *     cmake --build --preset native --target one_flow orxemu
- *     LD_PRELOAD=build/native/emu/liborxemu.so build/native/examples/one_flow
+ *     cmake --build --preset native --target one_flow orxemu_tool
+ *     build/native/emu/orxemu run -- build/native/examples/one_flow
  *
  * Every operation returns a code; when it is not 0 the library has said why on standard output, in a line
  * that starts with "[ERROR orxapi]".

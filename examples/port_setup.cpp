@@ -2,8 +2,8 @@
 // ACL type of each port, then two rate limiters. The settings stay in the hardware when the program ends.
 //
 //     cmake --preset native
-//     cmake --build --preset native --target port_setup orxemu
-//     LD_PRELOAD=build/native/emu/liborxemu.so build/native/examples/port_setup
+//     cmake --build --preset native --target port_setup orxemu_tool
+//     build/native/emu/orxemu run -- build/native/examples/port_setup
 //
 // Every operation returns a code; when it is not 0 the library has said why on standard output, in a line
 // that starts with "[ERROR orxapi]".

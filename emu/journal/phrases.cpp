@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <vector>
 
 namespace orxemu::journal {
 
@@ -78,24 +79,31 @@ std::string PortsText(std::uint32_t mask) {
     return text.IsEmpty() ? "no port" : text.Text();
 }
 
-std::string GemText(std::uint32_t mask) {
+std::string NumbersText(std::span<const unsigned> numbers) {
     Phrase text(",");
-    for (unsigned first = 0; first < kMaskBits; ++first) {
-        if (!Has(mask, first)) {
-            continue;
-        }
-        unsigned last = first;
-        while (last + 1 < kMaskBits && Has(mask, last + 1)) {
+    for (std::size_t first = 0; first < numbers.size(); ++first) {
+        std::size_t last = first;
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
             ++last;
         }
         if (last >= first + 2) {
-            text.Add(std::to_string(first) + "-" + std::to_string(last));
+            text.Add(std::to_string(numbers[first]) + "-" + std::to_string(numbers[last]));
             first = last;
         } else {
-            text.Add(std::to_string(first));
+            text.Add(std::to_string(numbers[first]));
         }
     }
-    return "gem " + text.Text();
+    return text.Text();
+}
+
+std::string GemText(std::uint32_t mask) {
+    std::vector<unsigned> indexes;
+    for (unsigned index = 0; index < kMaskBits; ++index) {
+        if (Has(mask, index)) {
+            indexes.push_back(index);
+        }
+    }
+    return "gem " + NumbersText(indexes);
 }
 
 const RuleWords *FindWords(std::span<const RuleWords> rows, const Json &type) {

@@ -51,6 +51,8 @@ std::string PortName(unsigned port);
 std::string PortName(const Json &port);
 // "uni0 gpon host", or "no port".
 std::string PortsText(std::uint32_t mask);
+// Ascending numbers, three and more in a row as a range: "0-3,7".
+std::string NumbersText(std::span<const unsigned> numbers);
 // "gem 0-3,7"
 std::string GemText(std::uint32_t mask);
 

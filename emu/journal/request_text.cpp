@@ -4,6 +4,7 @@
 #include "emu/journal/phrases.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace orxemu::journal {
 
@@ -48,19 +49,23 @@ std::string AsTableText(const Json &table) {
            Counted(static_cast<std::size_t>(used), "entry", "entries");
 }
 
-// Rows that say something else than the usual, a run of equal ones together: "dscp 4-7 pbits 1".
+// Rows that say something else than the usual, those that say the same together: "dscp 4-7 pbits 1".
 void AddOwnRows(const Json &rows, const Json &usual, std::string_view key, std::string (*text)(const Json &),
                 Phrase &to) {
-    for (std::size_t first = 0; first < rows.size(); ++first) {
-        std::size_t last = first;
-        while (last + 1 < rows.size() && rows[last + 1] == rows[first]) {
-            ++last;
+    std::vector<const Json *> said = {&usual};
+    for (const Json &row : rows) {
+        const auto isRow = [&row](const Json *other) { return *other == row; };
+        if (std::any_of(said.begin(), said.end(), isRow)) {
+            continue;
         }
-        if (rows[first] != usual) {
-            const std::string range = last == first ? "" : "-" + std::to_string(last);
-            to.Add(std::string(key) + " " + std::to_string(first) + range + " " + text(rows[first]));
+        said.push_back(&row);
+        std::vector<unsigned> numbers;
+        for (unsigned number = 0; number < rows.size(); ++number) {
+            if (rows[number] == row) {
+                numbers.push_back(number);
+            }
         }
-        first = last;
+        to.Add(std::string(key) + " " + NumbersText(numbers) + " " + text(row));
     }
 }
 

@@ -100,15 +100,16 @@ int Diff(const Options &options) {
 void AddDiff(CLI::App &app, int &status) {
     const auto options = std::make_shared<Options>();
     CLI::App *diff = app.add_subcommand("diff", "Say what differs between two logs or two states");
-    diff->description(
-        "Say what differs between two logs or two states by meaning: indexes that the driver assigned,\n"
-        "addresses, handles, unset bytes and the byte order do not count.\n\n"
+    diff->footer(
+        "They are compared by meaning: indexes that the driver assigned, addresses, handles, unset bytes and "
+        "the\n"
+        "byte order do not count.\n\n"
         "\"- N\" is a request (or an object) of A only, \"+ N\" one of B only, \"~ N → M\" one that has\n"
         "changed, with the fields that differ.\n\n"
         "Exit status: 0 no difference, 1 differences, 2 trouble.\n\n"
-        "Example: orxemu diff before.log after.log");
-    diff->add_option("A", options->pathA, "Log or state")->required();
-    diff->add_option("B", options->pathB, "Another one of the same sort")->required();
+        "Example: orxemu diff yesterday.json today.json");
+    diff->add_option("A", options->pathA, "Log or state")->required()->type_name("");
+    diff->add_option("B", options->pathB, "Another one of the same sort")->required()->type_name("");
     diff->add_flag("-q,--brief", options->brief, "Say only whether they differ");
     AddColourFlags(*diff, options->colour);
     diff->callback([options, &status] { status = Diff(*options); });

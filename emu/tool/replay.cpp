@@ -160,22 +160,25 @@ int RunReplay(const Options &options) {
 void AddReplay(CLI::App &app, int &status) {
     const auto options = std::make_shared<Options>();
     CLI::App *replay = app.add_subcommand("replay", "Send the requests of a log again");
-    replay->description(
-        "Send the requests of a log again, to a stand-in in this process or to a device. Sent are the\n"
-        "requests that the hardware took when they were recorded; indexes are those that the driver\n"
-        "assigns now. Nothing is sent from a file that does not check out to its last line.\n\n"
-        "Exit status: 0 replayed, 1 a request was refused, 2 trouble.\n\n"
-        "Example: orxemu replay --state hardware.json session.json");
-    replay->add_option("FILE", options->path, "Log")->required();
+    replay->footer("They go to a stand-in in this process, or to a device. Sent are the requests that the "
+                   "hardware took\n"
+                   "when they were recorded; indexes are those that the driver assigns now. Nothing is sent "
+                   "from a file\n"
+                   "that does not check out to its last line.\n\n"
+                   "Exit status: 0 replayed, 1 a request was refused, 2 trouble.\n\n"
+                   "Example: orxemu replay --state hw.json a.json");
+    replay->add_option("FILE", options->path, "Log")->required()->type_name("");
     CLI::Option *device =
-        replay->add_option("--device", options->device, "Send to this device node instead of a stand-in");
+        replay->add_option("--device", options->device, "Send to this device node instead of a stand-in")
+            ->type_name("PATH");
     replay->add_flag("--keep-going", options->rules.keepGoing, "Go on behind a request that is refused");
     replay->add_flag("--with-refused", options->rules.withRefused,
                      "Send requests too that were refused when they were recorded");
-    replay->add_option("--log", options->logPath, "Write what is sent to this log");
+    replay->add_option("--log", options->logPath, "Write what is sent to this log")->type_name("FILE");
     replay
         ->add_option("--state", options->statePath,
                      "What the stand-in holds: read before, if there is the file, and written after")
+        ->type_name("FILE")
         ->excludes(device);
     replay->add_flag("--summary", options->summary, "Show what the stand-in holds at the end")
         ->excludes(device);

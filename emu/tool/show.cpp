@@ -40,13 +40,14 @@ int Show(const Options &options) {
 void AddShow(CLI::App &app, int &status) {
     const auto options = std::make_shared<Options>();
     CLI::App *show = app.add_subcommand("show", "Show a log or a state for people");
-    show->description(
-        "Show a log or a state for people: a line per request with its number, its name, what it says\n"
-        "and the answer, or a line per object that the hardware holds. Flows read like rules:\n"
-        "what they match, → what they rewrite, → where they forward to.\n\n"
+    show->footer(
+        "A line per request with its number, its name, what it says and the answer, or a line per object "
+        "that\n"
+        "the hardware holds. Flows read like rules: what they match, → what they rewrite, → where they\n"
+        "forward to.\n\n"
         "A damaged log is shown up to the damage. Exit status: 0, or 2 for trouble.\n\n"
-        "Example: orxemu show -v requests.log");
-    show->add_option("FILE", options->path, "Log or state")->required();
+        "Example: orxemu show -v a.json");
+    show->add_option("FILE", options->path, "Log or state")->required()->type_name("");
     show->add_flag("-v,--verbose", options->verbose, "All fields below each line, with those that are unset");
     AddColourFlags(*show, options->colour);
     show->callback([options, &status] { status = Show(*options); });

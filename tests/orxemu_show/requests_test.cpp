@@ -110,6 +110,19 @@ TEST_F(OrxemuRequests, EveryKindHasALine) {
     EXPECT_EQ(seen.size(), AllRequests().size()) << "a kind of request has no row here";
 }
 
+TEST_F(OrxemuRequests, RowsThatSayTheSameStandTogether) {
+    PacTblHdl table = PacTable(5);
+    for (const uint8_t pbits : {0, 2, 4, 5, 6, 7}) {
+        PacTblCfg entry = {};
+        entry.ovrd = PAC_OVRD_DSTGEMPORT;
+        entry.dstGemPort = pbits < 3 ? 6 : 7;
+        ASSERT_EQ(QIR_Set_PacTableEntry(&table, pbits, &entry), e_RET_OK);
+    }
+    ASSERT_EQ(QIR_Activate_PacTable(&table), e_RET_OK);
+    EXPECT_EQ(TextOfEntry(RecordedLog().entries.back(), kHostOrder),
+              "gem 5; pbits 0,2 gem 6; pbits 4-7 gem 7");
+}
+
 TEST(OrxemuFields, FramesAndMasksAreHexadecimal) {
     EXPECT_EQ(FieldText("portMask", 8), "0x8");
     EXPECT_EQ(FieldText("gemPortIdxMask", 0x80000000), "0x80000000");
