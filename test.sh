@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc and mips.
+# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc, mips and fuzz.
 #
-# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator.
+# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator; fuzz runs the fuzzers
+# for a fixed number of inputs.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
@@ -9,12 +10,15 @@ here=$(dirname -- "$(readlink -f -- "$0")")
 . "$here/scripts/setup.sh" || exit 1
 
 if [ $# -eq 0 ]; then
-    set -- native sanitize powerpc mips
+    set -- native sanitize powerpc mips fuzz
 fi
 
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
     install_for "$preset" binutils libgtest-dev googletest libcli11-dev nlohmann-json3-dev pkgconf doxygen
-    build "$preset" -DQIR_BUILD_TESTS=ON
+    case $preset in
+    fuzz) build "$preset" ;;
+    *) build "$preset" -DQIR_BUILD_TESTS=ON ;;
+    esac
     ctest --preset "$preset" --parallel "$(nproc)" || exit 1
 done

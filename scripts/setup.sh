@@ -57,6 +57,8 @@ install_for() {
     shift
     case $preset in
     powerpc | mips) install_missing cmake make "g++-$preset-linux-gnu" qemu-user "$@" ;;
+    clang) install_missing cmake make g++ clang "$@" ;;
+    fuzz) install_missing cmake make g++ clang libclang-rt-dev "$@" ;;
     *) install_missing cmake make g++ "$@" ;;
     esac
 }

@@ -6,8 +6,8 @@
 // With UPDATE_GOLDENS=1 in the environment the files are written instead of compared; lines that give both byte
 // orders are kept where they fit what was printed.
 
-#include "tests/support/child_process.h"
 #include "tests/support/capture.h"
+#include "tests/support/child_process.h"
 
 #include <gtest/gtest.h>
 
@@ -20,9 +20,9 @@
 #include <iterator>
 #include <map>
 #include <ostream>
-#include <regex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -134,8 +134,24 @@ bool Updating() {
 
 // A line or a whole golden as this processor prints it.
 std::string InThisByteOrder(const std::string &golden) {
-    static const std::regex kEither("\\{little:([^,}]*),big:([^}]*)\\}");
-    return std::regex_replace(golden, kEither, std::endian::native == std::endian::big ? "$2" : "$1");
+    constexpr std::string_view kLittle = "{little:";
+    constexpr std::string_view kBig = ",big:";
+    std::string text;
+    std::size_t done = 0;
+    for (;;) {
+        const std::size_t open = golden.find(kLittle, done);
+        const std::size_t middle = golden.find(kBig, open);
+        const std::size_t close = golden.find('}', middle);
+        if (close == std::string::npos) {
+            return text + golden.substr(done);
+        }
+        text += golden.substr(done, open - done);
+        const std::size_t little = open + kLittle.size();
+        const std::size_t big = middle + kBig.size();
+        text += std::endian::native == std::endian::big ? golden.substr(big, close - big)
+                                                        : golden.substr(little, middle - little);
+        done = close + 1;
+    }
 }
 
 // What was printed, with the lines of the old golden that give both byte orders.

@@ -112,7 +112,8 @@ TEST_F(OrxemuRequests, EveryKindHasALine) {
 
 TEST_F(OrxemuRequests, RowsThatSayTheSameStandTogether) {
     PacTblHdl table = PacTable(5);
-    for (const uint8_t pbits : {0, 2, 4, 5, 6, 7}) {
+    constexpr uint8_t kOwn[] = {0, 2, 4, 5, 6, 7};
+    for (const uint8_t pbits : kOwn) {
         PacTblCfg entry = {};
         entry.ovrd = PAC_OVRD_DSTGEMPORT;
         entry.dstGemPort = pbits < 3 ? 6 : 7;
