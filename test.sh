@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc, mips and fuzz.
 #
-# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator; fuzz runs the fuzzers
-# for a fixed number of inputs.
+# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator; fuzz runs the
+# fuzzers for a fixed number of inputs.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")

@@ -35,8 +35,8 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 8)
   target_link_options(qir_program_flags INTERFACE -no-pie)
 endif()
 
-# What code that puts texts together is compiled with besides, that is all but the libraries and orxtest: GCC 12 takes
-# the copies inside `"text" + std::string` for ones of overlapping or endless ranges.
+# What code that puts texts together is compiled with besides, that is all but the libraries and orxtest: GCC
+# 12 takes the copies inside `"text" + std::string` for ones of overlapping or endless ranges.
 add_library(qir_string_flags INTERFACE)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(qir_string_flags INTERFACE -Wno-restrict -Wno-stringop-overflow -Wno-array-bounds)

@@ -1,5 +1,6 @@
 # What `cmake --install` puts where: headers, libraries, a CMake package, a pkg-config file, orxtest and its
-# manual page, and orxemu. Everything finds its way from the place of its own file, so that the prefix can be moved.
+# manual page, and orxemu. Everything finds its way from the place of its own file, so that the prefix can be
+# moved.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 

@@ -1,5 +1,5 @@
-# How a program of this build is run on the stand-in for the driver: with a setting in its environment, and, when
-# it is built for another processor, through the emulator CMAKE_CROSSCOMPILING_EMULATOR.
+# How a program of this build is run on the stand-in for the driver: with a setting in its environment, and,
+# when it is built for another processor, through the emulator CMAKE_CROSSCOMPILING_EMULATOR.
 
 # qir_stand_in_runtime(<variable>): what has to be preloaded in front of the stand-in for the driver, or
 # nothing.

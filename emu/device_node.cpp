@@ -66,8 +66,8 @@ int TryOpen(int flags, int &fd) {
     return 0;
 }
 
-// Errno of the answer. Of the fault that the request meets it leaves what has become of it: an answer is lost only
-// when the hardware has taken the request.
+// Errno of the answer. Of the fault that the request meets it leaves what has become of it: an answer is lost
+// only when the hardware has taken the request.
 int Serve(OrxEmuRequest &entry, Fault &fault, void *record, bool &recordRead) {
     const RequestKind *kind = FindRequest(entry.request);
     int copyErr = 0;

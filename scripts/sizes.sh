@@ -1,8 +1,8 @@
 #!/bin/sh
 # Sizes of a program and of the library in it: sizes.sh <size> <program> <archive>...
 #
-# The library's sections are those of all objects of its archives: code, constants, and data that is set or zero at
-# start-up.
+# The library's sections are those of all objects of its archives: code, constants, and data that is set or
+# zero at start-up.
 set -eu
 
 size=$1

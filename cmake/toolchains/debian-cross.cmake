@@ -8,8 +8,8 @@ set(CMAKE_SYSTEM_PROCESSOR ${QIR_TARGET_PROCESSOR})
 set(CMAKE_C_COMPILER ${QIR_TARGET_TRIPLE}-gcc)
 set(CMAKE_CXX_COMPILER ${QIR_TARGET_TRIPLE}-g++)
 
-# Libraries and headers of the target only, programs of this machine only. Packages may stand anywhere: one that
-# fits this machine only says so itself.
+# Libraries and headers of the target only, programs of this machine only. Packages may stand anywhere: one
+# that fits this machine only says so itself.
 set(CMAKE_FIND_ROOT_PATH /usr/${QIR_TARGET_TRIPLE})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -3,8 +3,8 @@
 // The goldens are the same for every processor. Where a line prints a raw word whose bytes depend on the byte
 // order, it gives both: "val<0x{little:000000c8,big:00c80000}>".
 //
-// With UPDATE_GOLDENS=1 in the environment the files are written instead of compared; lines that give both byte
-// orders are kept where they fit what was printed.
+// With UPDATE_GOLDENS=1 in the environment the files are written instead of compared; lines that give both
+// byte orders are kept where they fit what was printed.
 
 #include "tests/support/capture.h"
 #include "tests/support/child_process.h"

@@ -66,8 +66,8 @@ int Ioctl(int fd, int request, Record record) {
     return ::ioctl(fd, static_cast<unsigned long>(request), record.Data()) == 0 ? 0 : errno;
 }
 
-// What the kernel itself says to a request of the device on a descriptor that is not the device's: an errno that
-// is the kernel's choice.
+// What the kernel itself says to a request of the device on a descriptor that is not the device's: an errno
+// that is the kernel's choice.
 int KernelAnswer(int fd) {
     Record record = GblRecord(1, 2);
     errno = 0;

@@ -1,6 +1,7 @@
 # What the scripts of this folder share.
 
-# expect_list(<what is found> <found list> <expected list>): fails when the two lists differ, and says in what.
+# expect_list(<what is found> <found list> <expected list>): fails when the two lists differ, and says in
+# what.
 function(expect_list what found expected)
   set(added ${found})
   set(missing ${expected})

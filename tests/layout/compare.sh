@@ -1,6 +1,6 @@
 #!/bin/sh
-# The layout of every record, as this build's compiler wrote it into the debug information, against the table that holds
-# for all targets.
+# The layout of every record, as this build's compiler wrote it into the debug information, against the table
+# that holds for all targets.
 #
 #   compare.sh <readelf> <big-endian: 0 or 1> <table> <object>
 #

@@ -5,9 +5,9 @@
 #       f1.id bits 0-15          a bit field: its place in the word around it, bit 0 is the least significant one
 #
 # A record is the type of a variable record_NAME. Members whose type has a name in the list of records are one
-# line; unnamed structures and unions are opened, and so are types that are no record themselves. Set BIG to 1 for
-# a big-endian object: the debug information counts bits from the first byte in memory on (or, as some compilers
-# do, from the most significant bit of the word, whatever the byte order).
+# line; unnamed structures and unions are opened, and so are types that are no record themselves. Set BIG to 1
+# for a big-endian object: the debug information counts bits from the first byte in memory on (or, as some
+# compilers do, from the most significant bit of the word, whatever the byte order).
 
 function attribute(line) {
     sub(/^[^:]*: */, "", line)

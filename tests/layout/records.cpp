@@ -1,5 +1,5 @@
-// One object of every record that leaves the library, under the record's name: what the compiler writes about it into
-// the debug information is compared with records.txt.
+// One object of every record that leaves the library, under the record's name: what the compiler writes about
+// it into the debug information is compared with records.txt.
 #include "qirapi/driver/driver_records.h"
 #include "qirapi/private/context.h"
 
