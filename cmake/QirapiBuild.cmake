@@ -15,8 +15,14 @@ if(QIR_WARNINGS_AS_ERRORS)
   target_compile_options(qir_build_flags INTERFACE -Werror)
 endif()
 if(QIR_SANITIZERS)
+  # What is looked at for undefined behaviour is the product. Its tests (targets with the property
+  # QIR_IS_TEST) are only looked at for bad addresses, because the records that they pass on are theirs.
+  string(REPLACE ",undefined" "" test_sanitizers "${QIR_SANITIZERS}")
+  string(REPLACE "," "$<COMMA>" product_sanitizers "${QIR_SANITIZERS}")
+  string(REPLACE "," "$<COMMA>" test_sanitizers "${test_sanitizers}")
   target_compile_options(qir_build_flags INTERFACE
-    -fsanitize=${QIR_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=$<IF:$<BOOL:$<TARGET_PROPERTY:QIR_IS_TEST>>,${test_sanitizers},${product_sanitizers}>
+    -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qir_build_flags INTERFACE -fsanitize=${QIR_SANITIZERS})
 endif()
 

@@ -117,6 +117,10 @@ int SignalHandling::Next() const {
 }
 
 Process::Process(Program &program, Session &session) {
+    // A session around this one is not the program's.
+    std::erase_if(program.environment(), [](const std::string &variable) {
+        return variable.starts_with(std::string(kSessionVariable) + "=");
+    });
     program.environment().push_back(session.Variable());
     const std::vector<char *> words = Pointers(program.words());
     const std::vector<char *> environment = Pointers(program.environment());

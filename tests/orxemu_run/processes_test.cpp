@@ -50,6 +50,20 @@ TEST_F(ProcessesTest, TwoAtOnceNeverGetTheSameTable) {
     }
 }
 
+TEST_F(ProcessesTest, RunInARunHasAHardwareOfItsOwn) {
+    if (Emulated()) {
+        GTEST_SKIP() << "an emulated program executes no other";
+    }
+    const Words inner =
+        Tool({"run", "--log", Path("inner.json"), "--fail", "1", "--", DEVICE_USER, "status=1"});
+    const Outcome outcome = Finished(RunWords({"--log", Path("outer.json")}, inner));
+    EXPECT_EQ(outcome.out, "status 1: EIO\n");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(ReadLog("inner.json").end.requests, 1u);
+    EXPECT_EQ(ReadLog("outer.json").end.requests, 0u);
+}
+
 TEST_F(ProcessesTest, ProgramsOfAShellScript) {
     if (Emulated()) {
         GTEST_SKIP() << "an emulated program executes no other";
