@@ -2,6 +2,7 @@
 #
 #   FlowHdl 4                    a record and its size in bytes
 #       word 0 4                 a member: its path, its offset and its size in bytes
+#       tpid 4 4x2               an array: elements and size of each
 #       f1.id bits 0-15          a bit field: its place in the word around it, bit 0 is the least significant one
 #
 # A record is the type of a variable record_NAME. Members whose type has a name in the list of records are one
@@ -73,6 +74,12 @@ function bytes(t) {
     return tag[t] == "array_type" ? elements(t) * bytes(type[t]) : size[t]
 }
 
+# How a member's size is written.
+function extent(t) {
+    t = plain(t)
+    return tag[t] == "array_type" ? elements(t) "x" bytes(type[t]) : size[t]
+}
+
 function is_open(t) {
     return (tag[t] == "structure_type" || tag[t] == "union_type") && RECORD == ""
 }
@@ -101,7 +108,7 @@ function members(t, base, path,    i, m, inner, where, low, width, fields) {
         if (is_open(inner)) {
             members(inner, where, path (name[m] == "" ? "" : name[m] "."))
         } else {
-            printf "    %s%s %d %d\n", path, name[m], where, bytes(type[m])
+            printf "    %s%s %d %s\n", path, name[m], where, extent(type[m])
         }
     }
     for (low = 0; low < 32; ++low) {
