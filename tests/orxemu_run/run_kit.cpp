@@ -1,5 +1,7 @@
 #include "tests/orxemu_run/run_kit.h"
 
+#include "tests/support/child_process.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -17,15 +19,6 @@
 namespace run_test {
 
 namespace {
-
-Words EmulatorWords() {
-    std::istringstream text(EMULATOR);
-    Words words;
-    for (std::string word; text >> word;) {
-        words.push_back(word);
-    }
-    return words;
-}
 
 int MemoryFile(const std::string &text = "") {
     const int fd = memfd_create("orxemu-test", MFD_CLOEXEC);
@@ -68,25 +61,16 @@ void SetUpChild(const Conditions &conditions, int in, int out, int err) {
     }
 }
 
-std::vector<char *> Pointers(const Words &words) {
-    std::vector<char *> pointers;
-    pointers.reserve(words.size() + 1);
-    for (const std::string &word : words) {
-        pointers.push_back(const_cast<char *>(word.c_str()));
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 } // namespace
 
 bool Emulated() {
-    return !EmulatorWords().empty();
+    return !std::string(EMULATOR).empty();
 }
 
 Child::Child(const Words &words, const Conditions &conditions)
     : in_(MemoryFile(conditions.input)), out_(MemoryFile()), err_(MemoryFile()) {
-    const std::vector<char *> pointers = Pointers(words);
+    Words command = words;
+    const std::vector<char *> pointers = test::Pointers(command);
     pid_ = fork();
     if (pid_ == 0) {
         SetUpChild(conditions, in_, out_, err_);
@@ -123,10 +107,7 @@ Outcome Child::Finish() {
 }
 
 Words Tool(const Words &words) {
-    Words all = EmulatorWords();
-    all.emplace_back(ORXEMU_TOOL);
-    all.insert(all.end(), words.begin(), words.end());
-    return all;
+    return test::CommandOf(ORXEMU_TOOL, words);
 }
 
 Words RunWords(const Words &options, const Words &program) {
