@@ -21,6 +21,9 @@ struct HdrEntry {
     u16 curBmap;  // accepted types, bit n = type n
 };
 QIR_PIN_SIZE(HdrEntry, 6);
+QIR_PIN_FIELD(HdrEntry, reqCount, 0);
+QIR_PIN_FIELD(HdrEntry, reqList, 2);
+QIR_PIN_FIELD(HdrEntry, curBmap, 4);
 
 template <unsigned NumTypes> struct FilterHdrEntry {
     HdrEntry hdr;
@@ -38,6 +41,7 @@ QIR_PIN_SIZE(PppoeFilterEntry, 22);
 QIR_PIN_SIZE(Ipv4FilterEntry, 40);
 QIR_PIN_SIZE(TcpFilterEntry, 28);
 QIR_PIN_SIZE(UdpFilterEntry, 12);
+QIR_PIN_FIELD(UdpFilterEntry, cmpOpCurCnt, 6);
 
 struct FilterBlk {
     u16 hdrBmap; // allocated headers, bit n = header type n

@@ -114,12 +114,16 @@ typedef struct {
     uint8_t addr[6]; /**< first byte first */
     uint8_t mask[6]; /**< stored and returned; printed behind the address */
 } QirMacMask;
+QIR_PIN_SIZE(QirMacMask, 12);
+QIR_PIN_FIELD(QirMacMask, mask, 6);
 
 /** IPv4 address and prefix length, 8 bytes. */
 typedef struct {
     uint32_t addr;      /**< host order */
     uint32_t prefixLen; /**< filters: 0 to 32; actions: not looked at */
 } QirIpPrefix;
+QIR_PIN_SIZE(QirIpPrefix, 8);
+QIR_PIN_FIELD(QirIpPrefix, prefixLen, 4);
 
 /** Ethernet filter request, 36 bytes: op 0, type 4, cmpOp 8, value 12. */
 typedef struct {

@@ -86,6 +86,8 @@ typedef struct {
     uint32_t gemPortIdxMask; /**< GEM port indexes, bit g = index g; not 0 when port 7 is a source */
     uint32_t portMask;       /**< source ports, bit p = port p; not 0 */
 } FwdSrc;
+QIR_PIN_SIZE(FwdSrc, 8);
+QIR_PIN_FIELD(FwdSrc, portMask, 4);
 
 /** Where a flow's frames go to, 52 bytes. All selected ports and GEM ports share one queue id. */
 typedef struct {
