@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Measures what the library costs, against what it must cost: ./bench.sh [--update]
+#
+# Installs and builds what is missing first. Prints times, instruction counts, sizes and stack depths, and
+# fails when an operation takes more instructions than bench/instructions.json says. --update writes that file
+# anew, and the tables of docs/performance.md. The same as JSON: build/bench/results/report.json.
+set -u
+
+here=$(dirname -- "$(readlink -f -- "$0")")
+# shellcheck source=scripts/setup.sh
+. "$here/scripts/setup.sh" || exit 1
+
+if [ $# -gt 1 ] || { [ $# -eq 1 ] && [ "$1" != --update ]; }; then
+    say "usage: $0 [--update]"
+    exit 2
+fi
+
+install_for bench binutils python3 valgrind libbenchmark-dev
+build bench
+
+out=$here/build/bench
+results=$out/results
+rm -rf "$results"
+mkdir -p "$results"
+
+# The shortest of many short repetitions in changing order: what else the machine does lengthens some of them.
+quietly "Measuring times" "$out/bench/bench_measure_time" --benchmark_repetitions=15 \
+    --benchmark_min_time=0.02 --benchmark_enable_random_interleaving=true \
+    --benchmark_out="$results/time.json" --benchmark_out_format=json
+
+# count FILE COMMAND...: runs a program under callgrind. The environment is the same on every machine. With
+# repeated string instructions, which count once per byte, out of the way, fills count like loops.
+count() {
+    local file=$1
+    shift
+    env -i GLIBC_TUNABLES=glibc.cpu.x86_rep_stosb_threshold=1073741824:glibc.cpu.x86_rep_movsb_threshold=1073741824 \
+        "${preload[@]}" valgrind -q --tool=callgrind --callgrind-out-file="$file" "$@"
+}
+
+for run in 1 2; do
+    counts=$results/counts-$run
+    mkdir "$counts"
+    preload=()
+    quietly "Counting instructions, run $run" count "$counts/operations" "$out/bench/bench_count_instructions"
+    quietly "Counting instructions of /bin/true, run $run" count "$counts/process-true" /bin/true
+    preload=("LD_PRELOAD=$out/emu/liborxemu.so")
+    quietly "Counting instructions of orxtest, run $run" count "$counts/process-orxtest" "$out/app/orxtest" -t 0
+done
+
+# The other targets' sizes and stacks, where their compilers are there.
+targets=()
+for preset in powerpc mips; do
+    if command -v "$preset-linux-gnu-g++" >/dev/null; then
+        quietly "Configuring $preset" cmake --preset "$preset" -B "$here/build/bench-$preset" -DQIR_BUILD_TESTS=OFF
+        quietly "Building $preset" cmake --build "$here/build/bench-$preset" --parallel "$(nproc)" \
+            --target orxtest_static
+        targets+=("$preset=$here/build/bench-$preset")
+    fi
+done
+
+options=("$@")
+python3 "$here/bench/report.py" "${options[@]}" "$results" "$out" "${targets[@]}"

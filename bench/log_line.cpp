@@ -1,0 +1,18 @@
+// Compiled as the library is, so that the line is the line of the library.
+
+#include "bench/operations.h"
+
+#include "qirapi/private/report.h"
+
+namespace bench {
+
+void WithLine(unsigned value) {
+    QIR_INF("value<%u>\n", value);
+    Use(value);
+}
+
+void WithoutLine(unsigned value) {
+    Use(value);
+}
+
+} // namespace bench

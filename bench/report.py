@@ -1,0 +1,247 @@
+#!/usr/bin/env python3
+"""Puts the measurements together: report.py [--update] RESULTS BUILD [TARGET=BUILD...]
+
+RESULTS is the folder with what bench.sh measured. Prints the tables and writes RESULTS/report.json. Fails when
+an operation takes more instructions than bench/instructions.json says; --update writes that file anew, and
+the tables in docs/performance.md.
+"""
+
+import json
+import pathlib
+import platform
+import re
+import shlex
+import subprocess
+import sys
+
+import stack
+
+REPO = pathlib.Path(__file__).resolve().parent.parent
+COUNTS = REPO / "bench/instructions.json"
+DOC = REPO / "docs/performance.md"
+DOC_BEGIN = "<!-- The tables below are written by ./bench.sh --update. -->\n"
+DOC_END = "<!-- End of the tables. -->\n"
+
+# Counts are the same from run to run; what a compiler's patch level may change is not a regression.
+TOLERANCE_PERCENT = 1
+
+# What, its operation; against what, its operation; the ratio that is wanted of the times, if there is one.
+COMPARISONS = [
+    ("`QIR_Init_Sys`", "init_sys", "filling as many bytes as the context has", "fill_context", 2),
+    ("a whole flow, requests answered in-process", "flow_in_process",
+     "filling and copying the bytes that it must write", "flow_bytes", None),
+    ("a whole flow, requests answered in-process", "flow_in_process",
+     "the system calls of its two requests", "system_calls", 0.5),
+    ("a whole flow, on a null device", "flow_null_device",
+     "the system calls of its two requests", "system_calls", None),
+    ("a call refused at its first check, with its two error lines", "refused_call",
+     "an empty call", "empty_call", None),
+    ("a reading call, its two information lines off", "reading_call", "an empty call", "empty_call", None),
+    ("allocating and freeing the 512th flow", "alloc_last", "the first", "alloc_first", 2),
+    ("adding the 27th filter", "add_27th_filter", "the first", "add_first_filter", None),
+    ("reading back a list of 27", "read_list_of_27", "a list of 1", "read_list_of_1", None),
+    ("`orxtest -t 0` on the stand-in, as a process", "orxtest", "`/bin/true`", "true", None),
+]
+LINE_GOAL = 5
+
+SECTIONS = (".text", ".rodata", ".data", ".bss")
+
+
+def first_line(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()[0]
+
+
+def cached(build, name):
+    """An entry of a build's CMake cache."""
+    match = re.search(rf"^{name}:\w+=(.*)$", (build / "CMakeCache.txt").read_text(), re.M)
+    return match.group(1) if match else ""
+
+
+def compiler(build):
+    commands = json.loads((build / "compile_commands.json").read_text())
+    return first_line(shlex.split(next(c for c in commands if c["file"].endswith(".cpp"))["command"])[0],
+                      "--version")
+
+
+def tools(build):
+    """What the counts depend on besides the source."""
+    return {
+        "machine": platform.machine(),
+        "compiler": compiler(build),
+        "options": cached(build, "CMAKE_CXX_FLAGS_RELEASE"),
+        "libc": first_line("ldd", "--version"),
+        "valgrind": first_line("valgrind", "--version"),
+    }
+
+
+def processor():
+    match = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.M)
+    return match.group(1) if match else platform.machine()
+
+
+def times(results):
+    """Nanoseconds of each operation: the shortest of the repetitions, which other programs disturbed least."""
+    shortest = {}
+    for run in json.loads((results / "time.json").read_text())["benchmarks"]:
+        if run["run_type"] == "iteration":
+            name = run["run_name"].split("/")[0]
+            shortest[name] = min(shortest.get(name, float("inf")), 1e9 / run["items_per_second"])
+    return shortest
+
+
+def profile_counts(folder):
+    """Instructions of each operation of one run under callgrind."""
+    counts = {}
+    for profile in folder.glob("operations.*"):
+        text = profile.read_text()
+        name = re.search(r"^desc: Trigger: Client Request: (\w+)$", text, re.M)
+        if name:
+            counts[name.group(1)] = int(re.search(r"^summary: (\d+)$", text, re.M).group(1))
+    nothing = counts.pop("nothing")
+    counts = {name: count - nothing for name, count in counts.items()}
+    for profile in folder.glob("process-*"):
+        name = profile.name.removeprefix("process-")
+        counts[name] = int(re.search(r"^(?:summary|totals): (\d+)$", profile.read_text(), re.M).group(1))
+    return counts
+
+
+def instruction_counts(results):
+    """Of two runs, which have to agree."""
+    first, second = profile_counts(results / "counts-1"), profile_counts(results / "counts-2")
+    for name in sorted(first):
+        if abs(first[name] - second[name]) * 100 > TOLERANCE_PERCENT * first[name]:
+            sys.exit(f"{name}: {first[name]} instructions in one run, {second[name]} in the next")
+    return {name: min(first[name], second[name]) for name in sorted(first)}
+
+
+def memory(build, name):
+    """Sizes of one target's library and the deepest stack of its calls."""
+    archives = [build / "qirapi/libqirapi.a", build / "log/libqel_log.a"]
+    nm = cached(build, "CMAKE_NM")
+    size = re.sub(r"(gcc-)?nm(-?[0-9.]*)$", r"size\2", nm)
+    program = build / "app/orxtest-static"
+    lines = subprocess.run(["sh", REPO / "scripts/sizes.sh", size, program, *archives],
+                           check=True, capture_output=True, text=True).stdout.splitlines()
+    sizes = {section: sum(int(re.search(rf"{re.escape(section)} (\d+)", line).group(1)) for line in lines[1:])
+             for section in SECTIONS}
+    symbols = subprocess.run([nm, "-S", archives[0]], check=True, capture_output=True, text=True).stdout
+    context = int(re.search(r"^\w+ (\w+) \w qirCtxt_g$", symbols, re.M).group(1), 16)
+    depths = stack.deepest(build)
+    deepest = max(depths["calls"], key=depths["calls"].get)
+    return {"target": name, "compiler": compiler(build), "context": context, "sizes": sizes,
+            "deepest_call": deepest, "deepest_stack": depths["calls"][deepest], "stacks": depths["calls"],
+            "unbounded": depths["unbounded"]}
+
+
+def show_time(nanoseconds):
+    for unit, factor in (("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= factor:
+            return f"{nanoseconds / factor:.3g} {unit}"
+    return f"{nanoseconds:.3g} ns"
+
+
+def show_ratio(ratio):
+    return f"{ratio:.0f}" if ratio >= 100 else f"{ratio:.2g}"
+
+
+def show_goal(ratio, goal):
+    if goal is None:
+        return ""
+    return f"at most {goal}: {'reached' if ratio <= goal else 'missed'}"
+
+
+def speed_table(time, counts):
+    rows = ["| what | time | instructions | against | time | instructions | times | goal |",
+            "|---|--:|--:|---|--:|--:|--:|---|"]
+    for what, name, against, other, goal in COMPARISONS:
+        ratio = time[name] / time[other]
+        rows.append(f"| {what} | {show_time(time[name])} | {counts[name]} | {against} | {show_time(time[other])}"
+                    f" | {counts[other]} | {show_ratio(ratio)} | {show_goal(ratio, goal)} |")
+    line = counts["call_with_line"] - counts["call_without_line"]
+    rows.append(f"| an information line that is off | | {line} | no line | | 0 | "
+                f"| {show_goal(line, LINE_GOAL).replace(':', ' instructions:')} |")
+    return rows
+
+
+def memory_table(targets):
+    rows = ["| target | context | " + " | ".join(SECTIONS) + " | deepest stack of a public call |",
+            "|---|--:|" + "--:|" * len(SECTIONS) + "---|"]
+    for target in targets:
+        sizes = " | ".join(str(target["sizes"][section]) for section in SECTIONS)
+        rows.append(f"| {target['target']} | {target['context']} | {sizes} "
+                    f"| {target['deepest_stack']}, `{target['deepest_call']}` |")
+    return rows
+
+
+def tables(report):
+    told = report["tools"]
+    return "\n".join([
+        f"Processor: {report['processor']}. {told['compiler']}, {told['options']}; {told['libc']}; "
+        f"{told['valgrind']}.",
+        "", *speed_table(report["nanoseconds"], report["instructions"]),
+        "", "Bytes; the library is both archives, the stack without what the C library takes.",
+        "", *memory_table(report["memory"]),
+        "", *(f"- {target['target']}: {target['compiler']}" for target in report["memory"]), "",
+    ])
+
+
+def compare(report):
+    """Differences from the committed counts. Returns whether all is well."""
+    committed = json.loads(COUNTS.read_text())
+    differing = {key: (value, report["tools"][key]) for key, value in committed["tools"].items()
+                 if report["tools"][key] != value}
+    worse = []
+    for name in sorted(committed["instructions"].keys() | report["instructions"].keys()):
+        was, now = committed["instructions"].get(name), report["instructions"].get(name)
+        if was is None or now is None:
+            worse.append(name)
+            print(f"{name}: {'not in bench/instructions.json' if was is None else 'not measured any more'}")
+        elif now != was:
+            beyond = (now - was) * 100 > TOLERANCE_PERCENT * was
+            worse += [name] if beyond else []
+            print(f"{name}: {was} instructions before, {now} now ({(now - was) / was:+.1%})"
+                  f"{', MORE' if beyond else ''}")
+    if differing:
+        for key, (was, now) in differing.items():
+            print(f"The committed counts were made with another {key}: {was}; here: {now}.")
+        print("Counts of different tools do not compare: the differences above are not judged.")
+        return True
+    print(f"{len(worse)} of {len(report['instructions'])} operations take more instructions than "
+          f"bench/instructions.json says (beyond {TOLERANCE_PERCENT} %).")
+    return not worse
+
+
+def update(report):
+    COUNTS.write_text(json.dumps({key: report[key] for key in ("tools", "instructions")}, indent=2) + "\n")
+    doc = DOC.read_text()
+    begin, end = doc.index(DOC_BEGIN) + len(DOC_BEGIN), doc.index(DOC_END)
+    DOC.write_text(doc[:begin] + "\n" + tables(report) + "\n" + doc[end:])
+
+
+def main():
+    arguments = sys.argv[1:]
+    updating = arguments[:1] == ["--update"]
+    if updating:
+        arguments.pop(0)
+    if len(arguments) < 2:
+        sys.exit(__doc__)
+    results, build = pathlib.Path(arguments[0]), pathlib.Path(arguments[1])
+    targets = [("native", build)] + [(name, pathlib.Path(path))
+                                     for name, path in (target.split("=", 1) for target in arguments[2:])]
+    report = {
+        "processor": processor(),
+        "tools": tools(build),
+        "nanoseconds": times(results),
+        "instructions": instruction_counts(results),
+        "memory": [memory(path, name) for name, path in targets],
+    }
+    (results / "report.json").write_text(json.dumps(report, indent=2) + "\n")
+    print(tables(report))
+    if updating:
+        update(report)
+        return 0
+    return 0 if compare(report) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
