@@ -34,7 +34,7 @@ count() {
     local file=$1
     shift
     env -i GLIBC_TUNABLES=glibc.cpu.x86_rep_stosb_threshold=1073741824:glibc.cpu.x86_rep_movsb_threshold=1073741824 \
-        "${preload[@]}" valgrind -q --tool=callgrind --callgrind-out-file="$file" "$@"
+        "${preload[@]}" valgrind -q --tool=callgrind --compress-strings=no --callgrind-out-file="$file" "$@"
 }
 
 for run in 1 2; do

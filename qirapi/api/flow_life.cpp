@@ -33,16 +33,14 @@ u32 QIR_Alloc_FCB(u32 section, FlowHdl *flowHdl_p) {
     if (section >= e_FLOW_SECTION_MAX) {
         return QIR_FAIL(e_RET_ERR_INVALID_SECTION);
     }
-    for (u16 flowIdx = 0; flowIdx < QIR_MAX_FLOWS; ++flowIdx) {
-        Fcb *const fcb_p = GetFCB(GetFlowHdlFromIdx(flowIdx));
-        if (fcb_p->status == e_STATUS_FREE) {
-            flowHdl_p->f1.id = flowIdx;
-            TakeFcb(__func__, fcb_p, section, *flowHdl_p);
-            return QIR_END(e_RET_OK);
-        }
+    const u16 flowIdx = FindFreeFlow();
+    if (flowIdx == QIR_MAX_FLOWS) {
+        QIR_ERR("No Free FCB available\n");
+        return QIR_FAIL(e_RET_ERR_RESRC_UNAVAIL);
     }
-    QIR_ERR("No Free FCB available\n");
-    return QIR_FAIL(e_RET_ERR_RESRC_UNAVAIL);
+    flowHdl_p->f1.id = flowIdx;
+    TakeFcb(__func__, GetFCB(*flowHdl_p), section, *flowHdl_p);
+    return QIR_END(e_RET_OK);
 }
 
 u32 QIR_Alloc_FCB_Specify_Index(u32 section, FlowHdl *flowHdl_p) {
@@ -132,6 +130,7 @@ u32 QIR_Free_FCB(FlowHdl *flowHdl_p) {
     }
     --cfgFlows;
     fcb_p->status = e_STATUS_FREE;
+    NoteFreeFlow(GetIdxFromFlowHdl(*flowHdl_p));
     return QIR_END(e_RET_OK);
 }
 

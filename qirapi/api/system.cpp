@@ -4,6 +4,7 @@
 using namespace qir;
 
 u32 QIR_Init_Sys(void) {
+    FindLogRow();
     qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_QUIET);
     Init_QirCfg();
     return e_RET_OK;

@@ -13,6 +13,27 @@ constexpr u32 kReservedWord = 0xFFFFFFFF;
 // Port whose queue id has an initial value: the host.
 constexpr u32 kHostPort = 8;
 
+// No flow below this one is free: the search for a free flow starts here, so that it does not take longer the
+// more flows there are. It moves in steps, which leaves the flows of the last step to their records.
+constinit u32 searchStart = 0;
+constexpr u32 kSearchStep = 32;
+
+u32 NumFlowsInSections() {
+    u32 numFlows = 0;
+    for (const FlowSection &section : qirCtxt_gp->cfg.flowSection) {
+        numFlows += section.cfgFlows;
+    }
+    return numFlows;
+}
+
+// The first FREE flow from `first` on, or `end`.
+u32 FirstFreeFlow(u32 first, u32 end) {
+    while (first < end && qirCtxt_gp->fcbPool[first].status != e_STATUS_FREE) {
+        ++first;
+    }
+    return first;
+}
+
 void InitFilterBlk(FilterBlk &blk) {
     blk.hdrBmap = 0;
     blk.totalTags = 0;
@@ -81,13 +102,36 @@ void Init_FCB(Fcb *fcb_p) {
     Init_FreeReqList(fcb_p);
 }
 
+// All FCBs are the same: the first one is copied.
 u32 Init_FcbPool() {
-    for (u16 flowIdx = 0; flowIdx < QIR_MAX_FLOWS; ++flowIdx) {
-        Fcb *const fcb_p = GetFCB(GetFlowHdlFromIdx(flowIdx));
-        Init_FCB(fcb_p);
-        fcb_p->status = e_STATUS_FREE;
+    Fcb *const pool = qirCtxt_gp->fcbPool;
+    Init_FCB(pool);
+    pool->status = e_STATUS_FREE;
+    for (u32 flowIdx = 1; flowIdx < QIR_MAX_FLOWS; ++flowIdx) {
+        memcpy(&pool[flowIdx], pool, sizeof *pool);
     }
+    searchStart = 0;
     return e_RET_OK;
+}
+
+u16 FindFreeFlow() {
+    // The records have the last word: where the sections count fewer flows than the start leaves out, the
+    // context is not the one that it was found in, and where no flow is found, none is left out.
+    if (searchStart > NumFlowsInSections()) {
+        searchStart = 0;
+    }
+    u32 flowIdx = FirstFreeFlow(searchStart, QIR_MAX_FLOWS);
+    if (flowIdx == QIR_MAX_FLOWS) {
+        flowIdx = FirstFreeFlow(0, QIR_MAX_FLOWS);
+    }
+    searchStart = flowIdx / kSearchStep * kSearchStep;
+    return static_cast<u16>(flowIdx);
+}
+
+void NoteFreeFlow(u16 flowIdx) {
+    if (flowIdx < searchStart) {
+        searchStart = flowIdx / kSearchStep * kSearchStep;
+    }
 }
 
 } // namespace qir

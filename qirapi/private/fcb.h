@@ -21,6 +21,11 @@ void Init_FCB(Fcb *fcb_p);
 // Initialises all FCBs, FREE. Returns 0.
 u32 Init_FcbPool();
 
+// The lowest flow whose FCB is FREE, or QIR_MAX_FLOWS.
+u16 FindFreeFlow();
+// To be called with every flow whose FCB becomes FREE.
+void NoteFreeFlow(u16 flowIdx);
+
 void Dump_FCB(const Fcb *fcb_p);
 void Dump_AsOverride(u32 asOvrd);   // Override<e_AS_OVERRIDE_DISABLE>
 void Dump_TblStatus(u32 tblStatus); // TblStatus<e_TBLSTATUS_DISABLE>

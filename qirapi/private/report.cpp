@@ -2,9 +2,34 @@
 
 #include "log/qel_log.h"
 
+#include <stdarg.h>
 #include <stdio.h>
 
 namespace qir {
+
+namespace {
+
+constexpr QelModInfo kAnyLevel = {QEL_LOG_ID_ORXAPI, "", UINT32_MAX, 0};
+
+} // namespace
+
+constinit const QelModInfo *orxapiRow_p = &kAnyLevel;
+
+void FindLogRow() {
+    orxapiRow_p = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); // which always passes
+}
+
+void PrintLine(u32 level, const char *head, const char *fn, const char *format, ...) {
+    const QelModInfo *const row = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, level);
+    if (row == nullptr) {
+        return;
+    }
+    printf(head, row->name, fn);
+    va_list args;
+    va_start(args, format);
+    vprintf(format, args);
+    va_end(args);
+}
 
 #define QIR_NAME_OF(code)                                                                                    \
     case code:                                                                                               \
@@ -82,10 +107,7 @@ u32 Refuse(const char *fn, int line, u32 code) {
     return code;
 }
 
-u32 Close(const char *fn, int line, u32 code) {
-    if (code == e_RET_OK) {
-        return code;
-    }
+u32 CloseFailed(const char *fn, int line, u32 code) {
     if (const QelModInfo *row = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); row != nullptr) {
         printf("[ERROR %s] %-10s,%d: retVal <%u>\n", row->name, fn, line, code);
     }

@@ -13,12 +13,20 @@
 #include "qirapi/public/codes.h"
 
 #define QIR_ERR_AS(fn, ...) QEL_LOG_ERROR_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)
-#define QIR_INF_AS(fn, ...) QEL_LOG_INFO_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)
-#define QIR_DBG_AS(fn, ...) QEL_LOG_DEBUG_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)
+#define QIR_INF_AS(fn, ...) QIR_LINE_AS(QEL_LOG_LEVEL_INFO, QEL_LOG_INFO_HEAD, fn, __VA_ARGS__)
+#define QIR_DBG_AS(fn, ...) QIR_LINE_AS(QEL_LOG_LEVEL_DEBUG, QEL_LOG_DEBUG_HEAD, fn, __VA_ARGS__)
 
 #define QIR_ERR(...) QIR_ERR_AS(__func__, __VA_ARGS__)
 #define QIR_INF(...) QIR_INF_AS(__func__, __VA_ARGS__)
 #define QIR_DBG(...) QIR_DBG_AS(__func__, __VA_ARGS__)
+
+// Nearly all of these lines are off, nearly always by the module's own level: then not even the gate is asked.
+#define QIR_LINE_AS(level, head, fn, ...)                                                                    \
+    do {                                                                                                     \
+        if (qir::orxapiRow_p->logLevel >= (level)) [[unlikely]] {                                            \
+            qir::PrintLine((level), head, (fn), __VA_ARGS__);                                                \
+        }                                                                                                    \
+    } while (false)
 
 #define QIR_REFUSE_AS(fn, code) qir::Refuse((fn), __LINE__, (code))
 #define QIR_REFUSE(code)        QIR_REFUSE_AS(__func__, code)
@@ -29,14 +37,28 @@
 
 namespace qir {
 
+// The logging library's row of this library's log module. Before start-up it is one of any level, so that
+// every line asks the gate.
+[[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
+void FindLogRow();
+
+// Prints a line of `fn` if the gate lets its level pass.
+[[gnu::format(printf, 4, 5)]] void PrintLine(u32 level, const char *head, const char *fn, const char *format,
+                                             ...);
+
 // The code's name as logs print it, e.g. "e_RET_ERR_NULL_PTR"; null for 0, 1 and the unused numbers.
 const char *RetCodeName(u32 code);
 
 // Prints the code's name in double quotes as an error line of `fn` and returns the code.
 u32 Refuse(const char *fn, int line, u32 code);
 
-// The end of a public operation: prints "retVal <code>" as an error line of `fn` if the code is not 0.
-u32 Close(const char *fn, int line, u32 code);
+// Prints "retVal <code>" as an error line of `fn` and returns the code.
+u32 CloseFailed(const char *fn, int line, u32 code);
+
+// The end of a public operation: the line if the code is not 0.
+inline u32 Close(const char *fn, int line, u32 code) {
+    return code == e_RET_OK ? code : CloseFailed(fn, line, code);
+}
 
 } // namespace qir
 

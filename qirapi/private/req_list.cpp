@@ -50,14 +50,14 @@ void MakeSelfLinked(ReqNode *node_p) {
 
 void Init_FreeReqList(Fcb *fcb_p) {
     ReqNode *const pool = fcb_p->reqPool;
-    for (u16 i = 0; i < QIR_MAX_FCBREQ; ++i) {
+    for (u16 i = kFreeListHead; i <= kLastNode; ++i) {
         pool[i].curr = i;
+        pool[i].next = static_cast<u16>(i + 1);
+        pool[i].prev = static_cast<u16>(i - 1);
     }
+    pool[kFreeListHead].prev = kLastNode;
+    pool[kLastNode].next = kFreeListHead;
     fcb_p->freeReqList = kFreeListHead;
-    MakeSelfLinked(&pool[kFreeListHead]);
-    for (u16 i = 1; i < QIR_MAX_FCBREQ; ++i) {
-        AppendToTail(fcb_p, pool[kFreeListHead], pool[i]);
-    }
     fcb_p->freeReqCount = kLastNode;
 }
 
