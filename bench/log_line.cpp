@@ -1,4 +1,4 @@
-// Compiled as the library is, so that the line is the line of the library.
+// Compiled as the library is, so that the line is the line of the library: between calls, as its lines are.
 
 #include "bench/operations.h"
 
@@ -7,11 +7,13 @@
 namespace bench {
 
 void WithLine(unsigned value) {
+    Use(value);
     QIR_INF("value<%u>\n", value);
     Use(value);
 }
 
 void WithoutLine(unsigned value) {
+    Use(value);
     Use(value);
 }
 

@@ -2,7 +2,8 @@
 """The deepest stack of the library's public calls: stack.py BUILD [CALL]
 
 Compiles the library's sources once more, with the commands of a GCC build's compile_commands.json and
--fcallgraph-info=su, and follows the calls. With the name of a call it shows that call's deepest path.
+-fcallgraph-info=su, and follows the calls; functions that are the same are kept apart, or they would lose
+their names. With the name of a call it shows that call's deepest path.
 
 What the C library takes below is not counted; the functions of it that are called are named.
 """
@@ -20,12 +21,16 @@ import tempfile
 INDIRECT = "__indirect_call"
 
 # Calls through pointers and what they can reach, by the functions' names. A caller without a row is an error.
+# What serves one kind of request reaches functions of that kind only.
 INDIRECT_TARGETS = [
-    (r"(Config|Get)(Filter|Action)|OpenRequest", r"Log\w+|Validate_(Config|Get)_\w+|(Config|Get)_\w+(Filter|Action)"),
+    (r"OpenRequest", r"Log\w+"),
+    (r"Config(Filter|Action)", r"Log\w+|Validate_Config_\w+|Config_\w+"),
+    (r"Get(Filter|Action)", r"Log\w+|Validate_Get_\w+|Get_\w+"),
     (r"AppendReq|StoreReq|StoreFilter|StoreAction|Config_\w+(Filter|Action)", r"FillReq_\w+"),
     (r"ChangeDstPorts", r"(Add|Rem)DstPort\w+"),
     (r"qel_dataDump", None),  # the printer, which is the caller's
 ]
+KIND = re.compile(r"RequestKind<(\w+)|Record = (?:qir::)?(\w+)|\b(\w+(?:Filter|Action)) ?[*&]")
 
 NODE = re.compile(r'^node: \{ title: "([^"]*)" label: "([^"]*)"(.*)\}')
 EDGE = re.compile(r'^edge: \{ sourcename: "([^"]*)" targetname: "([^"]*)"')
@@ -34,6 +39,11 @@ EDGE = re.compile(r'^edge: \{ sourcename: "([^"]*)" targetname: "([^"]*)"')
 def plain(name):
     """A function's own name: without its result, its namespaces and its parameters."""
     return re.search(r"(\w+)\(", name).group(1)
+
+
+def demangled(title):
+    """The name of a function whose label lacks it, which is so when its parameters end in an ellipsis."""
+    return subprocess.run(["c++filt", title], check=True, capture_output=True, text=True).stdout.strip()
 
 
 class Graph:
@@ -53,7 +63,7 @@ class Graph:
                     continue
                 size = re.fullmatch(r"(\d+) bytes \((.*)\)", parts[2])
                 self.frames[title] = int(size.group(1))
-                self.names[title] = parts[0]
+                self.names[title] = parts[0] if "(" in parts[0] else demangled(title)
                 if size.group(2) == "dynamic":
                     self.unbounded.add(title)
             elif match := EDGE.match(line):
@@ -71,9 +81,12 @@ class Graph:
 
     def indirect(self, title):
         name = self.names[title]
+        kind = KIND.search(name)
+        kind = kind and kind[kind.lastindex]
         for caller, target in INDIRECT_TARGETS:
             if re.fullmatch(caller, plain(name)):
-                return {t for t in self.frames if target and re.fullmatch(target, plain(self.names[t]))}
+                return {t for t in self.frames if target and re.fullmatch(target, plain(self.names[t]))
+                        and (kind is None or re.search(rf"\b{kind}\b", self.names[t]))}
         sys.exit(f"stack.py: {name} calls through a pointer: INDIRECT_TARGETS has no row for it")
 
 
@@ -102,7 +115,7 @@ def compile_graph(entry, folder):
     command = [part for part in shlex.split(entry["command"]) if os.path.basename(part) != "ccache"]
     output = command.index("-o") + 1
     command[output] = os.path.join(folder, entry["file"].replace("/", "_") + ".o")
-    subprocess.run(command + ["-fcallgraph-info=su"], cwd=entry["directory"], check=True)
+    subprocess.run(command + ["-fcallgraph-info=su", "-fno-ipa-icf"], cwd=entry["directory"], check=True)
     return pathlib.Path(command[output]).with_suffix(".ci").read_text()
 
 

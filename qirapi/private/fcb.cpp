@@ -17,18 +17,26 @@ constexpr u32 kHostPort = 8;
 // more flows there are. It moves in steps, which leaves the flows of the last step to their records.
 constinit u32 searchStart = 0;
 constexpr u32 kSearchStep = 32;
+static_assert(QIR_MAX_FLOWS % kSearchStep == 0);
 
-u32 NumFlowsInSections() {
-    u32 numFlows = 0;
-    for (const FlowSection &section : qirCtxt_gp->cfg.flowSection) {
-        numFlows += section.cfgFlows;
+bool IsFree(u32 flowIdx) {
+    return qirCtxt_gp->fcbPool[flowIdx].status == e_STATUS_FREE;
+}
+
+// Is the start that of the context as it is? One flow of each step that is left out is looked at, so that a
+// context that was cleared or put back is searched from its beginning.
+bool IsSearchStartValid() {
+    for (u32 flowIdx = 0; flowIdx < searchStart; flowIdx += kSearchStep) {
+        if (IsFree(flowIdx)) {
+            return false;
+        }
     }
-    return numFlows;
+    return true;
 }
 
 // The first FREE flow from `first` on, or `end`.
 u32 FirstFreeFlow(u32 first, u32 end) {
-    while (first < end && qirCtxt_gp->fcbPool[first].status != e_STATUS_FREE) {
+    while (first < end && !IsFree(first)) {
         ++first;
     }
     return first;
@@ -115,14 +123,9 @@ u32 Init_FcbPool() {
 }
 
 u16 FindFreeFlow() {
-    // The records have the last word: where the sections count fewer flows than the start leaves out, the
-    // context is not the one that it was found in, and where no flow is found, none is left out.
-    if (searchStart > NumFlowsInSections()) {
-        searchStart = 0;
-    }
-    u32 flowIdx = FirstFreeFlow(searchStart, QIR_MAX_FLOWS);
+    u32 flowIdx = FirstFreeFlow(IsSearchStartValid() ? searchStart : 0, QIR_MAX_FLOWS);
     if (flowIdx == QIR_MAX_FLOWS) {
-        flowIdx = FirstFreeFlow(0, QIR_MAX_FLOWS);
+        flowIdx = FirstFreeFlow(0, QIR_MAX_FLOWS); // that there is none is for all records to say
     }
     searchStart = flowIdx / kSearchStep * kSearchStep;
     return static_cast<u16>(flowIdx);

@@ -15,9 +15,9 @@ bool HasBit(u32 mask, u32 bit) {
 }
 
 // Calls visit(port) for the ports of a mask that have a queue of their own (all but the GPON port), in
-// ascending order, until it returns a failure.
+// ascending order, until it returns a failure. Masks have few bits: it ends behind the highest.
 template <class Visit> u32 ForQueuePorts(u32 portMask, Visit visit) {
-    for (u32 port = 0; port < QIR_PORT_MAX; ++port) {
+    for (u32 port = 0; port < QIR_PORT_MAX && portMask >> port != 0; ++port) {
         if (port == QIR_GPON_PORT || !HasBit(portMask, port)) {
             continue;
         }
@@ -29,7 +29,7 @@ template <class Visit> u32 ForQueuePorts(u32 portMask, Visit visit) {
 }
 
 template <class Visit> u32 ForGemPorts(u32 gemPortIdxMask, Visit visit) {
-    for (u32 gem = 0; gem < QIR_GEMPORTIDX_MAX; ++gem) {
+    for (u32 gem = 0; gem < QIR_GEMPORTIDX_MAX && gemPortIdxMask >> gem != 0; ++gem) {
         if (!HasBit(gemPortIdxMask, gem)) {
             continue;
         }

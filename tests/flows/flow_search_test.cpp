@@ -106,6 +106,19 @@ TEST_F(FlowSearch, AContextThatIsPutBackHasItsOwnFreeFlows) {
     EXPECT_EQ(LowestFree(), 4u);
 }
 
+TEST_F(FlowSearch, AContextWithAsManyOtherFlowsHasItsOwnFreeFlows) {
+    for (unsigned flowIdx = 100; flowIdx < 200; ++flowIdx) {
+        FlowHdl hdl = test::Flow(flowIdx);
+        ASSERT_EQ(QIR_Alloc_FCB_Specify_Index(1, &hdl), 0u);
+    }
+    const qir::QirCtxt saved = *qirCtxt_gp;
+    QIR_Init_Sys();
+    AllocFlows(100);
+    *qirCtxt_gp = saved;
+    AllocLowest();
+    EXPECT_EQ(LowestFree(), 1u);
+}
+
 TEST_F(FlowSearch, AContextThatIsZeroAgainStartsAtTheFirstFlow) {
     AllocFlows(200);
     std::memset(static_cast<void *>(qirCtxt_gp), 0, sizeof *qirCtxt_gp);
