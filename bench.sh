@@ -28,13 +28,14 @@ quietly "Measuring times" "$out/bench/bench_measure_time" --benchmark_repetition
     --benchmark_min_time=0.02 --benchmark_enable_random_interleaving=true \
     --benchmark_out="$results/time.json" --benchmark_out_format=json
 
-# count FILE COMMAND...: runs a program under callgrind. The environment is the same on every machine. With
-# repeated string instructions, which count once per byte, out of the way, fills count like loops.
+# count FILE COMMAND...: runs a program under callgrind, with the same environment on every machine. Repeated
+# string instructions count once per byte: without them fills and copies count as the loops that they are.
+no_repeats=glibc.cpu.x86_rep_stosb_threshold=1073741824:glibc.cpu.x86_rep_movsb_threshold=1073741824
 count() {
     local file=$1
     shift
-    env -i GLIBC_TUNABLES=glibc.cpu.x86_rep_stosb_threshold=1073741824:glibc.cpu.x86_rep_movsb_threshold=1073741824 \
-        "${preload[@]}" valgrind -q --tool=callgrind --compress-strings=no --callgrind-out-file="$file" "$@"
+    env -i GLIBC_TUNABLES="$no_repeats" "${preload[@]}" \
+        valgrind -q --tool=callgrind --compress-strings=no --callgrind-out-file="$file" "$@"
 }
 
 for run in 1 2; do
@@ -44,17 +45,18 @@ for run in 1 2; do
     quietly "Counting instructions, run $run" count "$counts/operations" "$out/bench/bench_count_instructions"
     quietly "Counting instructions of /bin/true, run $run" count "$counts/process-true" /bin/true
     preload=("LD_PRELOAD=$out/emu/liborxemu.so")
-    quietly "Counting instructions of orxtest, run $run" count "$counts/process-orxtest" "$out/app/orxtest" -t 0
+    quietly "Counting instructions of orxtest, run $run" \
+        count "$counts/process-orxtest" "$out/app/orxtest" -t 0
 done
 
 # The other targets' sizes and stacks, where their compilers are there.
 targets=()
 for preset in powerpc mips; do
     if command -v "$preset-linux-gnu-g++" >/dev/null; then
-        quietly "Configuring $preset" cmake --preset "$preset" -B "$here/build/bench-$preset" -DQIR_BUILD_TESTS=OFF
-        quietly "Building $preset" cmake --build "$here/build/bench-$preset" --parallel "$(nproc)" \
-            --target orxtest_static
-        targets+=("$preset=$here/build/bench-$preset")
+        tree=$here/build/bench-$preset
+        quietly "Configuring $preset" cmake --preset "$preset" -B "$tree" -DQIR_BUILD_TESTS=OFF
+        quietly "Building $preset" cmake --build "$tree" --parallel "$(nproc)" --target orxtest_static
+        targets+=("$preset=$tree")
     fi
 done
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Puts the measurements together: report.py [--update] RESULTS BUILD [TARGET=BUILD...]
 
-RESULTS is the folder with what bench.sh measured. Prints the tables and writes RESULTS/report.json. Fails when
-an operation takes more instructions than bench/instructions.json says; --update writes that file anew, and
-the tables in docs/performance.md.
+RESULTS is the folder with what bench.sh measured. Prints the tables and writes RESULTS/report.json. Fails
+when an operation takes more instructions than bench/instructions.json says; --update writes that file anew,
+and the tables in docs/performance.md.
 """
 
 import json
@@ -30,10 +30,8 @@ COMPARISONS = [
     ("`QIR_Init_Sys`", "init_sys", "filling as many bytes as the context has", "fill_context", 2),
     ("a whole flow, requests answered in-process", "flow_in_process",
      "filling and copying the bytes that it must write", "flow_bytes", None),
-    ("a whole flow, requests answered in-process", "flow_in_process",
-     "the system calls of its two requests", "system_calls", 0.5),
-    ("a whole flow, on a null device", "flow_null_device",
-     "the system calls of its two requests", "system_calls", None),
+    ("the same", "flow_in_process", "the system calls of its two requests", "system_calls", 0.5),
+    ("a whole flow, on a null device", "flow_null_device", "the same system calls", "system_calls", None),
     ("a call refused at its first check, with its two error lines", "refused_call",
      "an empty call", "empty_call", None),
     ("a reading call, its two information lines off", "reading_call", "an empty call", "empty_call", None),
@@ -85,7 +83,8 @@ def times(results):
     for run in json.loads((results / "time.json").read_text())["benchmarks"]:
         if run["run_type"] == "iteration":
             name = run["run_name"].split("/")[0]
-            shortest[name] = min(shortest.get(name, float("inf")), 1e9 / run["items_per_second"])
+            each = 1e9 / run["items_per_second"]
+            shortest[name] = min(shortest.get(name, each), each)
     return shortest
 
 
@@ -103,6 +102,27 @@ def profile_counts(folder):
         name = profile.name.removeprefix("process-")
         counts[name] = int(re.search(r"^(?:summary|totals): (\d+)$", profile.read_text(), re.M).group(1))
     return counts
+
+
+def functions(profile):
+    """Instructions of each function itself, the most first."""
+    counts, function, called = {}, None, False
+    for line in profile.splitlines():
+        if line.startswith("fn="):
+            function = line[3:]
+        elif line.startswith("calls="):
+            called = True  # the next line is what the called functions took
+        elif cost := re.fullmatch(r"(?:[+-]?\d+|\*) (\d+)", line):
+            if function and not called:
+                counts[function] = counts.get(function, 0) + int(cost.group(1))
+            called = False
+    return dict(sorted(counts.items(), key=lambda item: -item[1]))
+
+
+def profiles(results):
+    texts = [path.read_text() for path in (results / "counts-1").glob("operations.*")]
+    found = [(re.search(r"Client Request: (\w+)$", text, re.M), text) for text in texts]
+    return {name.group(1): functions(text) for name, text in found if name}
 
 
 def instruction_counts(results):
@@ -155,8 +175,9 @@ def speed_table(time, counts):
             "|---|--:|--:|---|--:|--:|--:|---|"]
     for what, name, against, other, goal in COMPARISONS:
         ratio = time[name] / time[other]
-        rows.append(f"| {what} | {show_time(time[name])} | {counts[name]} | {against} | {show_time(time[other])}"
-                    f" | {counts[other]} | {show_ratio(ratio)} | {show_goal(ratio, goal)} |")
+        rows.append(f"| {what} | {show_time(time[name])} | {counts[name]} | {against} "
+                    f"| {show_time(time[other])} | {counts[other]} | {show_ratio(ratio)} "
+                    f"| {show_goal(ratio, goal)} |")
     line = counts["call_with_line"] - counts["call_without_line"]
     rows.append(f"| an information line that is off | | {line} | no line | | 0 | "
                 f"| {show_goal(line, LINE_GOAL).replace(':', ' instructions:')} |")
@@ -233,6 +254,7 @@ def main():
         "tools": tools(build),
         "nanoseconds": times(results),
         "instructions": instruction_counts(results),
+        "profiles": profiles(results),
         "memory": [memory(path, name) for name, path in targets],
     }
     (results / "report.json").write_text(json.dumps(report, indent=2) + "\n")
