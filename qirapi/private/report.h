@@ -20,7 +20,8 @@
 #define QIR_INF(...) QIR_INF_AS(__func__, __VA_ARGS__)
 #define QIR_DBG(...) QIR_DBG_AS(__func__, __VA_ARGS__)
 
-// Nearly all of these lines are off, nearly always by the module's own level: then not even the gate is asked.
+// Nearly all of these lines are off by the module's own level: then not even the gate is asked. The rest is the
+// gate's to decide.
 #define QIR_LINE_AS(level, head, fn, ...)                                                                    \
     do {                                                                                                     \
         if (qir::orxapiRow_p->logLevel >= (level)) [[unlikely]] {                                            \
@@ -40,7 +41,7 @@ namespace qir {
 // The logging library's row of this library's log module. Before start-up it is one of any level, so that
 // every line asks the gate.
 [[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
-void FindLogRow();
+void FindLogRow(); // at start-up
 
 // Prints a line of `fn` if the gate lets its level pass.
 [[gnu::format(printf, 4, 5)]] void PrintLine(u32 level, const char *head, const char *fn, const char *format,
