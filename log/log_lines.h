@@ -15,10 +15,6 @@
 
 #include <stdio.h>
 
-// What lines begin with: the module's name and the function's.
-#define QEL_LOG_INFO_HEAD  "[INF %s] %-10s: "
-#define QEL_LOG_DEBUG_HEAD "[DBG %s] %-10s: "
-
 #define QEL_LOG_ERROR_AS(fn, logId, fmt, ...)                                                                \
     do {                                                                                                     \
         if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_ERROR);                   \
@@ -31,7 +27,7 @@
     do {                                                                                                     \
         if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_INFO);                    \
             qelRow_ != nullptr) {                                                                            \
-            printf(QEL_LOG_INFO_HEAD fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                    \
+            printf("[INF %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
         }                                                                                                    \
     } while (false)
 
@@ -39,7 +35,7 @@
     do {                                                                                                     \
         if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_DEBUG);                   \
             qelRow_ != nullptr) {                                                                            \
-            printf(QEL_LOG_DEBUG_HEAD fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
+            printf("[DBG %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
         }                                                                                                    \
     } while (false)
 

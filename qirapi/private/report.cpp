@@ -2,7 +2,6 @@
 
 #include "log/qel_log.h"
 
-#include <stdarg.h>
 #include <stdio.h>
 
 namespace qir {
@@ -17,18 +16,6 @@ constinit const QelModInfo *orxapiRow_p = &kAnyLevel;
 
 void FindLogRow() {
     orxapiRow_p = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); // which always passes
-}
-
-void PrintLine(u32 level, const char *head, const char *fn, const char *format, ...) {
-    const QelModInfo *const row = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, level);
-    if (row == nullptr) {
-        return;
-    }
-    printf(head, row->name, fn);
-    va_list args;
-    va_start(args, format);
-    vprintf(format, args);
-    va_end(args);
 }
 
 #define QIR_NAME_OF(code)                                                                                    \

@@ -13,8 +13,8 @@
 #include "qirapi/public/codes.h"
 
 #define QIR_ERR_AS(fn, ...) QEL_LOG_ERROR_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)
-#define QIR_INF_AS(fn, ...) QIR_LINE_AS(QEL_LOG_LEVEL_INFO, QEL_LOG_INFO_HEAD, fn, __VA_ARGS__)
-#define QIR_DBG_AS(fn, ...) QIR_LINE_AS(QEL_LOG_LEVEL_DEBUG, QEL_LOG_DEBUG_HEAD, fn, __VA_ARGS__)
+#define QIR_INF_AS(fn, ...) QIR_LINE_AS(QEL_LOG_INFO_AS, QEL_LOG_LEVEL_INFO, fn, __VA_ARGS__)
+#define QIR_DBG_AS(fn, ...) QIR_LINE_AS(QEL_LOG_DEBUG_AS, QEL_LOG_LEVEL_DEBUG, fn, __VA_ARGS__)
 
 #define QIR_ERR(...) QIR_ERR_AS(__func__, __VA_ARGS__)
 #define QIR_INF(...) QIR_INF_AS(__func__, __VA_ARGS__)
@@ -22,10 +22,10 @@
 
 // Nearly all of these lines are off by the module's own level: then not even the gate is asked. The rest is the
 // gate's to decide.
-#define QIR_LINE_AS(level, head, fn, ...)                                                                    \
+#define QIR_LINE_AS(print, level, fn, ...)                                                                   \
     do {                                                                                                     \
         if (qir::orxapiRow_p->logLevel >= (level)) [[unlikely]] {                                            \
-            qir::PrintLine((level), head, (fn), __VA_ARGS__);                                                \
+            print(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__);                                                       \
         }                                                                                                    \
     } while (false)
 
@@ -42,10 +42,6 @@ namespace qir {
 // every line asks the gate.
 [[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
 void FindLogRow(); // at start-up
-
-// Prints a line of `fn` if the gate lets its level pass.
-[[gnu::format(printf, 4, 5)]] void PrintLine(u32 level, const char *head, const char *fn, const char *format,
-                                             ...);
 
 // The code's name as logs print it, e.g. "e_RET_ERR_NULL_PTR"; null for 0, 1 and the unused numbers.
 const char *RetCodeName(u32 code);

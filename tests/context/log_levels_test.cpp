@@ -56,14 +56,25 @@ TEST_F(LogLevels, DecideBeforeStartUp) {
 TEST_F(LogLevels, ArgumentsOfALineThatIsOffAreNotEvaluated) {
     int evaluations = 0;
     const auto value = [&evaluations] { return static_cast<unsigned>(++evaluations); };
-    for (const uint32_t level : {0u, 1u, 2u, 3u}) {
-        test::RaiseLog(level);
+    const auto expect = [&](const char *whose, uint32_t level) {
         evaluations = 0;
         test::Capture([&] {
             QIR_INF_AS("Fn", "%u\n", value());
             QIR_DBG_AS("Fn", "%u\n", value());
         });
-        EXPECT_EQ(evaluations, level < 2 ? 0 : level == 2 ? 1 : 2) << "level " << level;
+        EXPECT_EQ(evaluations, level < 2 ? 0 : level == 2 ? 1 : 2) << whose << " level " << level;
+    };
+    for (const uint32_t level : {0u, 1u, 2u, 3u}) {
+        test::Capture([&] {
+            qelLog_setGlobalLogLevel(3);
+            qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, level);
+        });
+        expect("module's", level);
+        test::Capture([&] {
+            qelLog_setGlobalLogLevel(level);
+            qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, 3);
+        });
+        expect("global", level);
     }
 }
 
