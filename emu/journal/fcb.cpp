@@ -14,6 +14,7 @@ namespace {
 
 constexpr unsigned kNumNodes = QIR_MAX_FCBREQ;
 constexpr unsigned kFreeListHead = 0;
+constexpr unsigned kFillWord = 0xA5A5;
 
 // What a header of a block is called, and where it keeps its list. The headers without an entry of their own
 // have no kind.
@@ -91,11 +92,16 @@ class Walker {
     }
 
     bool IsAllocated(const Block &block, const HeaderRow &header) const {
-        return ((Word(block.hdrBmap) >> header.hdr) & 1u) != 0;
+        return ((Word(block.hdrBmap) >> header.hdr) & 1u) != 0 && !IsUntaken(header);
     }
 
   private:
     unsigned Word(std::size_t offset) const { return Load(fcb_, offset, 2, order_); }
+
+    // TCP and UDP come with IPv4. When the pool ran out on the way to them, their entries are as they were.
+    bool IsUntaken(const HeaderRow &header) const {
+        return !header.shownEmpty && Word(header.entry + offsetof(qir::HdrEntry, reqList)) == kFillWord;
+    }
 
     std::string Enter(unsigned node) {
         if (node >= kNumNodes) {
@@ -151,8 +157,16 @@ void ConvertNode(const RequestKind &kind, ByteView original, std::span<std::uint
 
 } // namespace
 
+bool IsFwdInfoSet(ByteView fcb, ByteOrder order) {
+    return Load(fcb, offsetof(qir::Fcb, fwdInfoSet), sizeof(qir::Fcb::fwdInfoSet), order) == 1;
+}
+
 Json DecodeFcb(ByteView fcb, ByteOrder order) {
     Json decoded = DecodeFields(kFcbLayout, fcb, order);
+    if (!IsFwdInfoSet(fcb, order)) {
+        decoded["forwarding"] = DecodeFields(
+            kNotSetFwdInfoLayout, fcb.subspan(offsetof(qir::Fcb, fwdInfo), sizeof(FwdInfo)), order);
+    }
     Walker walker(fcb, order);
     decoded["filter"]["headers"] = DecodeHeaders(fcb, order, walker, kFilterBlock);
     decoded["action"]["headers"] = DecodeHeaders(fcb, order, walker, kActionBlock);
@@ -162,10 +176,6 @@ Json DecodeFcb(ByteView fcb, ByteOrder order) {
 void ConvertFcb(std::span<std::uint8_t> fcb, ByteOrder from) {
     const Bytes original(fcb.begin(), fcb.end());
     ConvertFields(kFcbLayout, original, fcb, from);
-    // Forwarding information that nobody has set holds what start-up wrote.
-    constexpr std::size_t kFwdInfo = offsetof(qir::Fcb, fwdInfo);
-    ConvertFields(kFwdInfoLayout, ByteView(original).subspan(kFwdInfo, sizeof(FwdInfo)),
-                  fcb.subspan(kFwdInfo, sizeof(FwdInfo)), from);
     Walker walker(original, from);
     for (const Block &block : {kFilterBlock, kActionBlock}) {
         for (const HeaderRow &header : block.headers) {

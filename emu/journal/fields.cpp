@@ -1,10 +1,13 @@
 #include "emu/journal/fields.h"
 
+#include <algorithm>
+
 namespace orxemu::journal {
 
 namespace {
 
 constexpr std::size_t kMacBytes = 6;
+constexpr std::uint8_t kFillByte = 0xA5;
 
 ByteOrder Other(ByteOrder order) {
     return order == ByteOrder::Big ? ByteOrder::Little : ByteOrder::Big;
@@ -13,6 +16,9 @@ ByteOrder Other(ByteOrder order) {
 bool IsSet(const When &when, ByteView record, ByteOrder order) {
     if (when.is == When::Is::Always || when.is == When::Is::Never) {
         return when.is == When::Is::Always;
+    }
+    if (when.is == When::Is::Written) {
+        return true; // the fill pattern is the same in both byte orders
     }
     const std::uint32_t word = Load(record, when.offset, when.width, order);
     switch (when.is) {
@@ -39,7 +45,14 @@ Json NamesOfBits(Names names, std::uint32_t bits) {
     return list;
 }
 
+bool IsFill(ByteView bytes) {
+    return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == kFillByte; });
+}
+
 Json DecodeElement(const Field &field, ByteView record, std::size_t offset, ByteOrder order) {
+    if (field.when.is == When::Is::Written && IsFill(record.subspan(offset, field.width))) {
+        return kUnset;
+    }
     if (field.show == Show::Record) {
         return DecodeFields(*field.record, record.subspan(offset, field.width), order);
     }
@@ -76,7 +89,8 @@ Json DecodeField(const Field &field, ByteView record, ByteOrder order) {
     for (unsigned i = 0; i < field.count; ++i) {
         list.push_back(DecodeElement(field, record, field.offset + i * field.width, order));
     }
-    return list;
+    const bool isUnset = std::ranges::all_of(list, [](const Json &element) { return element == kUnset; });
+    return isUnset ? Json(kUnset) : list;
 }
 
 } // namespace

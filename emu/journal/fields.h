@@ -12,9 +12,10 @@ struct NameRow {
 };
 using Names = std::span<const NameRow>;
 
-// When a field is set: always, never, or as a word of the same record says.
+// When a field is set: always, never, as a word of the same record says, or each element for itself once its
+// bytes are no longer the fill pattern.
 struct When {
-    enum class Is : std::uint8_t { Always, Never, Equal, NotEqual, WithBit };
+    enum class Is : std::uint8_t { Always, Never, Equal, NotEqual, WithBit, Written };
     Is is = Is::Always;
     std::size_t offset = 0;
     unsigned width = 4;

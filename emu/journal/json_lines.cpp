@@ -1,5 +1,8 @@
 #include "emu/journal/json_lines.h"
 
+#include "emu/journal/checksum.h"
+
+#include <algorithm>
 #include <set>
 
 namespace orxemu::journal {
@@ -11,7 +14,13 @@ constexpr int kMaxDepth = 16;
 // Of a value in a message.
 constexpr std::size_t kMaxShown = 60;
 
-constexpr int kVersion = 1;
+// 2: every line ends with its checksum.
+constexpr int kVersion = 2;
+
+// The last member of a line, around its digits.
+constexpr const char *kChecksum = "crc";
+constexpr std::string_view kChecksumFront = ",\"crc\":\"";
+constexpr std::string_view kChecksumEnd = "\"}";
 
 [[noreturn]] void Fail(std::string what) {
     throw Error{std::move(what)};
@@ -94,6 +103,18 @@ std::string Inside(const std::string &path, const std::string &name) {
     return path.empty() ? name : path + "." + name;
 }
 
+bool IsChecksumDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+}
+
+Json HeadJson(const char *format, ByteOrder order) {
+    Json head;
+    head["format"] = format;
+    head["version"] = kVersion;
+    head["byteOrder"] = NameOf(order);
+    return head;
+}
+
 void ObjectMustBe(const Json &found, const Json &expected, const std::string &source,
                   const std::string &path) {
     for (const auto &[name, value] : expected.items()) {
@@ -134,7 +155,27 @@ bool JsonLines::Next(Json &object) {
         Fail("the line ends with a carriage return");
     }
     object = ParseObject(line);
+    object.erase(kChecksum);
+    text_ = line;
     return true;
+}
+
+void JsonLines::MustBeIntact() const {
+    std::string_view rest = text_;
+    const auto takeEnd = [&rest](std::size_t size) {
+        const std::string_view end = rest.substr(rest.size() - std::min(size, rest.size()));
+        rest.remove_suffix(end.size());
+        return end;
+    };
+    const std::string_view end = takeEnd(kChecksumEnd.size());
+    const std::string_view digits = takeEnd(kChecksumDigits);
+    const std::string_view front = takeEnd(kChecksumFront.size());
+    if (end != kChecksumEnd || front != kChecksumFront || !std::ranges::all_of(digits, IsChecksumDigit)) {
+        Fail("the line does not end with its crc");
+    }
+    if (const std::string sum = ChecksumOf(rest); digits != sum) {
+        Fail("crc is \"" + std::string(digits) + "\", the text in front of it has \"" + sum + "\"");
+    }
 }
 
 Json ParseObject(std::string_view line) {
@@ -230,7 +271,8 @@ ByteOrder ReadHead(JsonLines &lines, const char *format) {
     const std::string order = TextMember(head, "byteOrder");
     for (const ByteOrder known : {ByteOrder::Little, ByteOrder::Big}) {
         if (order == NameOf(known)) {
-            MustBe(head, ParseObject(HeadLine(format, known)), "it has to be");
+            MustBe(head, HeadJson(format, known), "it has to be");
+            lines.MustBeIntact();
             return known;
         }
     }
@@ -238,15 +280,13 @@ ByteOrder ReadHead(JsonLines &lines, const char *format) {
 }
 
 std::string HeadLine(const char *format, ByteOrder order) {
-    Json head;
-    head["format"] = format;
-    head["version"] = kVersion;
-    head["byteOrder"] = NameOf(order);
-    return LineOf(head);
+    return LineOf(HeadJson(format, order));
 }
 
 std::string LineOf(const Json &object) {
-    return object.dump() + "\n";
+    std::string text = object.dump();
+    text.pop_back(); // the brace, which stands behind the checksum
+    return text + std::string(kChecksumFront) + ChecksumOf(text) + std::string(kChecksumEnd) + "\n";
 }
 
 } // namespace orxemu::journal

@@ -20,14 +20,18 @@ class JsonLines {
   public:
     explicit JsonLines(std::string_view text) : rest_(text) {}
 
-    // The next line's object. False at the end of the file. Throws Error.
+    // The next line's object, without its checksum. False at the end of the file. Throws Error.
     bool Next(Json &object);
+    // Throws Error when the line that Next delivered last is not the one that was written, by its checksum. To
+    // be called when its contents have been checked: they say better what is wrong.
+    void MustBeIntact() const;
     // Number of the line that Next delivered last, from 1.
     std::size_t line() const { return line_; }
     bool AtEnd() const { return rest_.empty(); }
 
   private:
     std::string_view rest_;
+    std::string_view text_; // of that line
     std::size_t line_ = 0;
 };
 
@@ -49,7 +53,7 @@ Bytes HexMember(const Json &object, const char *name, std::size_t size);
 // Reads the first line: what the file is and the byte order of its records. Throws Error.
 ByteOrder ReadHead(JsonLines &lines, const char *format);
 std::string HeadLine(const char *format, ByteOrder order);
-// One line, with its end.
+// One line, with its checksum and its end. The object has members.
 std::string LineOf(const Json &object);
 
 } // namespace orxemu::journal

@@ -16,6 +16,9 @@ using qir::kNotSet;
 constexpr When kAlways = {};
 constexpr When kNever = {.is = When::Is::Never};
 
+// An element that still has the fill pattern was never written.
+constexpr When kWritten = {.is = When::Is::Written};
+
 constexpr When WhenEqual(std::size_t offset, std::uint32_t value) {
     return {When::Is::Equal, offset, 4, value};
 }
@@ -218,10 +221,10 @@ template <bool isActivation> struct FlowRequest {
 
 constexpr Field kHitsFields[] = {Number(PLACE(FcbHits, numFlows)), Number(PLACE(FcbHits, hits))};
 
-// The counters are output.
+// The library clears the counters, which are output.
 constexpr Field kHitsRecordFields[] = {
     Number(PLACE(qir::HitsRecord, flowIdx)),
-    Nested(PLACE(qir::HitsRecord, hits), kHitsLayout, kNever),
+    Nested(PLACE(qir::HitsRecord, hits), kHitsLayout),
 };
 static_assert(Fits<qir::HitsRecord>(kHitsRecordFields));
 constexpr Layout kHitsRecordLayout = {kHitsRecordFields};
@@ -245,6 +248,28 @@ constexpr Field kFwdInfoFields[] = {
     BitSet(PLACE(FwdInfo, fwdAction), kFwdActionNames),
 };
 static_assert(Fits<FwdInfo>(kFwdInfoFields));
+
+// An allocated flow has some of it, QIR_Add_DstPortInfo and QIR_Rem_DstPortInfo write the destination.
+constexpr Field kNotSetFwdSrcFields[] = {Number(PLACE(FwdSrc, gemPortIdxMask), kWritten),
+                                         Number(PLACE(FwdSrc, portMask))};
+constexpr Layout kNotSetFwdSrcLayout = {kNotSetFwdSrcFields};
+
+constexpr Field kNotSetDstMaskFields[] = {
+    Number(PLACE(DstMask, gemQid), kWritten),
+    Number(PLACE(DstMask, gemPortIdxMask)),
+    Number(PLACE(DstMask, portQid), kWritten),
+    Number(PLACE(DstMask, portMask)),
+};
+static_assert(Fits<DstMask>(kNotSetDstMaskFields));
+constexpr Layout kNotSetDstMaskLayout = {kNotSetDstMaskFields};
+
+constexpr Field kNotSetFwdInfoFields[] = {
+    Number(PLACE(FwdInfo, flowPrio)),
+    Nested(PLACE(FwdInfo, src), kNotSetFwdSrcLayout),
+    Nested(PLACE(FwdInfo, dst), kNotSetDstMaskLayout),
+    BitSet(PLACE(FwdInfo, fwdAction), kFwdActionNames),
+};
+static_assert(Fits<FwdInfo>(kNotSetFwdInfoFields));
 
 constexpr Field kFwdRecordFields[] = {
     Number(PLACE(qir::FwdRecord, flowIdx)),
@@ -313,9 +338,8 @@ constexpr Field kFcbFields[] = {
     As(Show::TblIndex, PLACE(qir::Fcb, pacTblHdl), WhenAssociated(qir::kTblAssocPac)),
     Nested(PLACE_AS("filter", qir::Fcb, filterBlk), kFilterBlkLayout),
     Nested(PLACE_AS("action", qir::Fcb, actionBlk), kActionBlkLayout),
-    Number(PLACE_AS(nullptr, qir::Fcb, fwdInfoSet)),
-    Nested(PLACE_AS("forwarding", qir::Fcb, fwdInfo), kFwdInfoLayout,
-           WhenEqual(offsetof(qir::Fcb, fwdInfoSet), 1)),
+    Number(PLACE(qir::Fcb, fwdInfoSet)),
+    Nested(PLACE_AS("forwarding", qir::Fcb, fwdInfo), kFwdInfoLayout),
     Number(PLACE_AS(nullptr, qir::Fcb, freeReqList)),
     Number(PLACE_AS(nullptr, qir::Fcb, freeReqCount)),
     Nested(PLACE_AS(nullptr, qir::Fcb, reqPool), kReqNodeLayout),
@@ -382,6 +406,7 @@ constexpr RequestRow kRequests[] = {
 constexpr Layout kHitsLayout = {kHitsFields};
 constexpr Layout kRlCfgLayout = {kRlEntFields};
 constexpr Layout kFwdInfoLayout = {kFwdInfoFields};
+constexpr Layout kNotSetFwdInfoLayout = {kNotSetFwdInfoFields};
 constexpr Layout kFcbLayout = {kFcbFields};
 
 const Layout &RequestLayout(int request) {

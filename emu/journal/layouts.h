@@ -16,7 +16,9 @@ const Layout &TableLayout(Assigned kind);
 extern const Layout kHitsLayout;
 extern const Layout kRlCfgLayout;
 extern const Layout kFwdInfoLayout;
-// The FCB without its requests.
+// Of a flow whose forwarding information has not been set as a whole.
+extern const Layout kNotSetFwdInfoLayout;
+// The FCB without its requests, its forwarding information as if it had been set.
 extern const Layout kFcbLayout;
 
 } // namespace orxemu::journal

@@ -35,6 +35,9 @@ struct LogEntry {
     Bytes fcb;            // empty when none was copied
 };
 
+// The hardware has done it, whatever the caller was told.
+bool WasTaken(const LogEntry &entry);
+
 struct LogEnd {
     std::size_t requests = 0;
     std::size_t failedOpens = 0;

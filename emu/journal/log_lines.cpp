@@ -21,8 +21,7 @@ Json AnswerJson(const RequestInfo *info, const LogEntry &entry, ByteOrder order)
             answer["fault"] = entry.fault == FaultMark::Fail ? kFaultFail : kFaultAnswerLost;
         }
     }
-    const bool served = entry.err == 0 || entry.fault == FaultMark::AnswerLost;
-    if (info != nullptr && entry.recordRead && served) {
+    if (info != nullptr && entry.recordRead && WasTaken(entry)) {
         answer.update(DecodeAnswer(*info, entry.out, order));
     }
     return answer;
@@ -32,6 +31,10 @@ Json AnswerJson(const RequestInfo *info, const LogEntry &entry, ByteOrder order)
 
 std::string Problem::Text() const {
     return file + ":" + (line == 0 ? "" : std::to_string(line) + ":") + " " + what;
+}
+
+bool WasTaken(const LogEntry &entry) {
+    return entry.err == 0 || entry.fault == FaultMark::AnswerLost;
 }
 
 std::string ErrnoName(int err) {

@@ -1,8 +1,10 @@
-// A line is read in two steps: first what counts (request number, raw bytes, answer), then everything else is
-// written anew from that and has to be what the line says. So every member is checked, and none is trusted.
+// A line is read in three steps: first what counts (request number, raw bytes, answer), then everything else is
+// written anew from that and has to be what the line says, and at last the line has to have its checksum. So
+// every member is checked, and none is trusted; and a member that says something else is named, which a
+// checksum could not do.
 #include "emu/journal/json_lines.h"
 #include "emu/journal/log_lines.h"
-#include "qirapi/private/fcb_records.h"
+#include "qirapi/driver/driver_records.h"
 
 #include <algorithm>
 #include <climits>
@@ -43,15 +45,53 @@ void ReadRecord(const Json &line, const RequestInfo &info, LogEntry &entry) {
     if (entry.recordRead) {
         entry.in = HexMember(line, "raw", info.recordSize);
         entry.out = line.contains("rawOut") ? HexMember(line, "rawOut", info.recordSize) : entry.in;
+    } else if (WasTaken(entry)) {
+        throw Error{"raw is missing in a request that the hardware took"};
     }
     if (info.copiesFcb && line.contains("fcbRaw")) {
         entry.fcb = HexMember(line, "fcbRaw", sizeof(qir::Fcb));
+    } else if (info.copiesFcb && WasTaken(entry)) {
+        throw Error{"fcbRaw is missing in a request that the hardware took"};
     }
-    if (entry.err == 0 && !entry.recordRead) {
-        throw Error{"raw is missing in a request that was accepted"};
+}
+
+// The driver copies an FCB when the record says where it lies and that it has the size of one.
+void FcbMustBeCopied(const LogEntry &entry, ByteOrder order) {
+    if (entry.fcb.empty()) {
+        return;
     }
-    if (entry.err == 0 && info.copiesFcb && entry.fcb.empty()) {
-        throw Error{"fcbRaw is missing in a request that was accepted"};
+    if (!entry.recordRead) {
+        throw Error{"fcbRaw is there without raw"};
+    }
+    const std::uint32_t size =
+        Load(entry.in, offsetof(qir::FlowRecord, fcbSize), sizeof(qir::FlowRecord::fcbSize), order);
+    if (size != sizeof(qir::Fcb)) {
+        throw Error{"fields.fcbSize is " + std::to_string(size) + ", the driver copies an FCB of " +
+                    std::to_string(sizeof(qir::Fcb)) + " bytes"};
+    }
+}
+
+// What differs behind the driver has to be what a driver writes.
+void OutMustBeAnswered(const RequestInfo &info, const LogEntry &entry) {
+    if (entry.in == entry.out) {
+        return;
+    }
+    if (!WasTaken(entry)) {
+        throw Error{"rawOut is there in a request that the hardware did not take"};
+    }
+    const AnswerPlace place = AnswerPlaceOf(info);
+    for (std::size_t i = 0; i < entry.in.size(); ++i) {
+        if (entry.in[i] != entry.out[i] && (i < place.offset || i >= place.offset + place.size)) {
+            throw Error{"rawOut differs from raw at byte " + std::to_string(i) +
+                        ", which the driver does not write"};
+        }
+    }
+}
+
+// An answer is lost only when the hardware has taken the request.
+void AnswerMustNotBeLost(const LogEntry &entry, const char *where) {
+    if (entry.fault == FaultMark::AnswerLost) {
+        throw Error{"answer.fault is \"" + std::string(kFaultAnswerLost) + "\" in " + where};
     }
 }
 
@@ -64,23 +104,37 @@ Json Expected(const Json &line, const LogEntry &entry, std::size_t n, ByteOrder 
     return expected;
 }
 
+// Returns nothing for an unknown number.
+const RequestInfo *ReadRequest(const Json &line, LogEntry &entry) {
+    entry.request = static_cast<int>(NumberMember(line, "request", INT_MIN, INT_MAX));
+    const RequestInfo *const info = FindRequestInfo(entry.request);
+    if (info == nullptr) {
+        AnswerMustNotBeLost(entry, "a request of an unknown number");
+        return nullptr;
+    }
+    MustBe(Member(line, "name"), info->name, "the number says", "name");
+    ReadRecord(line, *info, entry);
+    return info;
+}
+
 LogEntry ReadEntry(const Json &line, std::size_t n, ByteOrder order) {
     MustBe(Member(line, "n"), n, "it has to be", "n");
     LogEntry entry;
     entry.isOpen = line.contains("open");
     ReadAnswer(line, entry);
-    if (entry.isOpen) {
-        if (entry.err == 0) {
-            throw Error{"answer.errno is missing in an opening that failed"};
-        }
+    const RequestInfo *info = nullptr;
+    if (!entry.isOpen) {
+        info = ReadRequest(line, entry);
+    } else if (entry.err == 0) {
+        throw Error{"answer.errno is missing in an opening that failed"};
     } else {
-        entry.request = static_cast<int>(NumberMember(line, "request", INT_MIN, INT_MAX));
-        if (const RequestInfo *const info = FindRequestInfo(entry.request); info != nullptr) {
-            MustBe(Member(line, "name"), info->name, "the number says", "name");
-            ReadRecord(line, *info, entry);
-        }
+        AnswerMustNotBeLost(entry, "an opening that failed");
     }
     MustBe(line, Expected(line, entry, n, order), entry.isOpen ? "it has to be" : "the raw bytes say");
+    if (info != nullptr) {
+        FcbMustBeCopied(entry, order);
+        OutMustBeAnswered(*info, entry);
+    }
     return entry;
 }
 
@@ -106,10 +160,12 @@ void ReadLines(JsonLines &lines, Log &log) {
         }
         if (line.contains("end")) {
             ReadEnd(line, log);
+            lines.MustBeIntact();
             log.complete = true;
             continue;
         }
         LogEntry entry = ReadEntry(line, log.entries.size() + 1, log.order);
+        lines.MustBeIntact();
         entry.line = lines.line();
         log.entries.push_back(std::move(entry));
     }

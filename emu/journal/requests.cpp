@@ -8,6 +8,7 @@ namespace orxemu::journal {
 namespace {
 
 constexpr std::size_t kIndexWord = 0;
+constexpr unsigned kIndexBytes = 4;
 
 constexpr RequestInfo kRequests[] = {
     {qir::kOrxSetGblCfg, "set-global", sizeof(qir::GblRecord), false, Assigned::None, false},
@@ -65,12 +66,22 @@ Json DecodeRecord(const RequestInfo &info, ByteView record, ByteOrder order) {
 
 Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order) {
     if (info.assigns) {
-        return {{"index", Load(record, kIndexWord, 4, order)}};
+        return {{"index", Load(record, kIndexWord, kIndexBytes, order)}};
     }
     if (info.number == qir::kOrxGetFlowHits) {
         return DecodeFields(kHitsLayout, record.subspan(offsetof(qir::HitsRecord, hits)), order);
     }
     return Json::object();
+}
+
+AnswerPlace AnswerPlaceOf(const RequestInfo &info) {
+    if (info.assigns) {
+        return {kIndexWord, kIndexBytes};
+    }
+    if (info.number == qir::kOrxGetFlowHits) {
+        return {offsetof(qir::HitsRecord, hits), sizeof(qir::HitsRecord::hits)};
+    }
+    return {};
 }
 
 std::size_t TableSize(Assigned kind) {

@@ -14,12 +14,17 @@ constexpr unsigned kUsualSection = 1;
 
 // ---- Forwarding ---------------------------------------------------------------------------------------
 
+// A flow that forwarding information was not set for may have destinations without a queue.
+std::string QueueText(const Json &queue) {
+    return queue.is_number() ? "q" + PlainText(queue) : "queue unset";
+}
+
 // Destinations in the order of their ports, each with its queue; one queue text closes all destinations that
 // share it.
 class Destinations {
   public:
     void Add(std::string name, const Json &queue) {
-        const std::string text = "q" + PlainText(queue);
+        const std::string text = QueueText(queue);
         if (!queue_.empty() && queue_ != text) {
             Close();
         }
@@ -27,7 +32,7 @@ class Destinations {
         names_.push_back(std::move(name));
     }
     void AddGem(unsigned gem, const Json &queue) {
-        const std::string text = "q" + PlainText(queue);
+        const std::string text = QueueText(queue);
         if (gems_ != 0 && gemQueue_ != text) {
             CloseGems();
         }
@@ -126,6 +131,19 @@ std::string ForwardingFlags(const Json &flags) {
         text.Add(overrides ? "override" : "no-override");
     }
     return text.Text();
+}
+
+bool HasSource(const Json &fwdInfo) {
+    const Json &src = Member(fwdInfo, "src");
+    return Number(src, "portMask") != 0 || Number(src, "gemPortIdxMask") != 0;
+}
+
+// Nothing has been said about the forwarding of this flow. Queues say nothing without a destination.
+bool IsAsAllocated(const Json &fwdInfo) {
+    const Json &dst = Member(fwdInfo, "dst");
+    return !HasSource(fwdInfo) && Number(dst, "portMask") == 0 && Number(dst, "gemPortIdxMask") == 0 &&
+           Number(fwdInfo, "flowPrio") == 0 &&
+           Member(fwdInfo, "fwdAction") == Json::array({"e_FWD_ACTION_LRN_ENABLE"});
 }
 
 bool Contains(const Json &list, std::string_view name) {
@@ -362,12 +380,19 @@ std::string DestinationText(const Json &fwdInfo) {
 
 std::string RuleText(const Json &fcb) {
     const Json &forwarding = Member(fcb, "forwarding");
-    const bool forwards = forwarding.is_object();
+    const bool isSet = Member(fcb, "fwdInfoSet") == 1;
     Phrase match;
-    match.Add(forwards ? "in " + SourceText(forwarding) : "");
+    match.Add(isSet || HasSource(forwarding) ? "in " + SourceText(forwarding) : "");
     match.Add(MatchText(Member(Member(fcb, "filter"), "headers")));
     Phrase destination;
-    destination.Add(forwards ? DestinationText(forwarding) : "nowhere");
+    if (isSet) {
+        destination.Add(DestinationText(forwarding));
+    } else if (IsAsAllocated(forwarding)) {
+        destination.Add("nowhere");
+    } else {
+        destination.Add(DestinationText(forwarding));
+        destination.Add("forwarding-not-set");
+    }
     destination.Add(OptionsText(fcb));
 
     Phrase rule;

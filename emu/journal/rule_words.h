@@ -86,7 +86,7 @@ constexpr RuleWords kActionWords[] = {
     {"e_VLAN_ACTION_COPY_PBITS_FROM_TAG", "copy @pbits", Say::FromTag},
     {"e_VLAN_ACTION_COPY_VID_FROM_TAG", "copy @vid", Say::FromTag},
     {"e_VLAN_ACTION_COPY_DEI_FROM_TAG", "copy @dei", Say::FromTag},
-    {"e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP", "@pbits from dscp", Say::Nothing},
+    {"e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP", "@pbits from dscp", Say::Number},
     {"e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE", "@pbits from ethtype", Say::Nothing},
     {"e_IPV4_ACTION_DA", "set dst", Say::Text},
     {"e_IPV4_ACTION_SA", "set src", Say::Text},

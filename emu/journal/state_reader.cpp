@@ -1,9 +1,9 @@
-// As in logs: what counts is read, the line is written anew from it and has to be the same. Records are
-// decoded in the byte order of the file and converted at last.
+// As in logs: what counts is read, the line is written anew from it and has to be the same, and its checksum is
+// looked at last. Records are decoded in the byte order of the file and converted at last.
 #include "emu/journal/json_lines.h"
 #include "emu/journal/log_lines.h"
 #include "emu/journal/state_lines.h"
-#include "qirapi/qirapi.h"
+#include "qirapi/private/fcb_records.h"
 
 #include <algorithm>
 #include <memory>
@@ -17,6 +17,10 @@ constexpr std::uint32_t kMaxFlowMissAction = QIR_FLOWMISSACTION_MAX - 1;
 constexpr std::uint32_t kMaxAclType = QIR_ACLTYPE_MAX - 1;
 constexpr std::uint32_t kMaxPadLen = QIR_PADLEN_MAX - 1;
 constexpr std::uint32_t kMaxRlStatus = QIR_RLSTATUS_MAX - 1;
+constexpr std::uint32_t kMaxCirUnit = QIR_RLUNIT_MAX - 1;
+constexpr std::uint32_t kMaxCirRate[QIR_RLUNIT_MAX] = {QIR_RLRATE_UNIT0_MAX - 1, QIR_RLRATE_UNIT1_MAX - 1};
+constexpr std::uint32_t kMaxFlowPrio = QIR_FLOWPRIO_MAX - 1;
+constexpr std::uint32_t kMaxFwdAction = e_FWD_ACTION_MAX - 1;
 
 std::uint32_t Setting(const Json &object, const char *name, std::uint32_t max) {
     return static_cast<std::uint32_t>(NumberMember(object, name, 0, max));
@@ -36,6 +40,29 @@ void ReadNumbers(const Json &object, const char *name, Number (&numbers)[N]) {
     }
 }
 
+// The number at `offset` of a record, under the name of its field.
+std::uint32_t SettingAt(ByteView record, std::size_t offset, ByteOrder order, const char *name,
+                        std::uint32_t max) {
+    constexpr unsigned kWord = 4;
+    Json setting;
+    setting[name] = Load(record, offset, kWord, order);
+    return Setting(setting, name, max);
+}
+
+// Forwarding information that nobody has set is not looked at by the hardware.
+void ForwardingMustBeInRange(ByteView fcb, ByteOrder order) {
+    constexpr std::size_t kFwdInfo = offsetof(qir::Fcb, fwdInfo);
+    if (IsFwdInfoSet(fcb, order)) {
+        SettingAt(fcb, kFwdInfo + offsetof(FwdInfo, flowPrio), order, "flowPrio", kMaxFlowPrio);
+        SettingAt(fcb, kFwdInfo + offsetof(FwdInfo, fwdAction), order, "fwdAction", kMaxFwdAction);
+    }
+}
+
+void RateMustBeInRange(ByteView cfg, ByteOrder order) {
+    const std::uint32_t unit = SettingAt(cfg, offsetof(RlEnt, cirUnit), order, "cirUnit", kMaxCirUnit);
+    SettingAt(cfg, offsetof(RlEnt, cirRate), order, "cirRate", kMaxCirRate[unit]);
+}
+
 class StateReader {
   public:
     StateReader(JsonLines &lines, OrxEmuState &state) : lines_(lines), state_(state) {}
@@ -45,7 +72,9 @@ class StateReader {
         ReadSettings();
         while (!ReadEnd(Next())) {
             ReadObject(line_);
+            lines_.MustBeIntact();
         }
+        lines_.MustBeIntact();
         if (!lines_.AtEnd()) {
             lines_.Next(line_);
             throw Error{"the state has ended before this line"};
@@ -73,17 +102,20 @@ class StateReader {
         state_.flowMissAction = Setting(global, "flowMissAction", kMaxFlowMissAction);
         state_.rlStatus = Setting(global, "rlStatus", kMaxRlStatus);
         MustSay(GlobalJson(state_));
+        lines_.MustBeIntact();
         for (unsigned port = 0; port < ORXEMU_PORTS; ++port) {
             MustBe(Member(Next(), "port"), port, "it has to be", "port");
             state_.portDefAcl[port] = Setting(line_, "defAcl", kMaxAclType);
             state_.portPadLen[port] = Setting(line_, "padLen", port < QIR_PADPORT_MAX ? kMaxPadLen : 0);
             ReadNumbers(line_, "tpid", state_.portTpid[port]);
             MustSay(PortJson(state_, port));
+            lines_.MustBeIntact();
         }
         for (unsigned dir = 0; dir < ORXEMU_RL_DIRS; ++dir) {
             MustBe(Member(Next(), "rlTci"), dir, "it has to be", "rlTci");
             ReadNumbers(line_, "tci", state_.rlTci[dir]);
             MustSay(RlTciJson(state_, dir));
+            lines_.MustBeIntact();
         }
     }
 
@@ -139,6 +171,7 @@ class StateReader {
         ReadNumbers(line_, "hits", flow.hits);
         Bytes fcb = HexMember(line_, "fcbRaw", sizeof flow.fcb);
         MustSay(FlowJson(index, flow, fcb, order_));
+        ForwardingMustBeInRange(fcb, order_);
         if (order_ != kHostOrder) {
             ConvertFcb(fcb, order_);
         }
@@ -152,6 +185,7 @@ class StateReader {
         OrxEmuRl &rl = state_.rl[dir][index];
         Bytes cfg = HexMember(line_, "raw", sizeof rl.record);
         MustSay(RlJson(dir, index, cfg, order_));
+        RateMustBeInRange(cfg, order_);
         if (order_ != kHostOrder) {
             ConvertRlCfg(cfg, order_);
         }

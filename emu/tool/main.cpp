@@ -44,11 +44,12 @@ int Explain(const CLI::App &app, const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {
         return app.exit(error);
     }
-    const bool runs = app.got_subcommand("run");
+    const std::vector<CLI::App *> commands = app.get_subcommands();
+    const std::string command = commands.empty() ? "" : commands.front()->get_name();
     orxemu::tool::Complain(error.what());
-    orxemu::tool::Complain(runs ? "\"orxemu run --help\" explains the command line"
-                                : "\"orxemu --help\" explains the command line");
-    return runs ? orxemu::tool::kStatusRunTrouble : orxemu::tool::kStatusTrouble;
+    orxemu::tool::Complain("\"orxemu " + command + (command.empty() ? "" : " ") +
+                           "--help\" explains the command line");
+    return command == "run" ? orxemu::tool::kStatusRunTrouble : orxemu::tool::kStatusTrouble;
 }
 
 } // namespace

@@ -59,10 +59,6 @@ class IndexOwners {
     std::map<std::pair<Assigned, std::uint32_t>, Owner> owners_;
 };
 
-bool WasTaken(const LogEntry &entry) {
-    return entry.err == 0 || entry.fault == FaultMark::AnswerLost;
-}
-
 void AddAnswer(const LogEntry &entry, Meaning &meaning) {
     if (entry.err != 0) {
         meaning.leaves.push_back({"answer.errno", journal::ErrnoName(entry.err)});
@@ -127,7 +123,7 @@ class LogReader {
     // What the answer tells, and what becomes of the index.
     void FollowIndex(const RequestInfo &info, const LogEntry &entry, const Json &fields, std::size_t position,
                      Meaning &meaning) {
-        if (!WasTaken(entry)) {
+        if (!journal::WasTaken(entry)) {
             return;
         }
         const Json answer =

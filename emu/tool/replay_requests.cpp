@@ -33,10 +33,6 @@ const char *ObjectName(Assigned kind) {
     return "object";
 }
 
-bool TookIt(const journal::LogEntry &entry) {
-    return entry.err == 0 || entry.fault == journal::FaultMark::AnswerLost;
-}
-
 std::uint32_t WordAt(journal::ByteView bytes, std::size_t offset) {
     return journal::Load(bytes, offset, kWord, kHostOrder);
 }
@@ -84,7 +80,7 @@ bool Replay::One(const journal::LogEntry &entry, std::size_t n) {
         ++counts_.skipped;
         return true;
     }
-    if (!TookIt(entry) && !rules_.withRefused) {
+    if (!journal::WasTaken(entry) && !rules_.withRefused) {
         ++counts_.skipped;
         ++counts_.skippedRefused;
         return true;
@@ -140,7 +136,7 @@ bool Replay::SendTranslated(Request &request) {
 
 bool Replay::Refuse(const Request &request, const std::string &what) {
     NoteNotAccepted(request);
-    if (!TookIt(request.entry)) {
+    if (!journal::WasTaken(request.entry)) {
         ++counts_.refusedAsRecorded;
         return true;
     }
@@ -231,7 +227,7 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
     const bool isFlow = request.info.copiesFcb;
     if (request.info.assigns) {
         std::optional<std::uint32_t> recorded;
-        if (TookIt(entry)) {
+        if (journal::WasTaken(entry)) {
             recorded = journal::Load(entry.out, kIndexWord, kWord, log_.order);
         }
         const std::uint32_t number = WordAt(answered, kIndexWord);
@@ -249,7 +245,7 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
 
 // An activation that was not accepted brings no index: what names the recorded one cannot be sent.
 void Replay::NoteNotAccepted(const Request &request) {
-    if (request.info.assigns && TookIt(request.entry) && request.entry.recordRead) {
+    if (request.info.assigns && journal::WasTaken(request.entry) && request.entry.recordRead) {
         indexes_.Of(request.info.index).Miss(journal::Load(request.entry.out, kIndexWord, kWord, log_.order));
     }
 }

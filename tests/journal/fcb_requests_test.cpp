@@ -79,7 +79,7 @@ const Req kReqs[] = {
     {&kVlan1Action, 9, kAction, Value::U32, 0x01000002, 0, ACTION("e_VLAN_ACTION_COPY_PBITS_FROM_TAG", "16777218")},
     {&kVlan1Action, 10, kAction, Value::U32, 2, 0, ACTION("e_VLAN_ACTION_COPY_VID_FROM_TAG", "2")},
     {&kVlan1Action, 11, kAction, Value::U32, 2, 0, ACTION("e_VLAN_ACTION_COPY_DEI_FROM_TAG", "2")},
-    {&kVlan1Action, 12, kAction, Value::None, 0, 0, R"({"type":"e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP"})"},
+    {&kVlan1Action, 12, kAction, Value::U32, 0x01020304, 0, ACTION("e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP", "16909060")},
     {&kVlan1Action, 13, kAction, Value::None, 0, 0, R"({"type":"e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE"})"},
     {&kVlan1Action, 14, kAction, Value::None, 0, 0, nullptr},
     {&kPppoeAction, 0, kAction, Value::U32, 0x01020304, 0, R"({"type":0,"val":16909060})"},

@@ -15,7 +15,11 @@ using namespace orxemu::journal;
 
 TEST(JournalFcb, AFlowAsItIsAllocatedHasNothingSet) {
     const Json expected = Json::parse(HEADERS_BEFORE R"("filter":{"totalTags":0,"headers":[]},
-          "action":{"totalTags":0,"pushedTags":0,"poppedTags":0,"headers":[]},"forwarding":"unset"})");
+          "action":{"totalTags":0,"pushedTags":0,"poppedTags":0,"headers":[]},"fwdInfoSet":0,
+          "forwarding":{"flowPrio":0,"src":{"gemPortIdxMask":"unset","portMask":0},
+           "dst":{"gemQid":"unset","gemPortIdxMask":0,
+            "portQid":["unset","unset","unset","unset","unset","unset","unset","unset",0],"portMask":0},
+           "fwdAction":["e_FWD_ACTION_LRN_ENABLE"]}})");
     for (const ByteOrder order : kBothOrders) {
         EXPECT_EQ(expected.dump(1), DecodeFcb(FcbImage(order).bytes(), order).dump(1));
     }
@@ -54,7 +58,7 @@ TEST(JournalFcb, EveryFieldAndEveryHeaderAppears) {
        {"header":"vlan3","requests":[]},{"header":"pppoe","requests":[]},{"header":"mpls","requests":[]},
        {"header":"ipv4","requests":[]},
        {"header":"tcp","requests":[{"type":"e_TCP_ACTION_SPORT","val":80}]}]},
-      "forwarding":{"flowPrio":5,"src":{"gemPortIdxMask":16,"portMask":128},
+      "fwdInfoSet":1,"forwarding":{"flowPrio":5,"src":{"gemPortIdxMask":16,"portMask":128},
        "dst":{"gemQid":[3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3,3],
         "gemPortIdxMask":16909060,"portQid":[6,6,6,6,6,6,6,6,6],"portMask":257},
        "fwdAction":["e_FWD_ACTION_ARL_OVRD"]}})");
@@ -220,7 +224,7 @@ TEST_F(JournalFcbOfLibrary, AFlowSaysWhatItWasToldInBothOrders) {
       "action":{"totalTags":1,"pushedTags":0,"poppedTags":0,"headers":[{"header":"eth","requests":[]},
        {"header":"vlan0","requests":[{"type":"e_VLAN_ACTION_SET_VID","val":1200}]},
        {"header":"ipv4","requests":[]}]},
-      "forwarding":{"flowPrio":3,"src":{"gemPortIdxMask":0,"portMask":1},
+      "fwdInfoSet":1,"forwarding":{"flowPrio":3,"src":{"gemPortIdxMask":0,"portMask":1},
        "dst":{"gemQid":[0,0,0,7,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0],
         "gemPortIdxMask":8,"portQid":[0,0,0,0,0,0,0,0,0],"portMask":128},
        "fwdAction":["e_FWD_ACTION_ARL_OVRD"]}})");

@@ -1,4 +1,5 @@
 // What the lines of a log look like, and a log read again.
+#include "emu/journal/checksum.h"
 #include "tests/journal/sample_log.h"
 
 #include <cstring>
@@ -13,11 +14,14 @@ std::string Zeros(std::size_t bytes) {
 }
 
 TEST(JournalLogLines, TheFirstAndTheLastLineSayWhatTheLogIs) {
-    EXPECT_EQ("{\"format\":\"orxemu-log\",\"version\":1,\"byteOrder\":\"big\"}\n",
+    EXPECT_EQ(R"({"format":"orxemu-log","version":2,"byteOrder":"big","crc":"448c4032"})"
+              "\n",
               LogHeadLine(ByteOrder::Big));
-    EXPECT_EQ("{\"format\":\"orxemu-log\",\"version\":1,\"byteOrder\":\"little\"}\n",
+    EXPECT_EQ(R"({"format":"orxemu-log","version":2,"byteOrder":"little","crc":"d9e74295"})"
+              "\n",
               LogHeadLine(ByteOrder::Little));
-    EXPECT_EQ("{\"end\":{\"requests\":10,\"failedOpens\":2,\"openDescriptors\":1}}\n",
+    EXPECT_EQ(R"({"end":{"requests":10,"failedOpens":2,"openDescriptors":1},"crc":"b36da93d"})"
+              "\n",
               LogEndLine(SampleEnd()));
 }
 
@@ -45,14 +49,12 @@ std::vector<LineCase> LineCases() {
     entry.fault = FaultMark::AnswerLost;
     entry.err = EIO;
     add("answer lost", entry, statusHead + R"({"errno":"EIO","fault":"answer-lost"}})");
-    entry.out[3] = 2;
-    add("record changed", entry,
-        statusHead + R"({"errno":"EIO","fault":"answer-lost"},"rawOut":"00000002"})");
 
     entry = Sent(38, Image(40, ByteOrder::Big).Fill(0, 40, 0).Put32(0, 2));
     entry.out = Image(40, ByteOrder::Big).Fill(0, 40, 0).Put32(0, 2).Put32(4, 1).Put32(36, 258).bytes();
     add("hit counters", entry,
-        R"({"n":7,"request":38,"name":"get-flow-hits","fields":{"flowIdx":2,"hits":"unset"},"raw":"00000002)" +
+        R"({"n":7,"request":38,"name":"get-flow-hits","fields":{"flowIdx":2,"hits":{"numFlows":0,)"
+        R"("hits":[0,0,0,0,0,0,0,0]}},"raw":"00000002)" +
             Zeros(36) + R"(","answer":{"numFlows":1,"hits":[0,0,0,0,0,0,0,258]},"rawOut":"0000000200000001)" +
             Zeros(28) + R"(00000102"})");
 
@@ -87,7 +89,20 @@ std::vector<LineCase> LineCases() {
 
 TEST(JournalLogLines, EveryAnswerHasItsForm) {
     for (const LineCase &c : LineCases()) {
-        EXPECT_EQ(c.line + "\n", LogEntryLine(c.entry, 7, ByteOrder::Big)) << c.what;
+        EXPECT_EQ(Sealed(c.line) + "\n", LogEntryLine(c.entry, 7, ByteOrder::Big)) << c.what;
+    }
+}
+
+// The usual example of this checksum, and two whose first bits count.
+TEST(JournalLogLines, TheChecksumIsCrc32) {
+    EXPECT_EQ("cbf43926", ChecksumOf("123456789"));
+    EXPECT_EQ("00000000", ChecksumOf(""));
+    EXPECT_EQ("d202ef8d", ChecksumOf(std::string_view("\0", 1)));
+    EXPECT_EQ("ff000000", ChecksumOf("\xFF"));
+    std::string text;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        text += static_cast<char>(byte);
+        EXPECT_EQ(CrcOf(text), ChecksumOf(text)) << byte;
     }
 }
 
@@ -152,6 +167,7 @@ TEST(JournalLog, EveryRequestMayBeAnswered) {
         for (const RequestInfo &info : AllRequests()) {
             LogEntry entry = Sent(info.number, Image(info.recordSize, order));
             if (info.copiesFcb) {
+                entry = Sent(info.number, FlowRecord(order, 7));
                 entry.fcb = SampleFcb(order);
             }
             text += LogEntryLine(entry, ++n, order);
@@ -176,7 +192,8 @@ TEST(JournalLog, AnEmptyLogIsGood) {
 TEST(JournalLog, BlanksAndTheOrderOfMembersDoNotCount) {
     std::vector<std::string> lines = SampleLines(ByteOrder::Big);
     lines[1] = " { \"answer\" : { }, \"raw\":\"0000000100000002\",\t\"fields\": {\"flowMissAction\":2,"
-               "\"cfgType\":\"flowMissAction\"}, \"name\":\"set-global\",\"request\":17 , \"n\": 1 } \n";
+               "\"cfgType\":\"flowMissAction\"}, \"name\":\"set-global\",\"request\":17 , \"n\": 1 }\n";
+    lines[1] = Sealed(lines[1]);
     Log log;
     Problem problem;
     EXPECT_TRUE(ReadLog(Joined(lines), "log.json", log, problem)) << problem.Text();
@@ -186,6 +203,7 @@ TEST(JournalLog, BlanksAndTheOrderOfMembersDoNotCount) {
 TEST(JournalLog, AnErrnoInDigitsIsGoodAlthoughItHasAName) {
     std::vector<std::string> lines = SampleLines(ByteOrder::Big);
     ReplaceOnce(lines[4], "EINVAL", std::to_string(EINVAL));
+    lines[4] = Sealed(lines[4]);
     Log log;
     Problem problem;
     ASSERT_TRUE(ReadLog(Joined(lines), "log.json", log, problem)) << problem.Text();
@@ -199,7 +217,7 @@ TEST(JournalLog, KindsOfFilesAreTold) {
         FileKind kind;
     };
     const KindCase cases[] = {
-        {"{\"format\":\"orxemu-log\",\"version\":1,\"byteOrder\":\"big\"}\nrest", "", FileKind::Log},
+        {"{\"format\":\"orxemu-log\",\"version\":2,\"byteOrder\":\"big\"}\nrest", "", FileKind::Log},
         {"{\"format\":\"orxemu-state\"}\n", "", FileKind::State},
         {"{\"format\":\"orxemu-states\"}\n", "f:1: the file is neither a log nor a state of orxemu", {}},
         {"{\"format\":1}\n", "f:1: format is 1, not a text", {}},

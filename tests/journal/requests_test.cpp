@@ -147,7 +147,8 @@ const RecordCase kRecords[] = {
          PutFlow(image);
      },
      R"({"flowIdx":511,"fcbSize":1884,"fcbAddr":134520640,"pacTblIdx":5,"epTblIdx":-1})"},
-    {"get-flow-hits", 40, [](Image &image) { image.Put32(0, 258); }, R"({"flowIdx":258,"hits":"unset"})"},
+    {"get-flow-hits", 40, [](Image &image) { image.Put32(0, 258).Fill(4, 36, 0); },
+     R"({"flowIdx":258,"hits":{"numFlows":0,"hits":[0,0,0,0,0,0,0,0]}})"},
     {"set-rl-status", 4, [](Image &image) { image.Put32(0, 1); }, R"({"rlStatus":1})"},
     {"set-rl-tci", 12, [](Image &image) { image.Put32(4, 1).Put16(8, 0x0102).Put16(10, 0xFFFE); },
      R"({"notSet":"unset","rlDir":1,"rlTciCfg":{"tci":[258,65534]}})"},

@@ -4,6 +4,7 @@
 
 #include "emu/journal/log_file.h"
 #include "tests/journal/fcb_image.h"
+#include "tests/journal/sealed_line.h"
 
 #include <cerrno>
 
@@ -110,13 +111,6 @@ inline std::string Joined(const std::vector<std::string> &lines) {
         text += line;
     }
     return text;
-}
-
-// Replaces the one place where `from` stands.
-inline void ReplaceOnce(std::string &line, const std::string &from, const std::string &to) {
-    const std::size_t at = line.find(from);
-    ASSERT_NE(std::string::npos, at) << "no " << from << " in " << line;
-    line.replace(at, from.size(), to);
 }
 
 } // namespace journal_test

@@ -1,6 +1,7 @@
 // States as files: what they look like, and files that no hardware was in.
 #include "emu/journal/state_file.h"
 #include "tests/journal/fcb_image.h"
+#include "tests/journal/sealed_line.h"
 
 #include <cstring>
 #include <memory>
@@ -75,7 +76,7 @@ std::string Raw(const Bytes &bytes) {
 // The state of MakeState() as a machine of `order` writes it, built without StateText().
 std::vector<std::string> ExpectedLines(ByteOrder order) {
     const Objects objects = MakeObjects(order);
-    std::vector<std::string> lines{"{\"format\":\"orxemu-state\",\"version\":1,\"byteOrder\":\"" +
+    std::vector<std::string> lines{"{\"format\":\"orxemu-state\",\"version\":2,\"byteOrder\":\"" +
                                        std::string(NameOf(order)) + "\"}",
                                    R"({"global":{"flowMissAction":2,"rlStatus":1}})"};
     for (unsigned port = 0; port < 9; ++port) {
@@ -107,6 +108,7 @@ std::vector<std::string> ExpectedLines(ByteOrder order) {
     lines.push_back(R"({"rl":0,"index":15,)" + rl);
     lines.push_back(R"({"rl":1,"index":0,)" + rl);
     lines.emplace_back(R"({"end":{"objects":20}})");
+    std::ranges::transform(lines, lines.begin(), Sealed);
     return lines;
 }
 
@@ -199,7 +201,7 @@ struct Edit {
 
 const Edit kEdits[] = {
     {1, "orxemu-state", "orxemu-log", "format is \"orxemu-log\", not \"orxemu-state\""},
-    {1, "\"version\":1", "\"version\":3", "version is 3, this program knows 1"},
+    {1, "\"version\":2", "\"version\":1", "version is 1, this program knows 2"},
     {2, "\"flowMissAction\":2", "\"flowMissAction\":3", "flowMissAction is 3, not a number from 0 to 2"},
     {2, "\"rlStatus\":1", "\"rlStatus\":2", "rlStatus is 2, not a number from 0 to 1"},
     {2, "\"rlStatus\":1", "\"rlStatus\":1,\"x\":1", "there is no global.\"x\" here"},
@@ -240,24 +242,121 @@ const Edit kEdits[] = {
     {21, "\"rl\":1,\"index\":0", "\"rl\":0,\"index\":15", "index 15 is out of order"},
     {21, "\"cirRate\":1000", "\"cirRate\":1001", "fields.cirRate is 1001, the raw bytes say 1000"},
     {22, "\"objects\":20", "\"objects\":19", "end.objects is 19, the state has 20"},
-    {22, "}}", "},\"more\":1}", "there is no \"more\" here"},
+    {22, "},", "},\"more\":1,", "there is no \"more\" here"},
 };
 
+// Whether somebody has signed the edited line or not. An index that is taken is found where it comes again.
 TEST(JournalState, EveryEditIsFoundInItsLine) {
     ASSERT_EQ("", ProblemOf(Joined(ExpectedLines(kHostOrder))));
     for (const Edit &edit : kEdits) {
         for (const ByteOrder order : kBothOrders) {
+            for (const bool isSigned : {false, true}) {
+                std::vector<std::string> lines = ExpectedLines(order);
+                ASSERT_EQ(22u, lines.size());
+                std::string &line = lines[edit.line - 1];
+                ReplaceOnce(line, edit.from, edit.to);
+                if (isSigned || edit.what == nullptr) {
+                    line = Sealed(line);
+                }
+                const std::string expected =
+                    edit.what != nullptr
+                        ? "state.json:" + std::to_string(edit.line) + ": " + edit.what
+                        : "state.json:" + std::to_string(edit.line + 1) + ": dscpTable 5 is out of order";
+                EXPECT_EQ(expected, ProblemOf(Joined(lines)))
+                    << edit.from << " -> " << edit.to << (isSigned ? ", signed" : "");
+            }
+        }
+    }
+}
+
+// What nothing else in the line contradicts.
+TEST(JournalState, ValuesThatAreAsGoodAreSigned) {
+    const Edit edits[] = {
+        {1, "{\"format\"", "{ \"format\"", nullptr},
+        {2, "\"flowMissAction\":2", "\"flowMissAction\":1", nullptr},
+        {3, "\"padLen\":64", "\"padLen\":65", nullptr},
+        {12, "\"tci\":[1,0]", "\"tci\":[1,1]", nullptr},
+        {18, "\"hits\":[0,", "\"hits\":[1,", nullptr},
+        {19, "\"pacTblIdx\":2", "\"pacTblIdx\":3", nullptr},
+    };
+    for (const Edit &edit : edits) {
+        std::vector<std::string> lines = ExpectedLines(kHostOrder);
+        std::string &line = lines[edit.line - 1];
+        ReplaceOnce(line, edit.from, edit.to);
+        const std::string problem = ProblemOf(Joined(lines));
+        const std::string expected = "state.json:" + std::to_string(edit.line) + ": crc is \"";
+        EXPECT_EQ(expected, problem.substr(0, expected.size())) << problem;
+        line = Sealed(line);
+        EXPECT_EQ("", ProblemOf(Joined(lines))) << edit.to;
+    }
+}
+
+// Every eleventh byte of the file, in all its lines.
+TEST(JournalState, AChangedByteIsFoundInItsLine) {
+    const std::string good = Joined(ExpectedLines(kHostOrder));
+    for (std::size_t at = 0; at < good.size(); at += 11) {
+        std::string text = good;
+        text[at] = static_cast<char>(text[at] ^ (1 + at % 7));
+        const auto line = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+        const std::string where = "state.json:" + std::to_string(line) + ": ";
+        const std::string problem = ProblemOf(text);
+        ASSERT_EQ(where, problem.substr(0, where.size())) << "byte " << at << ": " << problem;
+    }
+}
+
+// What the hardware would refuse, in a line that says nothing else: no hardware held it.
+struct OutOfRange {
+    std::size_t line;
+    void (*put)(Image &record);
+    const char *what; // nullptr: the hardware takes it
+};
+
+const OutOfRange kRates[] = {
+    {20, [](Image &rl) { rl.Put32(4, 1000).Put32(8, 1); }, nullptr},
+    {20, [](Image &rl) { rl.Put32(4, 8064).Put32(8, 0); }, nullptr},
+    {20, [](Image &rl) { rl.Put32(4, 1001).Put32(8, 1); }, "cirRate is 1001, not a number from 0 to 1000"},
+    {20, [](Image &rl) { rl.Put32(4, 8065).Put32(8, 0); }, "cirRate is 8065, not a number from 0 to 8064"},
+    {21, [](Image &rl) { rl.Put32(4, 0).Put32(8, 2); }, "cirUnit is 2, not a number from 0 to 1"},
+    {21, [](Image &rl) { rl.Put32(4, 0).Put32(8, 0xFFFFFFFF); },
+     "cirUnit is 4294967295, not a number from 0 to 1"},
+};
+
+TEST(JournalState, RatesThatTheHardwareRefusesAreFound) {
+    for (const OutOfRange &c : kRates) {
+        for (const ByteOrder order : kBothOrders) {
+            Image rl = Image(16, order).Fill(0, 16, 0);
+            c.put(rl);
             std::vector<std::string> lines = ExpectedLines(order);
-            ASSERT_EQ(22u, lines.size());
-            const std::size_t at = lines[edit.line - 1].find(edit.from);
-            ASSERT_NE(std::string::npos, at) << edit.from << " in " << lines[edit.line - 1];
-            lines[edit.line - 1].replace(at, std::strlen(edit.from), edit.to);
-            // An index that is taken is found where it comes again.
-            const std::string expected =
-                edit.what != nullptr
-                    ? "state.json:" + std::to_string(edit.line) + ": " + edit.what
-                    : "state.json:" + std::to_string(edit.line + 1) + ": dscpTable 5 is out of order";
-            EXPECT_EQ(expected, ProblemOf(Joined(lines))) << edit.from << " -> " << edit.to;
+            const std::string head = lines[c.line - 1].substr(0, lines[c.line - 1].find("\"fields\""));
+            lines[c.line - 1] = Sealed(head + "\"fields\":" + DecodeRlCfg(rl.bytes(), order).dump() + "," +
+                                       Raw(rl.bytes()));
+            EXPECT_EQ(c.what == nullptr ? "" : "state.json:" + std::to_string(c.line) + ": " + c.what,
+                      ProblemOf(Joined(lines)))
+                << NameOf(order);
+        }
+    }
+}
+
+const OutOfRange kForwardings[] = {
+    {18, [](Image &fcb) { fcb.Put32(268, 1).Put32(272, 31).Put32(336, 7); }, nullptr},
+    {18, [](Image &fcb) { fcb.Put32(268, 1).Put32(272, 32); }, "flowPrio is 32, not a number from 0 to 31"},
+    {19, [](Image &fcb) { fcb.Put32(268, 1).Put32(336, 8); }, "fwdAction is 8, not a number from 0 to 7"},
+    {18, [](Image &fcb) { fcb.Put32(268, 0).Put32(272, 32).Put32(336, 8); }, nullptr},
+    {18, [](Image &fcb) { fcb.Put32(268, 2).Put32(272, 32).Put32(336, 8); }, nullptr},
+};
+
+TEST(JournalState, ForwardingThatTheHardwareRefusesIsFoundWhenItIsSet) {
+    for (const OutOfRange &c : kForwardings) {
+        for (const ByteOrder order : kBothOrders) {
+            FcbImage fcb(order);
+            c.put(fcb);
+            std::vector<std::string> lines = ExpectedLines(order);
+            const std::string head = lines[c.line - 1].substr(0, lines[c.line - 1].find("\"fcb\""));
+            lines[c.line - 1] = Sealed(head + "\"fcb\":" + DecodeFcb(fcb.bytes(), order).dump() +
+                                       ",\"fcbRaw\":\"" + ToHex(fcb.bytes()) + "\"}");
+            EXPECT_EQ(c.what == nullptr ? "" : "state.json:" + std::to_string(c.line) + ": " + c.what,
+                      ProblemOf(Joined(lines)))
+                << NameOf(order);
         }
     }
 }
