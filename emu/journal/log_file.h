@@ -1,17 +1,27 @@
 // The log of requests: lines of JSON.
 //
-//   {"format":"orxemu-log","version":1,"byteOrder":"big"}
-//   {"n":1,"request":27,"name":"activate-pac-table","fields":{...},"raw":"a5a5...","answer":{"index":0}}
+//   {"format":"orxemu-log","version":2,"byteOrder":"big","crc":"448c4032"}
+//   {"n":1,"request":27,"name":"activate-pac-table","fields":{...},"raw":"a5a5...","answer":{"index":0},
+//    "rawOut":"0000...","crc":"..."}
 //   {"n":2,"request":29,"name":"activate-flow","fields":{...},"raw":"...","fcb":{...},"fcbRaw":"...",
-//    "answer":{"errno":"EIO","fault":"fail"}}
-//   {"n":3,"open":"/dev/pktorx","answer":{"errno":"ENOENT"}}           an opening that failed
-//   {"end":{"requests":2,"failedOpens":1,"openDescriptors":0}}
+//    "answer":{"errno":"EIO","fault":"fail"},"crc":"..."}
+//   {"n":3,"open":"/dev/pktorx","answer":{"errno":"ENOENT"},"crc":"..."}           an opening that failed
+//   {"end":{"requests":2,"failedOpens":1,"openDescriptors":0},"crc":"..."}
 //
 // Lines are counted by `n`, from 1, without a gap. The raw bytes are what was sent; the fields are their
 // decoded form. A reader decodes the raw bytes again and refuses a line whose fields say something else, so
 // that an edited line is never sent to a driver. Bytes that the driver wrote are in "answer" and, as the
-// record came back, in "rawOut" when they differ from "raw". An unknown request number has no name, no
-// fields and no raw bytes. "fault" is "fail" (the hardware did nothing) or "answer-lost" (it did).
+// record came back, in "rawOut" when they differ from "raw": the index of an activation and the counters of
+// get-flow-hits, and only when the hardware took the request. An unknown request number has no name, no
+// fields and no raw bytes. "fault" is "fail" (the hardware did nothing) or "answer-lost" (it did; then the
+// bytes of the request are there).
+//
+// "crc" is the last member of every line, without blanks around it: the CRC-32 (emu/journal/checksum.h) of the
+// bytes of the line in front of `,"crc":`, the brace at the beginning included, in eight lower-case
+// hexadecimal digits. Behind it stand the closing brace and the line end. It finds the edits that no member
+// contradicts. It is looked at last: a line is refused for a member that is missing or says something else
+// first, because that names what has been edited. Other blanks and the order of the other members do not
+// count for a line that is signed as it is.
 #ifndef EMU_JOURNAL_LOG_FILE_H
 #define EMU_JOURNAL_LOG_FILE_H
 
@@ -94,7 +104,7 @@ class LogWriter {
 
 // Reads a whole log. False, with `problem` set, at the first line that does not check out: no JSON, a member
 // missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are not
-// the decoded raw bytes, anything behind the last line, a last line that is missing or counts something else.
+// the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything behind the last line, a last line that is missing or counts something else.
 // `log` has the good entries in front of it.
 //
 // A line with an unknown request number is good: the number may be from a later version of the driver.

@@ -1,16 +1,17 @@
 // What the hardware holds, as a file that survives the run: lines of JSON, one per object.
 //
-//   {"format":"orxemu-state","version":1,"byteOrder":"big"}
-//   {"global":{"flowMissAction":0,"rlStatus":0}}
-//   {"port":0,"defAcl":0,"padLen":64,"tpid":[...]}                          ports 0 to 8
-//   {"rlTci":0,"tci":[...]}                                                 directions 0 and 1
-//   {"asTable":0,"fields":{...},"raw":"..."}                                tables that are active
+//   {"format":"orxemu-state","version":2,"byteOrder":"big","crc":"4701f73e"}
+//   {"global":{"flowMissAction":0,"rlStatus":0},"crc":"..."}
+//   {"port":0,"defAcl":0,"padLen":64,"tpid":[...],"crc":"..."}                          ports 0 to 8
+//   {"rlTci":0,"tci":[...],"crc":"..."}                                                 directions 0 and 1
+//   {"asTable":0,"fields":{...},"raw":"...","crc":"..."}                                tables that are active
 //   {"dscpTable":...} {"pacTable":...}
-//   {"flow":0,"pacTblIdx":0,"epTblIdx":-1,"numFlows":1,"hits":[...],"fcb":{...},"fcbRaw":"..."}
-//   {"rl":0,"index":3,"fields":{...},"raw":"..."}                           limiters that are active
-//   {"end":{"objects":17}}
+//   {"flow":0,"pacTblIdx":0,"epTblIdx":-1,"numFlows":1,"hits":[...],"fcb":{...},"fcbRaw":"...","crc":"..."}
+//   {"rl":0,"index":3,"fields":{...},"raw":"...","crc":"..."}                           limiters that are active
+//   {"end":{"objects":17},"crc":"..."}
 //
-// As in logs the raw bytes count, and a reader refuses fields that say something else.
+// As in logs the raw bytes count, a reader refuses fields that say something else, and the checksum of a line is
+// looked at last. Settings, rates and forwarding that the hardware would refuse are refused too.
 #ifndef EMU_JOURNAL_STATE_FILE_H
 #define EMU_JOURNAL_STATE_FILE_H
 

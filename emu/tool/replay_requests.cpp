@@ -3,6 +3,7 @@
 #include "emu/tool/terminal.h"
 #include "qirapi/driver/driver_records.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -122,6 +123,7 @@ bool Replay::SendTranslated(Request &request) {
     }
     Bytes answered = request.record;
     const Answer answer = target_.Send(request.info.number, answered);
+    KeepTheAnswer(request, answered, answer);
     WriteLine(request, answered, answer);
     if (!answer.opened) {
         return Fail(request, target_.Name() + " cannot be opened: " + journal::ErrnoName(answer.err));
@@ -132,6 +134,20 @@ bool Replay::SendTranslated(Request &request) {
     NoteAccepted(request, answered, std::move(newPlace));
     ++counts_.accepted;
     return true;
+}
+
+// What a device writes elsewhere in a record is no answer, and a log with it could not be read.
+void Replay::KeepTheAnswer(const Request &request, Bytes &answered, const Answer &answer) const {
+    const bool accepted = answer.opened && answer.err == 0;
+    const auto [offset, size] = accepted ? journal::AnswerPlaceOf(request.info) : journal::AnswerPlace{};
+    Bytes kept = request.record;
+    std::copy_n(answered.begin() + static_cast<std::ptrdiff_t>(offset), size,
+                kept.begin() + static_cast<std::ptrdiff_t>(offset));
+    if (kept != answered) {
+        Tell(request.entry, std::string(request.info.name) + " (request " + std::to_string(request.n) +
+                                "): " + target_.Name() + " changed bytes that are no answer");
+        answered = std::move(kept);
+    }
 }
 
 bool Replay::Refuse(const Request &request, const std::string &what) {

@@ -58,6 +58,7 @@ class Replay {
 
     bool One(const journal::LogEntry &entry, std::size_t n);
     bool SendTranslated(Request &request);
+    void KeepTheAnswer(const Request &request, journal::Bytes &answered, const Answer &answer) const;
     bool Refuse(const Request &request, const std::string &what);
     bool Skip(const Request &request, const std::string &why);
     bool Fail(const Request &request, const std::string &what);

@@ -1,4 +1,6 @@
 // An FCB's own fields, its headers, and damaged request lists.
+#include "qirapi/private/fcb.h"
+#include "qirapi/private/req_list.h"
 #include "tests/journal/fcb_image.h"
 #include "tests/support/library.h"
 
@@ -277,6 +279,85 @@ TEST_F(JournalFcbOfLibrary, ATagThatLiesOnTheIpv4EntryDamagesItsList) {
     Bytes converted = fcb;
     ConvertFcb(converted, kHostOrder);
     EXPECT_EQ(DecodeFcb(fcb, kHostOrder).dump(), DecodeFcb(converted, Other(kHostOrder)).dump());
+}
+
+// Nobody has set forwarding information; a destination is there all the same, and the driver gets it.
+TEST_F(JournalFcbOfLibrary, ADestinationOfForwardingThatIsNotSetIsThere) {
+    FlowHdl flow = {};
+    ASSERT_EQ(0u, QIR_Alloc_FCB(1, &flow));
+    const FlowHdr filterHdr{e_BLKTYPE_FILTER, e_FLOWHDR_ETH};
+    ASSERT_EQ(0u, QIR_Alloc_Hdr(&flow, &filterHdr));
+    DstMask dst = {};
+    dst.portMask = 0x182; // user port 1, the GPON port, which is never added, and the host
+    dst.gemPortIdxMask = 0x4;
+    ASSERT_EQ(0u, QIR_Add_DstPortInfo(&flow, &dst));
+    ASSERT_EQ(0u, QIR_Activate_FCB(&flow));
+    const Json expected = Json::parse(R"({"flowPrio":0,"src":{"gemPortIdxMask":"unset","portMask":0},
+       "dst":{"gemQid":"unset","gemPortIdxMask":512,"portQid":"unset","portMask":258},
+       "fwdAction":["e_FWD_ACTION_LRN_ENABLE"]})");
+    Bytes fcb = LastFcb();
+    EXPECT_EQ("0", DecodeFcb(fcb, kHostOrder)["fwdInfoSet"].dump());
+    EXPECT_EQ(expected.dump(1), DecodeFcb(fcb, kHostOrder)["forwarding"].dump(1));
+    ConvertFcb(fcb, kHostOrder);
+    EXPECT_EQ(expected.dump(1), DecodeFcb(fcb, Other(kHostOrder))["forwarding"].dump(1));
+}
+
+// The fill pattern is a value like any other once forwarding information has been set as a whole.
+TEST(JournalFcb, WhatIsSetHasNoFillPattern) {
+    for (const ByteOrder order : kBothOrders) {
+        FcbImage fcb = MakeFull(order);
+        fcb.Fill(272, 68, 0xA5);
+        const Json decoded = DecodeFcb(fcb.bytes(), order)["forwarding"];
+        EXPECT_EQ("2779096485", decoded["src"]["gemPortIdxMask"].dump());
+        EXPECT_EQ("[165,165,165,165,165,165,165,165,165]", decoded["dst"]["portQid"].dump());
+    }
+}
+
+// The pool runs out while IPv4 is allocated: the lists of TCP and UDP, or of UDP alone, are never begun.
+TEST_F(JournalFcbOfLibrary, AListThatGotNoNodeIsNoList) {
+    for (const std::uint32_t blk : {e_BLKTYPE_FILTER, e_BLKTYPE_ACTION}) {
+        for (const unsigned nodesLeft : {1u, 2u}) {
+            FlowHdl flow = {};
+            ASSERT_EQ(0u, QIR_Alloc_FCB(1, &flow));
+            const FlowHdr eth{blk, e_FLOWHDR_ETH};
+            ASSERT_EQ(0u, QIR_Alloc_Hdr(&flow, &eth));
+            qir::Fcb *const shadow = qir::GetFCB(flow);
+            while (shadow->freeReqCount > nodesLeft) {
+                qir::ReqNode *node = nullptr;
+                ASSERT_EQ(0u, qir::Alloc_ReqNode(shadow, &node));
+            }
+            const FlowHdr ipv4{blk, e_FLOWHDR_IPV4};
+            testing::internal::CaptureStdout();
+            EXPECT_EQ(12u, QIR_Alloc_Hdr(&flow, &ipv4));
+            testing::internal::GetCapturedStdout();
+
+            const auto *const bytes = reinterpret_cast<const std::uint8_t *>(shadow);
+            Bytes fcb(bytes, bytes + kFcbBytes);
+            const char *const block = blk == e_BLKTYPE_FILTER ? "filter" : "action";
+            const char *const expected = R"([{"header":"eth","requests":[]},{"header":"ipv4","requests":[]}])";
+            EXPECT_EQ(expected, DecodeFcb(fcb, kHostOrder)[block]["headers"].dump()) << nodesLeft << " nodes";
+            ConvertFcb(fcb, kHostOrder);
+            EXPECT_EQ(expected, DecodeFcb(fcb, Other(kHostOrder))[block]["headers"].dump());
+            ConvertFcb(fcb, Other(kHostOrder));
+            EXPECT_EQ(Bytes(bytes, bytes + kFcbBytes), fcb);
+        }
+    }
+}
+
+// In a list of another header the fill pattern is damage.
+TEST(JournalFcb, OnlyTcpAndUdpMayHaveNoList) {
+    for (const HeaderPlace *header : {&kTcpFilter, &kUdpFilter, &kTcpAction, &kUdpAction}) {
+        FcbImage fcb(ByteOrder::Big);
+        fcb.AddHeader(header->hdrBmap == 40 ? kIpv4Filter : kIpv4Action);
+        fcb.Put16(header->entry + 2, 0xA5A5);
+        EXPECT_EQ(R"([{"header":"ipv4","requests":[]}])",
+                  DecodeFcb(fcb.bytes(), ByteOrder::Big)[header->block]["headers"].dump());
+    }
+    FcbImage fcb(ByteOrder::Big);
+    fcb.AddHeader(kIpv4Filter);
+    fcb.Put16(kIpv4Filter.entry + 2, 0xA5A5);
+    EXPECT_EQ(R"([{"header":"ipv4","requests":[{"damaged":"node 42405 lies outside the pool"}]}])",
+              DecodeFcb(fcb.bytes(), ByteOrder::Big)["filter"]["headers"].dump());
 }
 
 } // namespace

@@ -291,10 +291,10 @@ TEST(JournalState, ValuesThatAreAsGoodAreSigned) {
     }
 }
 
-// Every eleventh byte of the file, in all its lines.
+// Bytes all over the file.
 TEST(JournalState, AChangedByteIsFoundInItsLine) {
     const std::string good = Joined(ExpectedLines(kHostOrder));
-    for (std::size_t at = 0; at < good.size(); at += 11) {
+    for (std::size_t at = 0; at < good.size(); at += 101) {
         std::string text = good;
         text[at] = static_cast<char>(text[at] ^ (1 + at % 7));
         const auto line = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');

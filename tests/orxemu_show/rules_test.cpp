@@ -237,8 +237,9 @@ std::vector<ActionCase> ActionCases() {
         {On::Vlan0, e_VLAN_ACTION_COPY_VID_FROM_TAG, U32(1), "copy vid from inner"},
         {On::Vlan0, e_VLAN_ACTION_COPY_DEI_FROM_TAG, U32(1), "copy dei from inner"},
         {On::Vlan1, e_VLAN_ACTION_COPY_VID_FROM_TAG, U32(0), "copy inner vid from outer"},
-        {On::Vlan0, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, kNoValue, "pbits from dscp"},
-        {On::Vlan1, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, kNoValue, "inner pbits from dscp"},
+        {On::Vlan0, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, kNoValue, "pbits from dscp 0"},
+        {On::Vlan1, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, U32(0x12345678),
+         "inner pbits from dscp 305419896"},
         {On::Vlan0, e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE, kNoValue, "pbits from ethtype"},
         {On::Ipv4, e_IPV4_ACTION_DA, Put(kNet10), "set dst 10.0.0.0/8"},
         {On::Ipv4, e_IPV4_ACTION_SA, Put(kNet10), "set src 10.0.0.0/8"},
@@ -415,6 +416,52 @@ TEST_F(OrxemuRules, WhatIsNotAsUsualStandsBehindTheDestination) {
     EXPECT_EQ(RuleOf(other), "→ nowhere pac 1 pbits-source 2 section 2");
 }
 
+// What is written of forwarding information that was not set as a whole; its initial values are no destination.
+TEST_F(OrxemuRules, DestinationsThatWereAddedToNothing) {
+    FlowHdl flow = NewFlow();
+    EXPECT_EQ(RuleOf(flow), "→ nowhere");
+    DstMask host = {};
+    host.portMask = 0x100;
+    ASSERT_EQ(QIR_Add_DstPortInfo(&flow, &host), e_RET_OK);
+    EXPECT_EQ(RuleOf(flow), "→ host q0 learn no-override forwarding-not-set");
+    DstMask more = {};
+    more.portMask = 0x82;
+    more.gemPortIdxMask = 0x1;
+    ASSERT_EQ(QIR_Add_DstPortInfo(&flow, &more), e_RET_OK);
+    EXPECT_EQ(RuleOf(flow), "→ uni1 queue unset host q0 (gem 9) learn no-override forwarding-not-set");
+    ASSERT_EQ(QIR_Rem_DstPortInfo(&flow, &host), e_RET_OK);
+    EXPECT_EQ(RuleOf(flow), "→ uni1 queue unset (gem 9) learn no-override forwarding-not-set");
+    DstMask gem = {};
+    gem.portMask = 0x82;
+    gem.gemPortIdxMask = 0x200;
+    ASSERT_EQ(QIR_Rem_DstPortInfo(&flow, &gem), e_RET_OK);
+    EXPECT_EQ(RuleOf(flow), "→ nowhere");
+}
+
+// The hardware's copy of a flow may be told another forwarding than the library set.
+TEST_F(OrxemuRules, ForwardingThatNobodySetIsToldAsFarAsItGoes) {
+    const FlowHdl flow = NewFlow();
+    struct Written {
+        void (*write)(FwdInfo &fwd);
+        std::string rule;
+    };
+    const Written cases[] = {
+        {[](FwdInfo &fwd) { fwd.src.portMask = 1; },
+         "in uni0 → no port learn no-override forwarding-not-set"},
+        {[](FwdInfo &fwd) { fwd.flowPrio = 3; }, "→ no port learn no-override forwarding-not-set prio 3"},
+        {[](FwdInfo &fwd) { fwd.fwdAction = 1; }, "→ drop forwarding-not-set"},
+        {[](FwdInfo &fwd) { fwd.fwdAction = 2; }, "→ no port forwarding-not-set"},
+        {[](FwdInfo &fwd) { fwd.dst.portMask = 0x80, fwd.dst.gemPortIdxMask = 0x18; },
+         "→ gpon gem 3,4 queue unset learn no-override forwarding-not-set"},
+    };
+    for (const Written &written : cases) {
+        qir::Fcb fcb = *qir::GetFCB(flow);
+        written.write(fcb.fwdInfo);
+        const auto *bytes = reinterpret_cast<const std::uint8_t *>(&fcb);
+        EXPECT_EQ(RuleText(DecodeBoth(Bytes(bytes, bytes + sizeof fcb))), written.rule);
+    }
+}
+
 TEST_F(OrxemuRules, DamagedListsSaySo) {
     const FlowHdl flow = TranslatingFlow(200, 1200);
     qir::Fcb fcb = *qir::GetFCB(flow);
@@ -450,9 +497,9 @@ constexpr OddRequest kOddRequests[] = {
 
 TEST(OrxemuOddRules, EverythingIsSaid) {
     for (const OddRequest &odd : kOddRequests) {
-        Json fcb =
-            Json::parse(R"({"section":1,"tables":[],"asOverride":"e_AS_OVERRIDE_DISABLE","forwarding":"unset",
-                                   "filter":{"headers":[]},"action":{"headers":[]}})");
+        Json fcb = Json::parse(R"({"section":1,"tables":[],"asOverride":"e_AS_OVERRIDE_DISABLE",
+            "filter":{"headers":[]},"action":{"headers":[]},
+            "fwdInfoSet":0,"forwarding":{"fwdAction":["e_FWD_ACTION_LRN_ENABLE"]}})");
         fcb[odd.block]["headers"].push_back(
             {{"header", "vlan1"}, {"requests", Json::array({Json::parse(odd.request)})}});
         EXPECT_EQ(RuleText(fcb), std::string(odd.text) + " → nowhere");
