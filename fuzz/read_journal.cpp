@@ -1,5 +1,7 @@
-// Any bytes as a log or a state, as records and as an FCB. Nothing may crash, what is read has to be the same
-// when it is written and read again, and a conversion there and back changes nothing.
+// Any bytes as a log or a state, as they are and with every line signed, as records and as an FCB. Nothing may
+// crash, what is read has to be the same when it is written and read again, and a conversion there and back
+// changes nothing.
+#include "emu/journal/checksum.h"
 #include "emu/journal/rule_text.h"
 #include "emu/journal/state_file.h"
 
@@ -12,6 +14,7 @@ namespace {
 using namespace orxemu::journal;
 
 constexpr std::size_t kFcbBytes = ORXEMU_FCB_BYTES;
+constexpr std::size_t kFcbSizeWord = 4; // in a flow's record
 
 void Require(bool holds) {
     if (!holds) {
@@ -54,6 +57,26 @@ void ReadAsText(std::string_view text) {
     }
 }
 
+// The text with a right checksum in each line that ends as an object does: nobody guesses one.
+std::string Signed(std::string_view text) {
+    constexpr std::string_view kChecksum = ",\"crc\":\"";
+    std::string all;
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        std::string_view line = text.substr(0, end);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        if (line.ends_with('}')) {
+            const std::size_t sum = line.rfind(kChecksum);
+            line = line.substr(0, sum != std::string_view::npos ? sum : line.size() - 1);
+            all.append(line).append(kChecksum).append(ChecksumOf(line)).append("\"}");
+        } else {
+            all.append(line);
+        }
+        all.append(end == std::string_view::npos ? "" : "\n");
+    }
+    return all;
+}
+
 // `size` bytes of the input, with zeros behind its end.
 Bytes Take(ByteView input, std::size_t size) {
     Bytes bytes(size);
@@ -67,10 +90,12 @@ void ReadAsEntry(ByteView input, ByteOrder order) {
     LogEntry entry;
     entry.request = info.number;
     entry.recordRead = true;
-    entry.in = entry.out = Take(input, info.recordSize);
+    entry.in = Take(input, info.recordSize);
     if (info.copiesFcb) {
+        Store(entry.in, kFcbSizeWord, 4, order, kFcbBytes);
         entry.fcb = Take(input, kFcbBytes);
     }
+    entry.out = entry.in;
     LogEnd end;
     end.requests = 1;
     Log log;
@@ -102,7 +127,9 @@ void ReadAsFcb(ByteView input, ByteOrder order) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const ByteView input(data, size);
-    ReadAsText({reinterpret_cast<const char *>(data), size});
+    const std::string_view text(reinterpret_cast<const char *>(data), size);
+    ReadAsText(text);
+    ReadAsText(Signed(text));
     for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
         ReadAsEntry(input, order);
         ReadAsFcb(input, order);

@@ -102,7 +102,9 @@ TEST_F(OrxemuDiff, TroubleIsStatus2) {
     const ChildResult missing = RunTool({"diff", "/nonexistent/a", "/nonexistent/b"});
     EXPECT_EQ(missing.status, 2);
     EXPECT_EQ(LinesOf(missing.err).size(), 2u) << missing.err;
-    EXPECT_EQ(RunTool({"diff", log.Path()}).status, 2);
+    const ChildResult one = RunTool({"diff", log.Path()});
+    EXPECT_EQ(one.status, 2);
+    EXPECT_TRUE(one.err.ends_with("\norxemu: \"orxemu diff --help\" explains the command line\n")) << one.err;
 }
 
 } // namespace

@@ -191,6 +191,60 @@ TEST_F(OrxemuDiffLogs, AChangedFilterIsToldByItsType) {
                      "fcb.filter.eth.e_ETH_FILT_ETHTYPE.val [] [0x0800]"}));
 }
 
+// The activation of a flow that forwarding information was not set for, with what `change` does to it.
+Log NotSetLog(const std::function<void(FlowHdl &)> &change) {
+    orxemu_clearLog();
+    FlowHdl flow = {};
+    EXPECT_EQ(QIR_Alloc_FCB(1, &flow), e_RET_OK);
+    AllocHdrs(flow, e_BLKTYPE_FILTER, {e_FLOWHDR_ETH});
+    change(flow);
+    EXPECT_EQ(QIR_Activate_FCB(&flow), e_RET_OK);
+    return RecordedLog();
+}
+
+void AddPorts(FlowHdl &flow, uint32_t portMask) {
+    DstMask dst = {};
+    dst.portMask = portMask;
+    EXPECT_EQ(QIR_Add_DstPortInfo(&flow, &dst), e_RET_OK);
+}
+
+TEST_F(OrxemuDiffLogs, DestinationsOfForwardingThatIsNotSetCount) {
+    const Log log = NotSetLog([](FlowHdl &) {});
+    EXPECT_EQ(Compare(log, NotSetLog([](FlowHdl &flow) { AddPorts(flow, 0x2); })),
+              Lines({"~ 1 1 activate-flow: fcb.forwarding.dst.portMask [0x0] [0x2]"}));
+    // The queue of the first port of a call is that of all its ports: here none.
+    EXPECT_EQ(Compare(log, NotSetLog([](FlowHdl &flow) { AddPorts(flow, 0x102); })),
+              Lines({"~ 1 1 activate-flow: fcb.forwarding.dst.portQid[8] [0] [] "
+                     "fcb.forwarding.dst.portMask [0x0] [0x102]"}));
+    const Log set = NotSetLog([](FlowHdl &flow) {
+        FwdInfo fwd = {};
+        fwd.src.portMask = 1;
+        fwd.dst.portMask = 2;
+        fwd.fwdAction = e_FWD_ACTION_LRN_ENABLE;
+        EXPECT_EQ(QIR_Set_FwdInfo(&flow, &fwd), e_RET_OK);
+    });
+    const Lines lines = Compare(log, set);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].rfind("~ 1 1 activate-flow: fcb.fwdInfoSet [0] [1] ", 0), 0u) << lines[0];
+}
+
+TEST_F(OrxemuDiffLogs, TheValueOfATranslationOfPbitsCounts) {
+    const auto log = [](uint32_t value) {
+        return NotSetLog([value](FlowHdl &flow) {
+            AllocHdrs(flow, e_BLKTYPE_ACTION, {e_FLOWHDR_ETH, e_FLOWHDR_VLAN0});
+            VlanAction action = {};
+            action.type = e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP;
+            std::memcpy(&action.val, &value, sizeof value);
+            EXPECT_EQ(QIR_Config_VlanAction(&flow, &action), e_RET_OK);
+        });
+    };
+    const Log before = log(0x10002);
+    EXPECT_EQ(Compare(before, log(0x20002)),
+              Lines({"~ 1 1 activate-flow: fcb.action.vlan0.e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP.val "
+                     "[65538] [131074]"}));
+    EXPECT_EQ(Compare(before, InOtherOrder(before)), Lines());
+}
+
 // A flow with these actions on its outer tag.
 Log ActionsLog(std::initializer_list<uint32_t> types) {
     orxemu_clearLog();

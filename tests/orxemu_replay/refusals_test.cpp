@@ -1,7 +1,9 @@
 // Requests that are refused, were refused, or are not known.
 #include "tests/orxemu_replay/replay_test.h"
+#include "tests/support/capture.h"
 
 #include <cerrno>
+#include <unistd.h>
 
 namespace replay_test {
 
@@ -241,6 +243,47 @@ TEST_F(ReplayRefusalsTest, DeviceThatCannotBeOpenedEndsTheReplay) {
         EXPECT_EQ(orxemu_numRequests(), 2u);
         EXPECT_EQ(orxemu_openDescriptors(), 0);
     }
+}
+
+// Accepts everything but request 39, and writes all over the records.
+class CarelessTarget : public orxemu::tool::ReplayTarget {
+  public:
+    orxemu::tool::Answer Send(int request, std::span<std::uint8_t> record) override {
+        for (std::uint8_t &byte : record) {
+            byte = 0x11;
+        }
+        return {true, request == kSetRlStatus ? EIO : 0};
+    }
+    std::string Name() const override { return "a device"; }
+};
+
+// What is no answer is told, and left out of the log, which can be read.
+TEST_F(ReplayRefusalsTest, ADeviceThatWritesElsewhereIsTold) {
+    ASSERT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), 0);
+    ASSERT_EQ(Activate(kActivateFlow, FlowRecord(kNotSet)), 0u);
+    ASSERT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), 0);
+    const Log log = Read(RecordedText());
+    const std::string path = testing::TempDir() + "replay_careless_" + std::to_string(getpid()) + ".json";
+    orxemu::journal::LogWriter writer;
+    ASSERT_TRUE(writer.Open(path, log.order));
+    CarelessTarget target;
+    orxemu::tool::Replay replay(log, kLogName, target, writer, kKeepGoing);
+    const std::string err = test::CaptureBoth([&] { replay.Run(); }).err;
+    EXPECT_TRUE(writer.Close(replay.WrittenEnd()));
+    const char *const changed = "): a device changed bytes that are no answer";
+    EXPECT_EQ(err, Line(1, std::string("set-global (request 1") + changed) +
+                       Line(2, std::string("activate-flow (request 2") + changed) +
+                       Line(3, std::string("set-rl-status (request 3") + changed) +
+                       Refused(log, 3, "EIO"));
+    std::string text;
+    orxemu::journal::Problem problem;
+    EXPECT_TRUE(orxemu::journal::ReadFile(path, text, problem)) << problem.Text();
+    unlink(path.c_str());
+    const Log written = Read(text);
+    ASSERT_EQ(written.entries.size(), 3u);
+    EXPECT_EQ(written.entries[0].out, written.entries[0].in);
+    EXPECT_EQ(orxemu::journal::Load(written.entries[1].out, 0, 4, log.order), 0x11111111u);
+    EXPECT_EQ(written.entries[2].out, written.entries[2].in);
 }
 
 } // namespace

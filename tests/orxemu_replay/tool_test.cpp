@@ -17,6 +17,7 @@ namespace replay_test {
 
 namespace {
 
+using orxemu::journal::Bytes;
 using test::ChildResult;
 
 class ReplayToolTest : public ReplayTest {
@@ -195,6 +196,14 @@ TEST_F(ReplayToolTest, NothingIsSentFromAFileThatDoesNotCheckOut) {
     std::swap(swapped[11], swapped[12]);
     std::vector<std::string> dropped = lines;
     dropped.erase(dropped.begin() + 14);
+    // Signed, and the fields say the same.
+    const std::string otherSize = [] {
+        Log log = Recorded();
+        for (Bytes *record : {&log.entries[11].in, &log.entries[11].out}) {
+            orxemu::journal::Store(*record, 4, 4, log.order, 100);
+        }
+        return TextOf(log);
+    }();
     struct Row {
         const char *name;
         std::string text;
@@ -209,6 +218,8 @@ TEST_F(ReplayToolTest, NothingIsSentFromAFileThatDoesNotCheckOut) {
         {"field edited", with(2, "\"flowMissAction\":2", "\"flowMissAction\":1"), 2},
         {"number edited", with(28, "\"n\":27", "\"n\":28"), 28},
         {"raw edited", with(17, "\"raw\":\"a5", "\"raw\":\"b"), 17},
+        {"bytes that no field shows edited", with(13, "\"raw\":\"a5a5", "\"raw\":\"a5a6"), 13},
+        {"FCB of another size", otherSize, 13},
         {"lines swapped", joined(swapped), 12},
         {"line dropped", joined(dropped), 15},
         {"something behind the end", text + lines[1], kSessionRequests + 3},
@@ -377,7 +388,8 @@ TEST_F(ReplayToolTest, ArgumentsThatDoNotGoTogether) {
                                                  {log, "--state"}}) {
         const ChildResult run = Replay(args);
         EXPECT_EQ(run.status, 2);
-        EXPECT_NE(run.err, "");
+        const std::string hint = "\norxemu: \"orxemu replay --help\" explains the command line\n";
+        EXPECT_TRUE(run.err.ends_with(hint)) << run.err;
         EXPECT_EQ(run.out, "");
     }
     EXPECT_FALSE(Exists("s.json"));

@@ -131,9 +131,28 @@ TEST_F(OrxemuShow, VerboseShowsAllFieldsAndWhatIsUnset) {
               "\n      fcb.filter.vlan0.e_VLAN_FILT_VID.val: 200\n",
               "\n      fcb.action.vlan0.e_VLAN_ACTION_SET_VID.val: 1200\n",
               "\n      fcb.forwarding.dst.gemPortIdxMask: 0x8\n",
-              "\n      fcb.forwarding.dst.portQid: 0 0 0 0 0 0 0 0 0\n"}) {
+              "\n      fcb.fwdInfoSet: 1\n", "\n      fcb.forwarding.dst.portQid: 0 0 0 0 0 0 0 0 0\n"}) {
             EXPECT_NE(result.out.find(line), std::string::npos) << "no line" << line << "in\n" << result.out;
         }
+    }
+}
+
+TEST_F(OrxemuShow, VerboseShowsWhatIsWrittenOfForwardingThatIsNotSet) {
+    FlowHdl flow = {};
+    ASSERT_EQ(QIR_Alloc_FCB(1, &flow), e_RET_OK);
+    AllocHdrs(flow, e_BLKTYPE_FILTER, {e_FLOWHDR_ETH});
+    ASSERT_EQ(QIR_Activate_FCB(&flow), e_RET_OK);
+    const TemporaryFile file(TextOf(RecordedLog()));
+    const ChildResult result = RunTool({"show", "-v", file.Path()});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("→ nowhere"), std::string::npos) << result.out;
+    for (const char *line :
+         {"\n      fcb.fwdInfoSet: 0\n", "\n      fcb.forwarding.flowPrio: 0\n",
+          "\n      fcb.forwarding.src.gemPortIdxMask: unset\n", "\n      fcb.forwarding.src.portMask: 0x0\n",
+          "\n      fcb.forwarding.dst.gemQid: unset\n", "\n      fcb.forwarding.dst.gemPortIdxMask: 0x0\n",
+          "\n      fcb.forwarding.dst.portQid: unset unset unset unset unset unset unset unset 0\n",
+          "\n      fcb.forwarding.fwdAction: e_FWD_ACTION_LRN_ENABLE\n"}) {
+        EXPECT_NE(result.out.find(line), std::string::npos) << "no line" << line << "in\n" << result.out;
     }
 }
 
@@ -159,6 +178,9 @@ TEST_F(OrxemuShow, ADamagedLogIsShownUpToTheDamage) {
         {"cut in line 4", [](const std::string &t) { return t.substr(0, t.find("\"n\":3") + 20); }, 4, 2},
         {"no last line", [](const std::string &t) { return t.substr(0, t.find("{\"end\"")); }, 4, 3},
         {"edited value", [](const std::string &t) { return Replaced(t, "\"aclType\":1", "\"aclType\":0"); },
+         3, 1},
+        {"edited byte that no field shows",
+         [](const std::string &t) { return Replaced(t, "\"fields\":{\"cfgType\":\"def", "\"fields\": {\"cfgType\":\"def"); },
          3, 1},
         {"number left out", [](const std::string &t) { return Replaced(t, "\"n\":2", "\"n\":3"); }, 3, 1},
         {"text behind the end", [](const std::string &t) { return t + "{}\n"; }, 6, 4},
@@ -186,7 +208,12 @@ TEST_F(OrxemuShow, FilesThatCannotBeRead) {
     EXPECT_EQ(missing.err.rfind("orxemu: /nonexistent/orxemu.log: ", 0), 0u) << missing.err;
     EXPECT_EQ(missing.out, "");
     EXPECT_EQ(RunTool({"show"}).status, 2);
-    EXPECT_EQ(RunTool({"show", "--no-such-flag", "x"}).status, 2);
+    const ChildResult wrong = RunTool({"show", "--no-such-flag", "x"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_TRUE(wrong.err.ends_with("\norxemu: \"orxemu show --help\" explains the command line\n")) << wrong.err;
+    const ChildResult unknown = RunTool({"exhibit", "x"});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_TRUE(unknown.err.ends_with("\norxemu: \"orxemu --help\" explains the command line\n")) << unknown.err;
     const ChildResult help = RunTool({"show", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Example: orxemu show"), std::string::npos) << help.out;
