@@ -1,6 +1,6 @@
-// Any bytes as a log or a state, as they are and with every line signed, as records and as an FCB. Nothing may
-// crash, what is read has to be the same when it is written and read again, and a conversion there and back
-// changes nothing.
+// Any bytes as a log or a state, as they are and with every line signed, as records and as an FCB. Nothing
+// may crash, what is read has to be the same when it is written and read again, and a conversion there and
+// back changes nothing.
 #include "emu/journal/checksum.h"
 #include "emu/journal/rule_text.h"
 #include "emu/journal/state_file.h"

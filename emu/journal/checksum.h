@@ -14,8 +14,8 @@ namespace orxemu::journal {
 
 constexpr std::size_t kChecksumDigits = 8;
 
-// CRC-32 as Ethernet and zip have it (polynomial 0x04C11DB7, bits reflected, begun and ended with all ones), as
-// lower-case hexadecimal digits.
+// CRC-32 as Ethernet and zip have it (polynomial 0x04C11DB7, bits reflected, begun and ended with all ones),
+// as lower-case hexadecimal digits.
 std::string ChecksumOf(std::string_view text);
 
 } // namespace orxemu::journal

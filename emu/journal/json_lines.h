@@ -22,8 +22,8 @@ class JsonLines {
 
     // The next line's object, without its checksum. False at the end of the file. Throws Error.
     bool Next(Json &object);
-    // Throws Error when the line that Next delivered last is not the one that was written, by its checksum. To
-    // be called when its contents have been checked: they say better what is wrong.
+    // Throws Error when the line that Next delivered last is not the one that was written, by its checksum.
+    // To be called when its contents have been checked: they say better what is wrong.
     void MustBeIntact() const;
     // Number of the line that Next delivered last, from 1.
     std::size_t line() const { return line_; }

@@ -16,8 +16,8 @@
 // fields and no raw bytes. "fault" is "fail" (the hardware did nothing) or "answer-lost" (it did; then the
 // bytes of the request are there).
 //
-// "crc" is the last member of every line, without blanks around it: the CRC-32 (emu/journal/checksum.h) of the
-// bytes of the line in front of `,"crc":`, the brace at the beginning included, in eight lower-case
+// "crc" is the last member of every line, without blanks around it: the CRC-32 (emu/journal/checksum.h) of
+// the bytes of the line in front of `,"crc":`, the brace at the beginning included, in eight lower-case
 // hexadecimal digits. Behind it stand the closing brace and the line end. It finds the edits that no member
 // contradicts. It is looked at last: a line is refused for a member that is missing or says something else
 // first, because that names what has been edited. Other blanks and the order of the other members do not
@@ -103,9 +103,10 @@ class LogWriter {
 };
 
 // Reads a whole log. False, with `problem` set, at the first line that does not check out: no JSON, a member
-// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are not
-// the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything behind the last line, a last line that is missing or counts something else.
-// `log` has the good entries in front of it.
+// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are
+// not the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything
+// behind the last line, a last line that is missing or counts something else. `log` has the good entries in
+// front of it.
 //
 // A line with an unknown request number is good: the number may be from a later version of the driver.
 bool ReadLog(std::string_view text, const std::string &fileName, Log &log, Problem &problem);

@@ -1,6 +1,6 @@
-// A line is read in three steps: first what counts (request number, raw bytes, answer), then everything else is
-// written anew from that and has to be what the line says, and at last the line has to have its checksum. So
-// every member is checked, and none is trusted; and a member that says something else is named, which a
+// A line is read in three steps: first what counts (request number, raw bytes, answer), then everything else
+// is written anew from that and has to be what the line says, and at last the line has to have its checksum.
+// So every member is checked, and none is trusted; and a member that says something else is named, which a
 // checksum could not do.
 #include "emu/journal/json_lines.h"
 #include "emu/journal/log_lines.h"

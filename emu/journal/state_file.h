@@ -4,14 +4,14 @@
 //   {"global":{"flowMissAction":0,"rlStatus":0},"crc":"..."}
 //   {"port":0,"defAcl":0,"padLen":64,"tpid":[...],"crc":"..."}                          ports 0 to 8
 //   {"rlTci":0,"tci":[...],"crc":"..."}                                                 directions 0 and 1
-//   {"asTable":0,"fields":{...},"raw":"...","crc":"..."}                                tables that are active
+//   {"asTable":0,"fields":{...},"raw":"...","crc":"..."}                               tables that are active
 //   {"dscpTable":...} {"pacTable":...}
 //   {"flow":0,"pacTblIdx":0,"epTblIdx":-1,"numFlows":1,"hits":[...],"fcb":{...},"fcbRaw":"...","crc":"..."}
-//   {"rl":0,"index":3,"fields":{...},"raw":"...","crc":"..."}                           limiters that are active
+//   {"rl":0,"index":3,"fields":{...},"raw":"...","crc":"..."}                        limiters that are active
 //   {"end":{"objects":17},"crc":"..."}
 //
-// As in logs the raw bytes count, a reader refuses fields that say something else, and the checksum of a line is
-// looked at last. Settings, rates and forwarding that the hardware would refuse are refused too.
+// As in logs the raw bytes count, a reader refuses fields that say something else, and the checksum of a line
+// is looked at last. Settings, rates and forwarding that the hardware would refuse are refused too.
 #ifndef EMU_JOURNAL_STATE_FILE_H
 #define EMU_JOURNAL_STATE_FILE_H
 

@@ -334,7 +334,8 @@ TEST_F(JournalFcbOfLibrary, AListThatGotNoNodeIsNoList) {
             const auto *const bytes = reinterpret_cast<const std::uint8_t *>(shadow);
             Bytes fcb(bytes, bytes + kFcbBytes);
             const char *const block = blk == e_BLKTYPE_FILTER ? "filter" : "action";
-            const char *const expected = R"([{"header":"eth","requests":[]},{"header":"ipv4","requests":[]}])";
+            const char *const expected =
+                R"([{"header":"eth","requests":[]},{"header":"ipv4","requests":[]}])";
             EXPECT_EQ(expected, DecodeFcb(fcb, kHostOrder)[block]["headers"].dump()) << nodesLeft << " nodes";
             ConvertFcb(fcb, kHostOrder);
             EXPECT_EQ(expected, DecodeFcb(fcb, Other(kHostOrder))[block]["headers"].dump());

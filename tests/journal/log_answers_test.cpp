@@ -1,5 +1,5 @@
-// Requests that no hardware can have answered like this. Their lines are as a writer writes them: every member
-// is what the others say, and the checksum is right.
+// Requests that no hardware can have answered like this. Their lines are as a writer writes them: every
+// member is what the others say, and the checksum is right.
 #include "tests/journal/sample_log.h"
 
 namespace {
@@ -9,8 +9,8 @@ using namespace orxemu::journal;
 
 // "" when a log with this one entry is good.
 std::string ProblemOf(const LogEntry &entry, ByteOrder order) {
-    const LogEnd end = {.requests = entry.isOpen ? 0u : 1u, .failedOpens = entry.isOpen ? 1u : 0u,
-                        .openDescriptors = 0};
+    const LogEnd end = {
+        .requests = entry.isOpen ? 0u : 1u, .failedOpens = entry.isOpen ? 1u : 0u, .openDescriptors = 0};
     Log log;
     Problem problem;
     const std::string text = LogHeadLine(order) + LogEntryLine(entry, 1, order) + LogEndLine(end);
@@ -147,8 +147,8 @@ bool IsAnswer(int request, std::size_t byte) {
 TEST(JournalLogAnswers, ADriverWritesItsAnswerAndNothingElse) {
     for (const RequestInfo &info : AllRequests()) {
         const ByteOrder order = kHostOrder;
-        LogEntry good = info.copiesFcb ? Flow(info.number, order)
-                                       : Sent(info.number, Image(info.recordSize, order));
+        LogEntry good =
+            info.copiesFcb ? Flow(info.number, order) : Sent(info.number, Image(info.recordSize, order));
         for (std::size_t byte = 0; byte < info.recordSize; byte += byte < 40 ? 1 : 13) {
             LogEntry entry = good;
             entry.out[byte] ^= 0x10;

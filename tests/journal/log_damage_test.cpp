@@ -98,7 +98,8 @@ const Edit kEdits[] = {
     {4, "\"val\":1200", "\"val\":1201",
      "fcb.action.headers[0].requests[0].val is 1201, the raw bytes say 1200"},
     {4, "\"fwdInfoSet\":0", "\"fwdInfoSet\":1", "fcb.fwdInfoSet is 1, the raw bytes say 0"},
-    {4, "\"gemQid\":\"unset\"", "\"gemQid\":[]", "fcb.forwarding.dst.gemQid is [], the raw bytes say \"unset\""},
+    {4, "\"gemQid\":\"unset\"", "\"gemQid\":[]",
+     "fcb.forwarding.dst.gemQid is [], the raw bytes say \"unset\""},
     {4, "\"fcbRaw\":\"0", "\"fcbRaw\":\"0000", "fcbRaw is not made of hexadecimal digits in pairs"},
     {4, "\"fcbRaw\":\"0", "\"fcbRaw\":\"000", "fcbRaw has 1885 bytes, not 1884"},
     {4, "\"fcbRaw\":\"", "\"fcbRow\":\"", "fcbRaw is missing in a request that the hardware took"},
@@ -292,8 +293,7 @@ TEST(JournalLogDamage, ALineHasToEndWithItsChecksum) {
         {"{\"crc\":\"" + crc + "\"," + text.substr(1) + "}", kNone},
         {text + ",\"crc\":\"" + crc + "\",\"crc\":\"" + crc + "\"}", "\"crc\" is there twice"},
         {text + ",\"crc\":\"00000000\"}", "crc is \"00000000\", the text in front of it has \"@CRC\""},
-        {blank + ",\"crc\":\"@CRC\"}",
-         "crc is \"@CRC\", the text in front of it has \"@BLANK\""},
+        {blank + ",\"crc\":\"@CRC\"}", "crc is \"@CRC\", the text in front of it has \"@BLANK\""},
     };
     const auto filled = [&](std::string said) {
         for (const auto &[name, sum] : {std::pair("@CRC", crc), std::pair("@BLANK", CrcOf(blank))}) {
@@ -354,7 +354,8 @@ TEST(JournalLogDamage, EveryChangedByteIsFoundInItsLine) {
         const auto line = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');
         const std::string where = "log.json:" + std::to_string(line) + ": ";
         const std::string problem = ProblemOf(text);
-        ASSERT_EQ(where, problem.substr(0, where.size())) << "byte " << at << ", '" << good[at] << "': " << problem;
+        ASSERT_EQ(where, problem.substr(0, where.size()))
+            << "byte " << at << ", '" << good[at] << "': " << problem;
     }
 }
 

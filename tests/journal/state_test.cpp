@@ -328,8 +328,8 @@ TEST(JournalState, RatesThatTheHardwareRefusesAreFound) {
             c.put(rl);
             std::vector<std::string> lines = ExpectedLines(order);
             const std::string head = lines[c.line - 1].substr(0, lines[c.line - 1].find("\"fields\""));
-            lines[c.line - 1] = Sealed(head + "\"fields\":" + DecodeRlCfg(rl.bytes(), order).dump() + "," +
-                                       Raw(rl.bytes()));
+            lines[c.line - 1] =
+                Sealed(head + "\"fields\":" + DecodeRlCfg(rl.bytes(), order).dump() + "," + Raw(rl.bytes()));
             EXPECT_EQ(c.what == nullptr ? "" : "state.json:" + std::to_string(c.line) + ": " + c.what,
                       ProblemOf(Joined(lines)))
                 << NameOf(order);

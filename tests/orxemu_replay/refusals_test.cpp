@@ -273,8 +273,7 @@ TEST_F(ReplayRefusalsTest, ADeviceThatWritesElsewhereIsTold) {
     const char *const changed = "): a device changed bytes that are no answer";
     EXPECT_EQ(err, Line(1, std::string("set-global (request 1") + changed) +
                        Line(2, std::string("activate-flow (request 2") + changed) +
-                       Line(3, std::string("set-rl-status (request 3") + changed) +
-                       Refused(log, 3, "EIO"));
+                       Line(3, std::string("set-rl-status (request 3") + changed) + Refused(log, 3, "EIO"));
     std::string text;
     orxemu::journal::Problem problem;
     EXPECT_TRUE(orxemu::journal::ReadFile(path, text, problem)) << problem.Text();

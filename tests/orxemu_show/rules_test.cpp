@@ -238,8 +238,7 @@ std::vector<ActionCase> ActionCases() {
         {On::Vlan0, e_VLAN_ACTION_COPY_DEI_FROM_TAG, U32(1), "copy dei from inner"},
         {On::Vlan1, e_VLAN_ACTION_COPY_VID_FROM_TAG, U32(0), "copy inner vid from outer"},
         {On::Vlan0, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, kNoValue, "pbits from dscp 0"},
-        {On::Vlan1, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, U32(0x12345678),
-         "inner pbits from dscp 305419896"},
+        {On::Vlan1, e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, U32(0x12345678), "inner pbits from dscp 305419896"},
         {On::Vlan0, e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE, kNoValue, "pbits from ethtype"},
         {On::Ipv4, e_IPV4_ACTION_DA, Put(kNet10), "set dst 10.0.0.0/8"},
         {On::Ipv4, e_IPV4_ACTION_SA, Put(kNet10), "set src 10.0.0.0/8"},
@@ -416,7 +415,8 @@ TEST_F(OrxemuRules, WhatIsNotAsUsualStandsBehindTheDestination) {
     EXPECT_EQ(RuleOf(other), "→ nowhere pac 1 pbits-source 2 section 2");
 }
 
-// What is written of forwarding information that was not set as a whole; its initial values are no destination.
+// What is written of forwarding information that was not set as a whole; its initial values are no
+// destination.
 TEST_F(OrxemuRules, DestinationsThatWereAddedToNothing) {
     FlowHdl flow = NewFlow();
     EXPECT_EQ(RuleOf(flow), "→ nowhere");

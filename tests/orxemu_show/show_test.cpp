@@ -130,8 +130,8 @@ TEST_F(OrxemuShow, VerboseShowsAllFieldsAndWhatIsUnset) {
               "\n      fcb.filter.vlan0.e_VLAN_FILT_VID.cmpOp: e_CMP_EQ\n",
               "\n      fcb.filter.vlan0.e_VLAN_FILT_VID.val: 200\n",
               "\n      fcb.action.vlan0.e_VLAN_ACTION_SET_VID.val: 1200\n",
-              "\n      fcb.forwarding.dst.gemPortIdxMask: 0x8\n",
-              "\n      fcb.fwdInfoSet: 1\n", "\n      fcb.forwarding.dst.portQid: 0 0 0 0 0 0 0 0 0\n"}) {
+              "\n      fcb.forwarding.dst.gemPortIdxMask: 0x8\n", "\n      fcb.fwdInfoSet: 1\n",
+              "\n      fcb.forwarding.dst.portQid: 0 0 0 0 0 0 0 0 0\n"}) {
             EXPECT_NE(result.out.find(line), std::string::npos) << "no line" << line << "in\n" << result.out;
         }
     }
@@ -180,7 +180,9 @@ TEST_F(OrxemuShow, ADamagedLogIsShownUpToTheDamage) {
         {"edited value", [](const std::string &t) { return Replaced(t, "\"aclType\":1", "\"aclType\":0"); },
          3, 1},
         {"edited byte that no field shows",
-         [](const std::string &t) { return Replaced(t, "\"fields\":{\"cfgType\":\"def", "\"fields\": {\"cfgType\":\"def"); },
+         [](const std::string &t) {
+             return Replaced(t, "\"fields\":{\"cfgType\":\"def", "\"fields\": {\"cfgType\":\"def");
+         },
          3, 1},
         {"number left out", [](const std::string &t) { return Replaced(t, "\"n\":2", "\"n\":3"); }, 3, 1},
         {"text behind the end", [](const std::string &t) { return t + "{}\n"; }, 6, 4},
@@ -210,10 +212,12 @@ TEST_F(OrxemuShow, FilesThatCannotBeRead) {
     EXPECT_EQ(RunTool({"show"}).status, 2);
     const ChildResult wrong = RunTool({"show", "--no-such-flag", "x"});
     EXPECT_EQ(wrong.status, 2);
-    EXPECT_TRUE(wrong.err.ends_with("\norxemu: \"orxemu show --help\" explains the command line\n")) << wrong.err;
+    EXPECT_TRUE(wrong.err.ends_with("\norxemu: \"orxemu show --help\" explains the command line\n"))
+        << wrong.err;
     const ChildResult unknown = RunTool({"exhibit", "x"});
     EXPECT_EQ(unknown.status, 2);
-    EXPECT_TRUE(unknown.err.ends_with("\norxemu: \"orxemu --help\" explains the command line\n")) << unknown.err;
+    EXPECT_TRUE(unknown.err.ends_with("\norxemu: \"orxemu --help\" explains the command line\n"))
+        << unknown.err;
     const ChildResult help = RunTool({"show", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Example: orxemu show"), std::string::npos) << help.out;
