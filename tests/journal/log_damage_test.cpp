@@ -350,7 +350,7 @@ TEST(JournalLogDamage, EveryChangedByteIsFoundInItsLine) {
     for (unsigned round = 0; round < 400; ++round) {
         std::string text = good;
         const std::size_t at = random() % text.size();
-        text[at] = static_cast<char>(text[at] ^ (1 + random() % 255));
+        text[at] = Flipped(text[at], static_cast<unsigned>(1 + random() % 255));
         const auto line = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');
         const std::string where = "log.json:" + std::to_string(line) + ": ";
         const std::string problem = ProblemOf(text);

@@ -36,6 +36,11 @@ inline std::string Sealed(const std::string &line) {
     return text + std::string(kCrc) + CrcOf(text) + "\"}" + (line.ends_with('\n') ? "\n" : "");
 }
 
+// The byte with these bits turned round.
+inline char Flipped(char byte, unsigned bits) {
+    return static_cast<char>(static_cast<unsigned char>(byte) ^ bits);
+}
+
 // Replaces the first place where `from` stands.
 inline void ReplaceOnce(std::string &line, const std::string &from, const std::string &to) {
     const std::size_t at = line.find(from);

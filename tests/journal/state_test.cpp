@@ -296,7 +296,7 @@ TEST(JournalState, AChangedByteIsFoundInItsLine) {
     const std::string good = Joined(ExpectedLines(kHostOrder));
     for (std::size_t at = 0; at < good.size(); at += 101) {
         std::string text = good;
-        text[at] = static_cast<char>(text[at] ^ (1 + at % 7));
+        text[at] = Flipped(text[at], static_cast<unsigned>(1 + at % 7));
         const auto line = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');
         const std::string where = "state.json:" + std::to_string(line) + ": ";
         const std::string problem = ProblemOf(text);
