@@ -1,18 +1,66 @@
-// The bytes go through a pipe: the kernel reads or writes the caller's side of it and refuses a bad address.
-// The plain system calls are used, because a sanitizer's wrappers of read and write look at the address
-// themselves.
+// The kernel moves the bytes and refuses a bad address. It does so between this process and itself, as it
+// does between two processes; where that is not possible the bytes go through a pipe, which takes two
+// descriptors that the program may not have left.
+//
+// The plain system calls are used, because a sanitizer's wrappers look at the addresses themselves.
 #include "emu/caller_memory.h"
 
 #include "emu/next.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace orxemu {
 
 namespace {
+
+// --- As between two processes
+
+// 0, or the errno of a call that did not move all of the bytes.
+template <std::size_t kParts>
+int MoveBetween(long number, const iovec (&own)[kParts], const iovec (&callers)[kParts]) {
+    std::size_t size = 0;
+    for (const iovec &part : own) {
+        size += part.iov_len;
+    }
+    const long moved =
+        syscall(number, static_cast<long>(getpid()), own, kParts, callers, kParts, static_cast<long>(0));
+    if (moved < 0) {
+        return errno;
+    }
+    return static_cast<std::size_t>(moved) == size ? 0 : EFAULT;
+}
+
+iovec PartOf(const void *address, std::size_t size) {
+    return {const_cast<void *>(address), size};
+}
+
+// In numbers, because a caller's address may be any.
+iovec LastByteOf(const void *address, std::size_t size) {
+    const std::uintptr_t last = reinterpret_cast<std::uintptr_t>(address) + size - 1;
+    return {reinterpret_cast<void *>(last), 1}; // NOLINT(performance-no-int-to-ptr)
+}
+
+// The last byte comes first: the others lie on its page and on the one before, so that nothing is stored
+// when any of them cannot be read.
+int ReadDirectly(void *to, const void *callerFrom, std::size_t size) {
+    char last;
+    const iovec own[] = {PartOf(&last, sizeof last), PartOf(to, size)};
+    const iovec callers[] = {LastByteOf(callerFrom, size), PartOf(callerFrom, size)};
+    return MoveBetween(SYS_process_vm_readv, own, callers);
+}
+
+int WriteDirectly(void *callerTo, const void *from, std::size_t size) {
+    const iovec own[] = {PartOf(from, size)};
+    const iovec callers[] = {PartOf(callerTo, size)};
+    return MoveBetween(SYS_process_vm_writev, own, callers);
+}
+
+// --- Through a pipe
 
 // 0 when the call moved all bytes. Nothing blocks and nothing is too large for the pipe, so that less than
 // all bytes means that the rest could not be reached.
@@ -41,14 +89,24 @@ int CopyThroughPipe(void *to, const void *from, std::size_t size) {
     return err;
 }
 
+// When the direct way has failed. A filter of system calls or an emulator may not let it through, and it
+// does not reach all that a driver reaches, the pages of a device for one: the pipe decides, if there is one.
+int AskPipe(int directErr, void *to, const void *from, std::size_t size) {
+    const int err = CopyThroughPipe(to, from, size);
+    const bool noPipe = err == EMFILE || err == ENFILE;
+    return noPipe && directErr == EFAULT ? EFAULT : err;
+}
+
 } // namespace
 
 int CopyFromCaller(void *to, const void *callerFrom, std::size_t size) {
-    return CopyThroughPipe(to, callerFrom, size);
+    const int err = ReadDirectly(to, callerFrom, size);
+    return err == 0 ? 0 : AskPipe(err, to, callerFrom, size);
 }
 
 int CopyToCaller(void *callerTo, const void *from, std::size_t size) {
-    return CopyThroughPipe(callerTo, from, size);
+    const int err = WriteDirectly(callerTo, from, size);
+    return err == 0 ? 0 : AskPipe(err, callerTo, from, size);
 }
 
 } // namespace orxemu

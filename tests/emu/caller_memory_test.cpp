@@ -2,8 +2,17 @@
 #include "tests/emu/emu_test.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <initializer_list>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace emu_test {
@@ -34,6 +43,9 @@ class EmuCallerMemoryTest : public EmuTest {
         std::memcpy(place, record.Bytes().data(), record.Bytes().size());
         return place;
     }
+
+    // A record in the middle, which is still open.
+    static void *PlaceOf(const Record &record) { return PlaceAcross(record, record.Bytes().size()); }
 
     static Record FlowRecordAt(const void *fcbPlace) {
         return FlowRecord(kNotSet).Put32(8, Address32(fcbPlace));
@@ -135,6 +147,96 @@ TEST_F(EmuCallerMemoryTest, FcbMayEndWhereReadableMemoryEnds) {
     Protect(PROT_NONE);
     EXPECT_EQ(Send(kActivateFlow, FlowRecordAt(place)), 0);
     EXPECT_EQ(BytesAt(State().flow[0].fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
+}
+
+// Whether the kernel moves bytes from a process to itself; an emulator of another processor may not.
+bool MovesDirectly() {
+    char from = 'x';
+    char to = 0;
+    const iovec own = {&to, 1};
+    const iovec callers = {&from, 1};
+    return syscall(SYS_process_vm_readv, static_cast<long>(getpid()), &own, 1L, &callers, 1L, 0L) == 1;
+}
+
+TEST_F(EmuCallerMemoryTest, ProgramWithoutADescriptorLeftIsServed) {
+    if (!MovesDirectly()) {
+        GTEST_SKIP() << "needs process_vm_readv";
+    }
+    const int fd = ::open(kDevice, O_RDWR);
+    ASSERT_GE(fd, 0);
+    rlimit before = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    // The device has the lowest number that was free.
+    const rlimit none = {static_cast<rlim_t>(fd) + 1, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const int full = ::open("/dev/null", O_RDONLY);
+    const int fullErr = errno;
+
+    Record flow = FlowRecordAt(fcb.data());
+    const int activated = ::ioctl(fd, kActivateFlow, flow.Data());
+    errno = 0;
+    ::ioctl(fd, kSetGblCfg, nullptr);
+    const int unreadErr = errno;
+    void *place = PlaceOf(flow);
+    Protect(PROT_READ);
+    errno = 0;
+    ::ioctl(fd, kActivateFlow, place);
+    const int unwrittenErr = errno;
+
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(full, -1);
+    EXPECT_EQ(fullErr, EMFILE);
+    EXPECT_EQ(activated, 0);
+    EXPECT_EQ(flow.Word(0), 0u);
+    EXPECT_EQ(BytesAt(State().flow[0].fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
+    EXPECT_EQ(unreadErr, EFAULT);
+    EXPECT_EQ(unwrittenErr, EFAULT);
+    EXPECT_EQ(::close(fd), 0);
+}
+
+// From here on the two system calls fail in this process.
+bool RefuseDirectMoves() {
+    constexpr auto kNumber = static_cast<std::uint32_t>(offsetof(seccomp_data, nr));
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kNumber),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_process_vm_readv, 1, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_process_vm_writev, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {static_cast<unsigned short>(std::size(filter)), filter};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 && !MovesDirectly();
+}
+
+// In a child, because the refusal is for good.
+TEST_F(EmuCallerMemoryTest, RefusedSystemCallHasASubstitute) {
+    constexpr int kNoFilter = 77;
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (MovesDirectly() && !RefuseDirectMoves()) {
+            _exit(kNoFilter);
+        }
+        Record flow = FlowRecordAt(fcb.data());
+        EXPECT_EQ(Send(kActivateFlow, flow), 0);
+        EXPECT_EQ(flow.Word(0), 0u);
+        EXPECT_EQ(BytesAt(State().flow[0].fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
+        EXPECT_EQ(SendAt(kSetGblCfg, nullptr), EFAULT);
+        void *across = PlaceAcross(flow, 1);
+        void *within = PlaceOf(flow);
+        Protect(PROT_READ);
+        EXPECT_EQ(SendAt(kActivateFlow, within), EFAULT);
+        Protect(PROT_NONE);
+        EXPECT_EQ(SendAt(kDeactivateFlow, across), EFAULT);
+        _exit(HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNoFilter) {
+        GTEST_SKIP() << "needs a system that filters system calls";
+    }
+    EXPECT_EQ(status, 0) << "what the child expected does not hold";
 }
 
 #if UINTPTR_MAX > 0xFFFFFFFF
