@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,13 +20,12 @@ class Descriptor {
     explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor() { Close(); }
-    int fd() const { return fd_; }
-    bool Close() {
-        const int fd = fd_;
-        fd_ = -1;
-        return fd < 0 || close(fd) == 0;
+    ~Descriptor() {
+        if (fd_ >= 0) {
+            close(fd_);
+        }
     }
+    int fd() const { return fd_; }
 
   private:
     int fd_;
@@ -53,13 +53,53 @@ std::string RealPath(const std::string &path) {
     return real != nullptr ? real.get() : path;
 }
 
-// A new file beside `path`, and its name.
-int CreateBeside(const std::string &path, std::string &name) {
-    for (unsigned attempt = 0;; ++attempt) {
-        name = path + ".new." + std::to_string(getpid()) + "." + std::to_string(attempt);
+// Whether the file still has the name, which its writer gives up when it is done. (Its number may not fit
+// into what the older call tells.)
+bool HasName(int fd, const std::string &name) {
+    struct statx file = {};
+    struct statx named = {};
+    return statx(fd, "", AT_EMPTY_PATH, STATX_INO, &file) == 0 &&
+           statx(AT_FDCWD, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_INO, &named) == 0 &&
+           file.stx_ino == named.stx_ino && file.stx_dev_major == named.stx_dev_major &&
+           file.stx_dev_minor == named.stx_dev_minor;
+}
+
+bool LockFile(int fd) {
+    int result;
+    do {
+        result = flock(fd, LOCK_EX);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+// Waits for the writer whose file has the name, and removes the file of one that was killed. False, with
+// errno, when that is not possible.
+bool RemoveLeft(const std::string &name) {
+    const Descriptor left(open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (left.fd() < 0) {
+        return errno == ENOENT;
+    }
+    return LockFile(left.fd()) && (!HasName(left.fd(), name) || unlink(name.c_str()) == 0);
+}
+
+// A new file, locked. The name is the same every time, so that what a writer leaves that is killed is found;
+// another one waits for its turn.
+int CreateBeside(const std::string &name) {
+    for (;;) {
         const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || errno != EEXIST) {
-            return fd;
+        if (fd >= 0) {
+            const bool locked = LockFile(fd);
+            if (locked && HasName(fd, name)) {
+                return fd;
+            }
+            close(fd);
+            if (!locked) {
+                unlink(name.c_str());
+                return -1;
+            }
+            // Another writer came in between and took it for left.
+        } else if (errno != EEXIST || !RemoveLeft(name)) {
+            return -1;
         }
     }
 }
@@ -108,13 +148,14 @@ bool WriteFileAtomically(const std::string &path, std::string_view text, Problem
         problem = {path, 0, "cannot be written: it is no regular file"};
         return false;
     }
-    std::string name;
-    Descriptor file(CreateBeside(target, name));
+    const std::string name = target + ".orxemu-new";
+    Descriptor file(CreateBeside(name));
     if (file.fd() < 0) {
         problem = About(path, kCannotWrite, errno);
         return false;
     }
-    if (WriteContents(file.fd(), text, exists ? &replaced : nullptr) && file.Close() &&
+    // It is closed, and with that unlocked, when it has given up the name.
+    if (WriteContents(file.fd(), text, exists ? &replaced : nullptr) &&
         rename(name.c_str(), target.c_str()) == 0) {
         return true;
     }

@@ -98,15 +98,58 @@ TEST(JournalFiles, AtomicWritingFollowsALink) {
     EXPECT_TRUE(std::filesystem::is_symlink(folder.File("link")));
 }
 
-TEST(JournalFiles, AtomicWritingWorksBesideALeftFile) {
+TEST(JournalFiles, AtomicWritingRemovesWhatAKilledWriterHasLeft) {
     const TempFolder folder;
-    const std::string left = folder.File("state.new." + std::to_string(getpid()) + ".0");
-    WriteText(left, "somebody's");
+    const std::string left = folder.File("state.orxemu-new");
+    WriteText(left, "half of a");
+    ASSERT_EQ(0, link(left.c_str(), folder.File("other name").c_str()));
     Problem problem;
     EXPECT_TRUE(WriteFileAtomically(folder.File("state"), "new", problem)) << problem.Text();
     EXPECT_EQ("new", TextOf(folder.File("state")));
-    EXPECT_EQ("somebody's", TextOf(left));
-    EXPECT_EQ(2u, folder.NumFiles());
+    EXPECT_FALSE(std::filesystem::exists(left));
+    EXPECT_EQ("half of a", TextOf(folder.File("other name"))) << "nothing is written into it";
+}
+
+TEST(JournalFiles, WhatIsInTheWayIsLeft) {
+    const TempFolder folder;
+    WriteText(folder.File("state"), "old");
+    ASSERT_EQ(0, symlink("elsewhere", folder.File("state.orxemu-new").c_str()));
+    Problem problem;
+    EXPECT_FALSE(WriteFileAtomically(folder.File("state"), "new", problem));
+    EXPECT_EQ(folder.File("state") + ": cannot be written: Too many levels of symbolic links",
+              problem.Text());
+    EXPECT_EQ("old", TextOf(folder.File("state")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.File("state.orxemu-new")));
+}
+
+// Each finds the other's file in its way, again and again, and must never take it for its own.
+TEST(JournalFiles, WritersOfOneFileTakeTurns) {
+    const TempFolder folder;
+    const std::string path = folder.File("state");
+    constexpr int kWriters = 4;
+    constexpr int kTimes = 100;
+    std::vector<pid_t> writers;
+    for (int writer = 0; writer < kWriters; ++writer) {
+        writers.push_back(fork());
+        ASSERT_GE(writers.back(), 0);
+        if (writers.back() == 0) {
+            const std::string text(50000, static_cast<char>('a' + writer));
+            bool good = true;
+            for (int i = 0; i < kTimes; ++i) {
+                Problem problem;
+                std::string now;
+                good = good && WriteFileAtomically(path, text, problem) && ReadFile(path, now, problem) &&
+                       now == std::string(text.size(), now.empty() ? '\0' : now.front());
+            }
+            _exit(good ? 0 : 1);
+        }
+    }
+    for (const pid_t writer : writers) {
+        int status = 0;
+        ASSERT_EQ(writer, waitpid(writer, &status, 0));
+        EXPECT_EQ(0, status);
+    }
+    EXPECT_EQ(1u, folder.NumFiles());
 }
 
 TEST(JournalFiles, AtomicWritingReplacesRegularFilesOnly) {
