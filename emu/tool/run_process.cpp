@@ -11,6 +11,16 @@ namespace orxemu::tool {
 
 namespace {
 
+// With the real-time signals, those that others send and that end a process. A timer that was set before the
+// tool is the tool's, and its signal meant for the program.
+constexpr int kPassedOn[] = {SIGTERM,   SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGABRT,
+#ifdef SIGSTKFLT
+                             SIGSTKFLT,
+#endif
+                             SIGIO,     SIGPWR};
+// The keyboard's, and that of a standard stream whose reader is gone.
+constexpr int kIgnored[] = {SIGINT, SIGQUIT, SIGPIPE};
+
 // Where the handler writes the numbers of signals.
 volatile sig_atomic_t signalPipe = -1;
 
@@ -69,25 +79,20 @@ SignalHandling::SignalHandling() {
     readingEnd_.Reset(ends[0]);
     writingEnd_.Reset(ends[1]);
     signalPipe = ends[1];
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        sigaction(kSignals[i], nullptr, &before_[i]);
-        switch (kSignals[i]) {
-        case SIGCHLD:
-            Set(i, NoteSignal);
-            break;
-        case SIGTERM:
-        case SIGHUP:
-            // A program that was started with nohup keeps that.
-            Set(i, before_[i].sa_handler == SIG_IGN ? SIG_IGN : NoteSignal);
-            break;
-        default:
-            Set(i, SIG_IGN);
-        }
+    Handle(SIGCHLD, NoteSignal);
+    for (const int signal : kPassedOn) {
+        PassOn(signal);
+    }
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
+        PassOn(signal);
+    }
+    for (const int signal : kIgnored) {
+        Handle(signal, SIG_IGN);
     }
     sigset_t own;
     sigemptyset(&own);
-    for (const int signal : kSignals) {
-        sigaddset(&own, signal);
+    for (const Before &before : before_) {
+        sigaddset(&own, before.signal);
     }
     sigprocmask(SIG_UNBLOCK, &own, &blockedBefore_);
 }
@@ -97,16 +102,27 @@ SignalHandling::~SignalHandling() {
     signalPipe = -1;
 }
 
-void SignalHandling::Set(std::size_t index, void (*handler)(int)) {
+void SignalHandling::Handle(int signal, void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
-    sigaction(kSignals[index], &action, nullptr);
+    Before before = {signal, {}};
+    // An emulator may keep a signal for itself.
+    if (sigaction(signal, &action, &before.action) == 0) {
+        before_.push_back(before);
+    }
+}
+
+void SignalHandling::PassOn(int signal) {
+    struct sigaction now = {};
+    if (sigaction(signal, nullptr, &now) == 0) {
+        Handle(signal, now.sa_handler == SIG_IGN ? SIG_IGN : NoteSignal);
+    }
 }
 
 void SignalHandling::Restore() const {
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        sigaction(kSignals[i], &before_[i], nullptr);
+    for (const Before &before : before_) {
+        sigaction(before.signal, &before.action, nullptr);
     }
     sigprocmask(SIG_SETMASK, &blockedBefore_, nullptr);
 }

@@ -5,13 +5,14 @@
 #include "emu/tool/run_program.h"
 #include "emu/tool/run_session.h"
 
-#include <array>
 #include <csignal>
 #include <sys/types.h>
+#include <vector>
 
 namespace orxemu::tool {
 
-// What the tool does with signals while it lives. The keyboard's are the program's, which gets them too.
+// What the tool does with signals while it lives: those that would end it are passed on, those of the keyboard
+// are the program's, which gets them too. Signals about the tool itself stay as they are.
 class SignalHandling {
   public:
     SignalHandling();
@@ -24,14 +25,18 @@ class SignalHandling {
     int descriptor() const { return readingEnd_.get(); }
     int Next() const;
 
-    static constexpr std::array kSignals = {SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGPIPE};
-
   private:
-    void Set(std::size_t index, void (*handler)(int));
+    struct Before {
+        int signal;
+        struct sigaction action;
+    };
+    void Handle(int signal, void (*handler)(int));
+    // One that was ignored stays so: a program that was started with nohup keeps that.
+    void PassOn(int signal);
 
     OwnedDescriptor readingEnd_;
     OwnedDescriptor writingEnd_;
-    std::array<struct sigaction, kSignals.size()> before_ = {};
+    std::vector<Before> before_;
     sigset_t blockedBefore_ = {};
 };
 

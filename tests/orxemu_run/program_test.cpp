@@ -130,8 +130,16 @@ TEST_F(ProgramTest, ArgumentsArriveAsTheyAre) {
     EXPECT_EQ(mark.status, 99);
 }
 
-TEST_F(ProgramTest, TerminationIsPassedOn) {
-    for (const int signal : {SIGTERM, SIGHUP}) {
+TEST_F(ProgramTest, WhatWouldEndTheToolIsPassedOn) {
+    std::vector<int> signals = {SIGTERM,   SIGHUP,  SIGUSR1, SIGUSR2, SIGALRM,
+                                SIGVTALRM, SIGPROF, SIGABRT, SIGIO,   SIGPWR};
+#ifdef SIGSTKFLT
+    signals.push_back(SIGSTKFLT);
+#endif
+    if (!Emulated()) { // which has real-time signals of its own
+        signals.insert(signals.end(), {SIGRTMIN, SIGRTMAX});
+    }
+    for (const int signal : signals) {
         Child child(RunWords({"--log", Path("a.json")},
                              {DEVICE_USER, "await-signal=" + std::to_string(signal), "status=1", "exit=3"}),
                     {});
@@ -141,6 +149,18 @@ TEST_F(ProgramTest, TerminationIsPassedOn) {
         EXPECT_EQ(outcome.out, "ready\nsignal " + std::to_string(signal) + "\nstatus 1: ok\n");
         EXPECT_EQ(outcome.status, 3);
         EXPECT_EQ(ReadLog("a.json").end.requests, 1u) << "the log goes on to the end of the program";
+    }
+}
+
+TEST_F(ProgramTest, WhatIsPassedOnEndsAProgramThatDoesNotExpectIt) {
+    for (const int signal : {SIGUSR1, SIGALRM}) {
+        Child child(RunWords({"--log", Path("a.json")},
+                             {DEVICE_USER, "status=1", "environment=none", "wait=" + Path("never")}),
+                    {});
+        AwaitOutput(child, "none=");
+        kill(child.pid(), signal);
+        EXPECT_EQ(child.Finish().status, 128 + signal);
+        EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
     }
 }
 
@@ -156,7 +176,7 @@ TEST_F(ProgramTest, KeyboardSignalsAreTheProgramsOnly) {
 TEST_F(ProgramTest, ProgramInheritsHowSignalsAreHandled) {
     EXPECT_EQ(RunSteps({}, {"handling=1", "handling=2", "handling=3", "handling=13", "handling=15"}).out,
               "signal 1 default\nsignal 2 default\nsignal 3 default\nsignal 13 default\nsignal 15 default\n");
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM}) {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGUSR1, SIGALRM}) {
         const Words step = {"handling=" + std::to_string(signal)};
         Conditions conditions;
         conditions.ignoredSignal = signal;
