@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace orxemu {
 
@@ -20,14 +21,19 @@ namespace {
 // A descriptor of the device is a real one, of a device that is always there, so that its number is taken.
 constexpr const char *kPlaceholderPath = "/dev/null";
 
-// A descriptor of the device in each place, plus 1; 0 in a free one. A program's threads open and close
-// descriptors at any time.
-constinit std::atomic<int> places[ORXEMU_MAX_DESCRIPTORS] = {};
+// A program's threads open and close descriptors at any time.
+struct Place {
+    std::atomic<int> taken; // by a descriptor of the device, plus 1; 0: free
+    // The process that opened it. A child has inherited the place, and its copy of the descriptor does not
+    // count.
+    std::atomic<pid_t> opener;
+};
+constinit Place places[ORXEMU_MAX_DESCRIPTORS] = {};
 
 // Null when it is not the device's.
-std::atomic<int> *FindDescriptor(int fd) {
-    for (std::atomic<int> &place : places) {
-        if (fd >= 0 && place.load() == fd + 1) {
+Place *FindDescriptor(int fd) {
+    for (Place &place : places) {
+        if (fd >= 0 && place.taken.load() == fd + 1) {
             return &place;
         }
     }
@@ -36,9 +42,11 @@ std::atomic<int> *FindDescriptor(int fd) {
 
 // False when all places are taken.
 bool RememberDescriptor(int fd) {
-    for (std::atomic<int> &place : places) {
+    for (Place &place : places) {
         int expected = 0;
-        if (place.compare_exchange_strong(expected, fd + 1)) {
+        if (place.taken.compare_exchange_strong(expected, fd + 1)) {
+            place.opener = getpid();
+            CountDescriptors(1);
             return true;
         }
     }
@@ -126,6 +134,7 @@ int IoctlDevice(int request, void *record) {
     int err;
     {
         const HardwareLock lock;
+        ExpectReport();
         Fault fault = TakeRequestFault(TheHardware().faults, request);
         bool recordRead = false;
         OrxEmuRequest &entry = NewLogEntry();
@@ -139,9 +148,14 @@ int IoctlDevice(int request, void *record) {
 }
 
 void ForgetDescriptor(int fd) {
-    std::atomic<int> *found = FindDescriptor(fd);
-    if (found != nullptr) {
-        found->store(0);
+    Place *found = FindDescriptor(fd);
+    if (found == nullptr) {
+        return;
+    }
+    const pid_t opener = found->opener;
+    int expected = fd + 1;
+    if (found->taken.compare_exchange_strong(expected, 0) && opener == getpid()) {
+        CountDescriptors(-1);
     }
 }
 
@@ -149,8 +163,8 @@ void ForgetDescriptor(int fd) {
 
 int orxemu_openDescriptors() {
     int open = 0;
-    for (const std::atomic<int> &place : orxemu::places) {
-        open += place.load() != 0 ? 1 : 0;
+    for (const orxemu::Place &place : orxemu::places) {
+        open += place.taken.load() != 0 ? 1 : 0;
     }
     return open;
 }

@@ -12,13 +12,12 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
-
-using NextOpenFn = int (*)(const char *, int, mode_t);
 
 // A file mode was passed only when the flags may create a file.
 mode_t ModeOf(int flags, std::va_list args) {
@@ -26,22 +25,39 @@ mode_t ModeOf(int flags, std::va_list args) {
     return passed ? va_arg(args, mode_t) : 0;
 }
 
-int HookedOpen(const char *path, int flags, mode_t mode, NextOpenFn nextOpen) {
+template <class Next> int HookedOpen(const char *path, int flags, Next next) {
     if (orxemu::IsDevicePath(path)) {
         orxemu::JoinSession(); // before Join() when another library opens the device while it is loaded
         return orxemu::OpenDevice(flags);
     }
-    const int fd = nextOpen(path, flags, mode);
+    const int fd = next();
     orxemu::ForgetDescriptor(fd);
     return fd;
 }
 
-__attribute__((constructor)) void Join() {
-    orxemu::JoinSession();
+// What the kernel does to a descriptor of any kind: no driver hears of it.
+bool IsForAnyDescriptor(unsigned long request) {
+    switch (static_cast<std::uint32_t>(request)) {
+    case static_cast<std::uint32_t>(FIOCLEX):
+    case static_cast<std::uint32_t>(FIONCLEX):
+    case static_cast<std::uint32_t>(FIONBIO):
+    case static_cast<std::uint32_t>(FIOASYNC):
+        return true;
+    default:
+        return false;
+    }
 }
 
-__attribute__((destructor)) void Leave() {
-    orxemu::LeaveSession(orxemu_openDescriptors());
+template <class Next> int HookedIoctl(int fd, unsigned long request, void *arg, Next next) {
+    if (IsForAnyDescriptor(request) || !orxemu::IsDeviceDescriptor(fd)) {
+        return next(fd, request, arg);
+    }
+    // Like the kernel, the device looks at the low 32 bits of the number only.
+    return orxemu::IoctlDevice(static_cast<int>(request), arg);
+}
+
+__attribute__((constructor)) void Join() {
+    orxemu::JoinSession();
 }
 
 } // namespace
@@ -55,7 +71,7 @@ int open(const char *path, int flags, ...) {
     va_start(args, flags);
     const mode_t mode = ModeOf(flags, args);
     va_end(args);
-    return HookedOpen(path, flags, mode, orxemu::NextOpen);
+    return HookedOpen(path, flags, [=] { return orxemu::NextOpen(path, flags, mode); });
 }
 
 int open64(const char *path, int flags, ...) {
@@ -63,16 +79,41 @@ int open64(const char *path, int flags, ...) {
     va_start(args, flags);
     const mode_t mode = ModeOf(flags, args);
     va_end(args);
-    return HookedOpen(path, flags, mode, orxemu::NextOpen64);
+    return HookedOpen(path, flags, [=] { return orxemu::NextOpen64(path, flags, mode); });
+}
+
+// The device's path begins at the root, so that the folder does not matter.
+int openat(int folder, const char *path, int flags, ...) {
+    std::va_list args;
+    va_start(args, flags);
+    const mode_t mode = ModeOf(flags, args);
+    va_end(args);
+    return HookedOpen(path, flags, [=] { return orxemu::NextOpenAt(folder, path, flags, mode); });
+}
+
+int openat64(int folder, const char *path, int flags, ...) {
+    std::va_list args;
+    va_start(args, flags);
+    const mode_t mode = ModeOf(flags, args);
+    va_end(args);
+    return HookedOpen(path, flags, [=] { return orxemu::NextOpenAt64(folder, path, flags, mode); });
 }
 
 #ifdef __GLIBC__
 int __open_2(const char *path, int flags) {
-    return HookedOpen(path, flags, 0, orxemu::NextFortifiedOpen);
+    return HookedOpen(path, flags, [=] { return orxemu::NextFortifiedOpen(path, flags); });
 }
 
 int __open64_2(const char *path, int flags) {
-    return HookedOpen(path, flags, 0, orxemu::NextFortifiedOpen64);
+    return HookedOpen(path, flags, [=] { return orxemu::NextFortifiedOpen64(path, flags); });
+}
+
+int __openat_2(int folder, const char *path, int flags) {
+    return HookedOpen(path, flags, [=] { return orxemu::NextFortifiedOpenAt(folder, path, flags); });
+}
+
+int __openat64_2(int folder, const char *path, int flags) {
+    return HookedOpen(path, flags, [=] { return orxemu::NextFortifiedOpenAt64(folder, path, flags); });
 }
 #endif
 
@@ -81,10 +122,19 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(args, request);
     void *arg = va_arg(args, void *);
     va_end(args);
-    // Like the kernel, the device looks at the low 32 bits of the number only.
-    return orxemu::IsDeviceDescriptor(fd) ? orxemu::IoctlDevice(static_cast<int>(request), arg)
-                                          : orxemu::NextIoctl(fd, request, arg);
+    return HookedIoctl(fd, request, arg, orxemu::NextIoctl);
 }
+
+#if defined(__GLIBC__) && __TIMESIZE == 32
+// What ioctl is called in programs whose time has 64 bits though the C library's had 32 at first.
+int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
+    std::va_list args;
+    va_start(args, request);
+    void *arg = va_arg(args, void *);
+    va_end(args);
+    return HookedIoctl(fd, request, arg, orxemu::NextIoctlTime64);
+}
+#endif
 
 int close(int fd) {
     // Programs close what they may have inherited, one number after the other.

@@ -9,6 +9,8 @@ namespace {
 
 using OpenFn = int (*)(const char *, int, ...);
 using FortifiedOpenFn = int (*)(const char *, int);
+using OpenAtFn = int (*)(int, const char *, int, ...);
+using FortifiedOpenAtFn = int (*)(int, const char *, int);
 using IoctlFn = int (*)(int, unsigned long, ...);
 using CloseFn = int (*)(int);
 
@@ -35,19 +37,44 @@ int NextOpen64(const char *path, int flags, mode_t mode) {
     return CallNext(fn, "open64", path, flags, mode);
 }
 
-int NextFortifiedOpen(const char *path, int flags, mode_t) {
+int NextOpenAt(int folder, const char *path, int flags, mode_t mode) {
+    static constinit OpenAtFn fn = nullptr;
+    return CallNext(fn, "openat", folder, path, flags, mode);
+}
+
+int NextOpenAt64(int folder, const char *path, int flags, mode_t mode) {
+    static constinit OpenAtFn fn = nullptr;
+    return CallNext(fn, "openat64", folder, path, flags, mode);
+}
+
+int NextFortifiedOpen(const char *path, int flags) {
     static constinit FortifiedOpenFn fn = nullptr;
     return CallNext(fn, "__open_2", path, flags);
 }
 
-int NextFortifiedOpen64(const char *path, int flags, mode_t) {
+int NextFortifiedOpen64(const char *path, int flags) {
     static constinit FortifiedOpenFn fn = nullptr;
     return CallNext(fn, "__open64_2", path, flags);
+}
+
+int NextFortifiedOpenAt(int folder, const char *path, int flags) {
+    static constinit FortifiedOpenAtFn fn = nullptr;
+    return CallNext(fn, "__openat_2", folder, path, flags);
+}
+
+int NextFortifiedOpenAt64(int folder, const char *path, int flags) {
+    static constinit FortifiedOpenAtFn fn = nullptr;
+    return CallNext(fn, "__openat64_2", folder, path, flags);
 }
 
 int NextIoctl(int fd, unsigned long request, void *arg) {
     static constinit IoctlFn fn = nullptr;
     return CallNext(fn, "ioctl", fd, request, arg);
+}
+
+int NextIoctlTime64(int fd, unsigned long request, void *arg) {
+    static constinit IoctlFn fn = nullptr;
+    return CallNext(fn, "__ioctl_time64", fd, request, arg);
 }
 
 int NextClose(int fd) {

@@ -9,10 +9,15 @@ namespace orxemu {
 // Each looks its function up at the first call and fails with ENOSYS when there is none.
 int NextOpen(const char *path, int flags, mode_t mode);
 int NextOpen64(const char *path, int flags, mode_t mode);
-// What fortified programs call when the flags are no constant and no mode is given; the mode is not used.
-int NextFortifiedOpen(const char *path, int flags, mode_t mode);
-int NextFortifiedOpen64(const char *path, int flags, mode_t mode);
+int NextOpenAt(int folder, const char *path, int flags, mode_t mode);
+int NextOpenAt64(int folder, const char *path, int flags, mode_t mode);
+// What fortified programs call when the flags are no constant and no mode is given.
+int NextFortifiedOpen(const char *path, int flags);
+int NextFortifiedOpen64(const char *path, int flags);
+int NextFortifiedOpenAt(int folder, const char *path, int flags);
+int NextFortifiedOpenAt64(int folder, const char *path, int flags);
 int NextIoctl(int fd, unsigned long request, void *arg);
+int NextIoctlTime64(int fd, unsigned long request, void *arg);
 int NextClose(int fd);
 
 } // namespace orxemu

@@ -137,10 +137,9 @@ void JoinSession() {
     ++memory->joined;
 }
 
-void LeaveSession(int openDescriptors) {
+void CountDescriptors(int change) {
     if (memory != nullptr) {
-        const HardwareLock lock;
-        memory->leftOpen += static_cast<uint32_t>(openDescriptors);
+        memory->openDescriptors += static_cast<uint32_t>(change);
     }
 }
 
@@ -168,6 +167,12 @@ HardwareLock::~HardwareLock() {
     pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
 }
 
+void ExpectReport() {
+    if (memory != nullptr) {
+        ++memory->reports;
+    }
+}
+
 void ReportRequest(const OrxEmuRequest &request, FaultKind fault, bool recordRead) {
     Report({MessageKind::Request, fault, recordRead ? 1u : 0u}, request);
 }
@@ -175,6 +180,7 @@ void ReportRequest(const OrxEmuRequest &request, FaultKind fault, bool recordRea
 void ReportFailedOpen(int err) {
     static constinit OrxEmuRequest request = {}; // too large for the stack of a small thread
     request.err = err;
+    ExpectReport();
     Report({MessageKind::FailedOpen, FaultKind::None, 0}, request);
 }
 

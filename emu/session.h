@@ -14,8 +14,9 @@ namespace orxemu {
 // Joins the session that the environment names; further calls do nothing. When its memory is gone or has
 // another layout the process has no device: one of its own would look like the session's.
 void JoinSession();
-// At the end of the process, which leaves this many descriptors of the device open.
-void LeaveSession(int openDescriptors);
+
+// Descriptors of the device that this process has opened; negative: that it has closed again.
+void CountDescriptors(int change);
 
 // Such a descriptor is not the program's.
 bool IsSessionDescriptor(int fd);
@@ -34,7 +35,9 @@ class HardwareLock {
 };
 
 // Messages to the tool, sent under the lock. A tool that is gone is no failure, and one that does not read
-// is waited for once, for as long as it has set. Messages that cannot be sent are counted.
+// is waited for once, for as long as it has set. Messages that cannot be sent are counted, and so is a
+// request whose process does not come as far as its report.
+void ExpectReport();
 void ReportRequest(const OrxEmuRequest &request, FaultKind fault, bool recordRead);
 void ReportFailedOpen(int err);
 

@@ -12,6 +12,7 @@
 
 #include "emu/hardware.h"
 
+#include <atomic>
 #include <type_traits>
 
 namespace orxemu {
@@ -22,15 +23,18 @@ constexpr int kSessionNumbers = 7;
 // In the byte order of the writer, so that a program of the other order does not recognise it.
 constexpr uint32_t kSessionMagic = 0x4F525845;
 // Counts up with every change of the structures here and below.
-constexpr uint32_t kSessionLayout = 1;
+constexpr uint32_t kSessionLayout = 2;
 
 struct SessionMemory {
     uint32_t magic;
     uint32_t layout;
-    uint32_t size;     // of this structure
-    uint32_t joined;   // processes that came in, ever
-    uint32_t leftOpen; // descriptors of the device that were open when their process ended
-    uint32_t lost;     // messages that could not be sent
+    uint32_t size;    // of this structure
+    uint32_t joined;  // processes that came in, ever
+    uint32_t reports; // messages that were due; one that never came is of a process that died or stopped
+    uint32_t lost;    // messages that could not be sent
+    // Descriptors of the device that the processes that opened them have not closed, alive or not. They are
+    // counted as they come and go, because a process may end without a last word.
+    std::atomic<uint32_t> openDescriptors;
     Hardware hardware;
 };
 
@@ -49,6 +53,7 @@ struct SessionMessage {
 // Head and request are sent from two places and received in one.
 static_assert(sizeof(SessionMessage) == sizeof(SessionMessage::Head) + sizeof(OrxEmuRequest));
 static_assert(std::is_trivially_copyable_v<SessionMessage>);
+static_assert(std::atomic<uint32_t>::is_always_lock_free); // shared by processes
 
 } // namespace orxemu
 

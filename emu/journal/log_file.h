@@ -6,7 +6,8 @@
 //   {"n":2,"request":29,"name":"activate-flow","fields":{...},"raw":"...","fcb":{...},"fcbRaw":"...",
 //    "answer":{"errno":"EIO","fault":"fail"},"crc":"..."}
 //   {"n":3,"open":"/dev/pktorx","answer":{"errno":"ENOENT"},"crc":"..."}           an opening that failed
-//   {"end":{"requests":2,"failedOpens":1,"openDescriptors":0},"crc":"..."}
+//   {"end":{"requests":2,"failedOpens":1,"openDescriptors":0},"crc":"..."}         and "lost", when lines are
+//                                                                                  missing
 //
 // Lines are counted by `n`, from 1, without a gap. The raw bytes are what was sent; the fields are their
 // decoded form. A reader decodes the raw bytes again and refuses a line whose fields say something else, so
@@ -52,6 +53,7 @@ struct LogEnd {
     std::size_t requests = 0;
     std::size_t failedOpens = 0;
     int openDescriptors = 0; // of the device, when the program ended
+    std::uint32_t lost = 0;  // requests and failed openings that have no line
 };
 
 struct Log {
@@ -103,10 +105,10 @@ class LogWriter {
 };
 
 // Reads a whole log. False, with `problem` set, at the first line that does not check out: no JSON, a member
-// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are
-// not the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything
-// behind the last line, a last line that is missing or counts something else. `log` has the good entries in
-// front of it.
+// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are not
+// the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything behind the
+// last line, a last line that is missing, counts something else or says that others are missing. `log` has the
+// good entries in front of it.
 //
 // A line with an unknown request number is good: the number may be from a later version of the driver.
 bool ReadLog(std::string_view text, const std::string &fileName, Log &log, Problem &problem);

@@ -89,6 +89,9 @@ Json LogEndJson(const LogEnd &end) {
     counts["requests"] = end.requests;
     counts["failedOpens"] = end.failedOpens;
     counts["openDescriptors"] = end.openDescriptors;
+    if (end.lost != 0) {
+        counts["lost"] = end.lost;
+    }
     Json line;
     line["end"] = std::move(counts);
     return line;

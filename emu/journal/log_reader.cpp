@@ -146,9 +146,15 @@ void ReadEnd(const Json &line, Log &log) {
     }
     if (counts.is_object()) {
         end.openDescriptors = static_cast<int>(NumberMember(counts, "openDescriptors", 0, INT_MAX));
+        if (counts.contains("lost")) {
+            end.lost = static_cast<std::uint32_t>(NumberMember(counts, "lost", 1, UINT32_MAX));
+        }
     }
     MustBe(line, LogEndJson(end), "the log has");
     log.end = end;
+    if (end.lost != 0) {
+        throw Error{"requests that are missing in this log: " + std::to_string(end.lost)};
+    }
 }
 
 void ReadLines(JsonLines &lines, Log &log) {

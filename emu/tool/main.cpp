@@ -39,6 +39,20 @@ std::span<char *> OwnWords(std::span<char *> words) {
     return words.first(static_cast<std::size_t>(mark - words.begin()));
 }
 
+// An empty value is a shell variable that is not set, and would pass for an option that is not given.
+void RefuseEmptyValues(CLI::App &app) {
+    const CLI::Validator notEmpty(
+        [](std::string &value) { return std::string(value.empty() ? "its value is empty" : ""); }, "");
+    for (CLI::App *command : app.get_subcommands({})) {
+        for (CLI::Option *option : command->get_options()) {
+            const bool isFlag = option->get_items_expected_max() == 0;
+            if (!isFlag) {
+                option->check(notEmpty);
+            }
+        }
+    }
+}
+
 // Text for a user that is not an error goes to standard output as it is.
 int Explain(const CLI::App &app, const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {
@@ -72,6 +86,7 @@ int main(int argc, char **argv) {
     orxemu::tool::AddShow(app, status);
     orxemu::tool::AddDiff(app, status);
     orxemu::tool::AddReplay(app, status);
+    RefuseEmptyValues(app);
     try {
         app.parse(static_cast<int>(own.size()), own.data());
     } catch (const CLI::ParseError &error) {

@@ -86,9 +86,11 @@ class Run {
     void Watch(Process &process);
     // At most so many messages; false when none is left.
     bool ReadMessages(int most);
-    void ReadRest();
+    // False when a process still was in the middle of a request.
+    bool ReadRest();
     void WaitForMessages(int milliseconds);
     // What is to be told at the end; each returns whether it could do what was asked for.
+    bool CheckRest(bool settled);
     bool CloseLog();
     bool SaveState();
     bool CheckJoined();
@@ -106,7 +108,7 @@ int Run::Do() {
     OpenLog();
     Process process(program, session_);
     Watch(process);
-    ReadRest();
+    const bool settled = CheckRest(ReadRest());
     if (options_.summary) {
         std::fputs(SummaryText(session_.memory().hardware.state).c_str(), stderr);
     }
@@ -114,7 +116,7 @@ int Run::Do() {
     const bool stateSaved = SaveState();
     const bool joined = CheckJoined();
     const int status = process.ExitStatus();
-    return status == 0 && !(logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
+    return status == 0 && !(settled && logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
 }
 
 void Run::LoadState() {
@@ -123,12 +125,17 @@ void Run::LoadState() {
     }
     const std::filesystem::path path = options_.state;
     std::error_code err;
-    if (!std::filesystem::exists(path, err) && !err) {
+    const std::filesystem::file_type type = std::filesystem::status(path, err).type();
+    if (type == std::filesystem::file_type::not_found) {
         // Said now, and not when the program has run.
         if (path.has_parent_path() && !std::filesystem::is_directory(path.parent_path(), err)) {
             throw RunTrouble(options_.state + ": its folder is not there");
         }
         return;
+    }
+    // A pipe would be waited for, and none of the others can be replaced by a file.
+    if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::none) {
+        throw RunTrouble(options_.state + ": is no regular file");
     }
     std::string text;
     journal::Problem problem;
@@ -182,21 +189,21 @@ bool Run::ReadMessages(int most) {
 
 // Processes that outlive the program may still send requests: the log ends, and the state is taken, between
 // two of them. One that was stopped in the middle of a request is not waited for without end.
-void Run::ReadRest() {
+bool Run::ReadRest() {
     constexpr int kAttempts = 1000;
     constexpr int kAtATime = 256;
     constexpr int kMilliseconds = 10;
-    for (int i = 0; i < kAttempts; ++i) {
+    bool locked = false;
+    for (int i = 0; i < kAttempts && !locked; ++i) {
         const bool more = ReadMessages(kAtATime);
-        if (session_.TryLock()) {
-            break;
-        }
-        if (!more) {
+        locked = session_.TryLock();
+        if (!locked && !more) {
             WaitForMessages(kMilliseconds);
         }
     }
     while (ReadMessages(kAtATime)) {
     }
+    return locked;
 }
 
 void Run::WaitForMessages(int milliseconds) {
@@ -204,23 +211,33 @@ void Run::WaitForMessages(int milliseconds) {
     poll(&ready, 1, milliseconds);
 }
 
+bool Run::CheckRest(bool settled) {
+    if (!settled) {
+        Complain("a process that outlives " + options_.program.words.front() +
+                 " stays in the middle of a request: what the hardware holds may not be whole");
+    }
+    return settled;
+}
+
 bool Run::CloseLog() {
     if (!log_.IsOpen()) {
         return true;
     }
-    end_.openDescriptors = static_cast<int>(session_.memory().leftOpen);
+    // Those of processes that died or stopped in the middle of a request are among them.
+    const std::size_t received = end_.requests + end_.failedOpens;
+    end_.lost = session_.memory().reports - static_cast<std::uint32_t>(received);
+    end_.openDescriptors = static_cast<int>(session_.memory().openDescriptors);
     const bool closed = log_.Close(end_);
     if (!closed) {
         Complain(log_.problem().Text());
     }
-    const std::uint32_t lost = session_.memory().lost;
-    if (lost != 0) {
-        Complain(options_.log + ": " + std::to_string(lost) +
-                 " requests are missing: a process had closed the descriptors of the stand-in, or orxemu "
-                 "could not "
-                 "read them in time");
+    if (end_.lost != 0) {
+        Complain(options_.log + ": " + std::to_string(end_.lost) +
+                 (end_.lost == 1 ? " request is missing" : " requests are missing") +
+                 ": a process had closed the descriptors of the stand-in or ended in the "
+                 "middle of a request, or orxemu could not read them in time");
     }
-    return closed && lost == 0;
+    return closed && end_.lost == 0;
 }
 
 bool Run::SaveState() {
@@ -283,7 +300,8 @@ void AddRun(CLI::App &app, int &status, std::vector<std::string> program) {
     AddRepeated(run, "--fail", faults.fail, "N[:ERRNO]", "Request N fails, and the hardware does nothing");
     AddRepeated(run, "--fail-after", faults.failAfter, "N[:ERRNO]",
                 "Request N fails after the hardware has taken it: the answer is lost");
-    AddRepeated(run, "--fail-request", faults.failRequest, "NAME[:ERRNO]", "The first request NAME fails");
+    AddRepeated(run, "--fail-request", faults.failRequest, "NAME[:ERRNO]",
+                "The first request NAME, or of that number, fails");
     AddRepeated(run, "--fail-open", faults.failOpen, "N[:ERRNO]", "Opening N of the device fails");
     run.add_option("--emulator", options->program.emulator,
                    "Run a program of another processor by COMMAND, a user-mode emulator and its arguments")

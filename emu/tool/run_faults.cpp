@@ -11,7 +11,9 @@ namespace orxemu::tool {
 
 namespace {
 
-constexpr const char *kErrnos = "an error's name, such as EIO or ENODEV, or its number";
+constexpr const char *kErrnos = "an error's name, such as EIO or ENODEV, or its number, 1 to 4095";
+// No kernel has a larger one: a system call returns it as one of the last 4095 addresses.
+constexpr int kMaxErrno = 4095;
 
 // VALUE[:ERRNO].
 struct FaultText {
@@ -26,7 +28,7 @@ FaultText Split(const std::string &option, const std::string &text) {
     }
     const std::string name = text.substr(colon + 1);
     const int err = journal::ErrnoOf(name);
-    if (err == 0) {
+    if (err == 0 || err > kMaxErrno) {
         throw RunTrouble(option + " " + text + ": \"" + name + "\" is not " + kErrnos);
     }
     return {text.substr(0, colon), err};

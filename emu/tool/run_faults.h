@@ -14,7 +14,7 @@ struct FaultOptions {
     std::vector<std::string> fail;        // N[:ERRNO]
     std::vector<std::string> failAfter;   // N[:ERRNO]
     std::vector<std::string> failOpen;    // N[:ERRNO]
-    std::vector<std::string> failRequest; // NAME[:ERRNO]
+    std::vector<std::string> failRequest; // NAME[:ERRNO] or NUMBER[:ERRNO]
 };
 
 // Throws RunTrouble about a value that means nothing, saying which do, and about too many of them.

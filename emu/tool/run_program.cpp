@@ -1,15 +1,13 @@
 #include "emu/tool/run_program.h"
 
-#include "emu/journal/words.h"
+#include "emu/tool/run_check.h"
+#include "emu/tool/run_elf.h"
 #include "emu/tool/run_trouble.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <elf.h>
-#include <fstream>
 #include <glob.h>
 #include <optional>
 #include <unistd.h>
@@ -34,37 +32,6 @@ constexpr const char *kEmulatedVariables = "QEMU_SET_ENV";
 constexpr const char *kSplitting = " \t\n:$,";
 
 // --- Files of programs
-
-// What processor a program or library is for.
-struct ElfKind {
-    unsigned char wordSize; // ELFCLASS*
-    unsigned char order;    // ELFDATA*
-    std::uint32_t machine;
-    bool operator==(const ElfKind &) const = default;
-};
-
-journal::ByteOrder OrderOf(const ElfKind &kind) {
-    return kind.order == ELFDATA2MSB ? journal::ByteOrder::Big : journal::ByteOrder::Little;
-}
-
-// Nothing for a file that is no such program: a script, say.
-std::optional<ElfKind> KindOfFile(const fs::path &path) {
-    std::array<std::uint8_t, sizeof(Elf32_Ehdr)> head = {};
-    std::ifstream file(path, std::ios::binary);
-    file.read(reinterpret_cast<char *>(head.data()), head.size());
-    if (file.gcount() != static_cast<std::streamsize>(head.size()) ||
-        std::memcmp(head.data(), ELFMAG, SELFMAG) != 0) {
-        return std::nullopt;
-    }
-    ElfKind kind = {head[EI_CLASS], head[EI_DATA], 0};
-    kind.machine = journal::Load(head, offsetof(Elf32_Ehdr, e_machine), 2, OrderOf(kind));
-    return kind;
-}
-
-std::string Describe(const ElfKind &kind) {
-    return std::string(kind.wordSize == ELFCLASS64 ? "64" : "32") + "-bit " + journal::NameOf(OrderOf(kind)) +
-           "-endian, machine " + std::to_string(kind.machine);
-}
 
 bool IsExecutable(const fs::path &path) {
     std::error_code ignored;
@@ -135,7 +102,7 @@ fs::path FindLibrary() {
 
 // The memory that the tool shares with it is in one byte order.
 ElfKind CheckLibrary(const fs::path &library) {
-    const std::optional<ElfKind> kind = KindOfFile(library);
+    const std::optional<ElfKind> kind = ElfKindOf(library);
     if (!kind) {
         throw RunTrouble(library.string() + " is no library that can be preloaded");
     }
@@ -145,20 +112,6 @@ ElfKind CheckLibrary(const fs::path &library) {
                          "-endian: use the orxemu that was built with it");
     }
     return *kind;
-}
-
-void CheckProgram(const std::string &file, const fs::path &library, const ElfKind &libraryKind,
-                  bool emulated) {
-    const std::optional<ElfKind> kind = KindOfFile(file);
-    if (kind && *kind != libraryKind) {
-        throw RunTrouble(file + " is for another processor (" + Describe(*kind) + ") than " +
-                             library.string() + " (" + Describe(libraryKind) +
-                             "): use the orxemu that was built for it, with --emulator",
-                         kStatusCannotRun);
-    }
-    if (!kind && emulated) {
-        throw RunTrouble(file + " is no program that --emulator can run", kStatusCannotRun);
-    }
 }
 
 // --- Words and environment

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -14,6 +15,11 @@
 // The C library declares them to fortified programs only.
 extern "C" int __open_2(const char *path, int flags);
 extern "C" int __open64_2(const char *path, int flags);
+extern "C" int __openat_2(int folder, const char *path, int flags);
+extern "C" int __openat64_2(int folder, const char *path, int flags);
+#endif
+#if defined(__GLIBC__) && __TIMESIZE == 32
+extern "C" int __ioctl_time64(int fd, unsigned long request, ...) noexcept;
 #endif
 
 namespace emu_test {
@@ -154,6 +160,106 @@ TEST_F(EmuNodeTest, FortifiedOpenIsTheSameDevice) {
     }
 }
 #endif
+
+// Each way to open a path from a folder on.
+using OpenAt = std::function<int(int folder, const char *path, int flags)>;
+
+std::vector<OpenAt> OpenAts() {
+    return {
+        [](int folder, const char *path, int flags) { return ::openat(folder, path, flags); },
+#ifdef __GLIBC__
+        [](int folder, const char *path, int flags) { return ::openat64(folder, path, flags); },
+        __openat_2,
+        __openat64_2,
+#endif
+    };
+}
+
+TEST_F(EmuNodeTest, OpenFromAFolderIsTheSameDevice) {
+    const int folder = ::open("/", O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(folder, 0) << std::strerror(errno);
+    for (const OpenAt &openAt : OpenAts()) {
+        for (const int from : {AT_FDCWD, folder, -1}) {
+            const int fd = openAt(from, kDevice, O_RDWR | O_CLOEXEC);
+            ASSERT_GE(fd, 0) << std::strerror(errno);
+            EXPECT_EQ(orxemu_openDescriptors(), 1);
+            EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC);
+            EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 1)), 0);
+            EXPECT_EQ(::close(fd), 0);
+        }
+        EXPECT_EQ(orxemu_openDescriptors(), 0);
+    }
+    EXPECT_EQ(::close(folder), 0);
+}
+
+TEST_F(EmuNodeTest, OtherPathsFromAFolderPassThrough) {
+    const int folder = ::open("/dev", O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(folder, 0) << std::strerror(errno);
+    for (const OpenAt &openAt : OpenAts()) {
+        const int fd = openAt(folder, "null", O_RDWR);
+        EXPECT_GE(fd, 0) << std::strerror(errno);
+        EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 2)), KernelAnswer(fd));
+        EXPECT_EQ(::close(fd), 0);
+        errno = 0;
+        EXPECT_EQ(openAt(-1, "null", O_RDWR), -1);
+        EXPECT_EQ(errno, EBADF);
+    }
+    EXPECT_EQ(::close(folder), 0);
+    EXPECT_EQ(orxemu_numOpens(), 0u);
+
+    const mode_t savedMask = ::umask(0);
+    std::string path;
+    {
+        const TemporaryFile file;
+        path = file.Path();
+    }
+    const int created = ::openat(AT_FDCWD, path.c_str(), O_RDWR | O_CREAT | O_EXCL, 0604);
+    ::umask(savedMask);
+    struct stat status = {};
+    EXPECT_EQ(::fstat(created, &status), 0);
+    EXPECT_EQ(status.st_mode & 0777u, 0604u);
+    EXPECT_EQ(::close(created), 0);
+    EXPECT_EQ(::unlink(path.c_str()), 0);
+}
+
+#if defined(__GLIBC__) && __TIMESIZE == 32
+TEST_F(EmuNodeTest, IoctlOfProgramsWithLongTimeIsTheSame) {
+    const int fd = ::open(kDevice, O_RDWR);
+    EXPECT_EQ(::__ioctl_time64(fd, kSetGblCfg, GblRecord(1, 2).Data()), 0);
+    EXPECT_EQ(State().flowMissAction, 2u);
+    EXPECT_EQ(::close(fd), 0);
+
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ASSERT_EQ(::write(ends[1], "abc", 3), 3);
+    int waiting = 0;
+    EXPECT_EQ(::__ioctl_time64(ends[0], FIONREAD, &waiting), 0);
+    EXPECT_EQ(waiting, 3);
+    EXPECT_EQ(::close(ends[0]), 0);
+    EXPECT_EQ(::close(ends[1]), 0);
+    EXPECT_EQ(orxemu_numRequests(), 1u);
+}
+#endif
+
+// They change the descriptor, whatever it is of, and no fault is spent on them.
+TEST_F(EmuNodeTest, WhatTheKernelDoesToAnyDescriptorIsNoRequest) {
+    const int fd = ::open(kDevice, O_RDWR);
+    orxemu_failRequest(0, 1, EIO);
+    EXPECT_EQ(::ioctl(fd, FIOCLEX), 0);
+    EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(::ioctl(fd, FIONCLEX), 0);
+    EXPECT_EQ(::fcntl(fd, F_GETFD), 0);
+    int on = 1;
+    EXPECT_EQ(::ioctl(fd, FIONBIO, &on), 0);
+    EXPECT_NE(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(::ioctl(fd, FIOASYNC, &on), ::syscall(SYS_ioctl, fd, FIOASYNC, &on));
+    EXPECT_EQ(orxemu_numRequests(), 0u);
+    EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 1)), EIO);
+    // Others of the kernel's numbers are the device's to refuse.
+    EXPECT_EQ(Ioctl(fd, FIONREAD, GblRecord(1, 1)), ENOTTY);
+    EXPECT_EQ(orxemu_numRequests(), 2u);
+    EXPECT_EQ(::close(fd), 0);
+}
 
 TEST_F(EmuNodeTest, MissingDeviceIsNoSuchFile) {
     const int before = ::open(kDevice, O_RDWR);

@@ -23,6 +23,8 @@ TEST(JournalLogLines, TheFirstAndTheLastLineSayWhatTheLogIs) {
     EXPECT_EQ(R"({"end":{"requests":10,"failedOpens":2,"openDescriptors":1},"crc":"b36da93d"})"
               "\n",
               LogEndLine(SampleEnd()));
+    EXPECT_EQ("{\"end\":{\"requests\":3,\"failedOpens\":0,\"openDescriptors\":2,\"lost\":4000000000}}\n",
+              LogEndLine({.requests = 3, .failedOpens = 0, .openDescriptors = 2, .lost = 4000000000}));
 }
 
 struct LineCase {

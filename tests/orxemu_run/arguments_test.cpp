@@ -33,6 +33,9 @@ TEST_F(ArgumentsTest, WrongOnesAreRefusedBeforeAnythingRuns) {
         {{"--fail", "1:EWHAT"}, "--fail 1:EWHAT: \"EWHAT\" " + errnos},
         {{"--fail", "1:0"}, "--fail 1:0: \"0\" " + errnos},
         {{"--fail", "1:EIO:EIO"}, "--fail 1:EIO:EIO: \"EIO:EIO\" " + errnos},
+        {{"--fail", "1:99999"}, "--fail 1:99999: \"99999\" " + errnos + ", 1 to 4095\n"},
+        {{"--fail", "1:4096"}, "--fail 1:4096: \"4096\" " + errnos},
+        {{"--fail-request", "39:4096"}, "--fail-request 39:4096: \"4096\" " + errnos},
         {{"--fail-after", "0:EIO"}, "--fail-after 0:EIO: \"0\" " + counted},
         {{"--fail-open", "1:-5"}, "--fail-open 1:-5: \"-5\" " + errnos},
         {{"--fail-request", "flow"},
@@ -48,6 +51,12 @@ TEST_F(ArgumentsTest, WrongOnesAreRefusedBeforeAnythingRuns) {
         {{"--fail"}, ""},
         {{"--unknown"}, ""},
         {{"--log", "a", "--log", "b"}, ""},
+        {{"--log", ""}, "--log: its value is empty\n"},
+        {{"--log="}, "--log"},
+        {{"--state", ""}, "--state: its value is empty\n"},
+        {{"--emulator", ""}, "--emulator: its value is empty\n"},
+        {{"--library", ""}, "--library: its value is empty\n"},
+        {{"--fail", ""}, "--fail: its value is empty\n"},
         {{"word"}, ""},
         {{"--library", "/nowhere/lib.so"}, "/nowhere/lib.so is no library that can be preloaded\n"},
         {{"--library", "/dev/null"}, "/dev/null is no library that can be preloaded\n"},
@@ -63,6 +72,16 @@ TEST_F(ArgumentsTest, WrongOnesAreRefusedBeforeAnythingRuns) {
         EXPECT_EQ(outcome.err.rfind("orxemu: " + row.message, 0), 0u) << name << "gave " << outcome.err;
         EXPECT_EQ(outcome.err.find("ran\n"), std::string::npos) << name;
     }
+}
+
+TEST_F(ArgumentsTest, OtherCommandsRefuseEmptyValuesToo) {
+    for (const char *option : {"--device", "--log", "--state"}) {
+        const Outcome outcome = Finished(Tool({"replay", option, "", Path("a.json")}));
+        EXPECT_EQ(outcome.status, 2) << option;
+        EXPECT_EQ(outcome.err.rfind(std::string("orxemu: ") + option + ": its value is empty\n", 0), 0u)
+            << outcome.err;
+    }
+    EXPECT_EQ(Finished(Tool({"show", ""})).err.rfind("orxemu: FILE: its value is empty\n", 0), 0u);
 }
 
 TEST_F(ArgumentsTest, ProgramIsMissing) {

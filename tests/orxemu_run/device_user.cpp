@@ -4,6 +4,10 @@
 //   request=N         the same with request number N and a record of zeros
 //   bad-record        the same with a record that cannot be read
 //   leave-open        opens the device and leaves it open
+//   in-child=STEP     does a step that has no value in a child, which ends without a last word
+//   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a request
+//                     that the hardware has taken, and lets the tool go on
+//   hold-lock=PATH    starts a process that keeps all others off the hardware until PATH is there
 //   close-all         closes all descriptors from 3 on with close(); prints how many there were
 //   close-all-behind  the same behind the C library's back
 //   cover-all         puts /dev/null under every number from 3 to 1023; prints how many there are
@@ -22,6 +26,7 @@
 //   handling=N        prints how signal N is handled at the start
 //   signal=N          sends itself a signal
 //   exit=N            ends with that status
+//   quick-exit=N      the same without a last word
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -176,6 +181,68 @@ void Outlive(const std::string &path) {
     std::_Exit(0);
 }
 
+// The descriptor of the session's file, which the environment names behind the memory.
+int LockFile() {
+    const char *session = std::getenv("ORXEMU_SESSION");
+    const char *comma = session != nullptr ? std::strchr(session, ',') : nullptr;
+    return comma != nullptr ? std::atoi(comma + 1) : -1;
+}
+
+// The process that has the lock, or 0.
+pid_t LockHolder() {
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return fcntl(LockFile(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : 0;
+}
+
+// Behind the name in brackets stands the state, S for one that waits.
+bool Sleeps(pid_t pid) {
+    const int fd = open(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
+    char text[512] = {};
+    const ssize_t size = read(fd, text, sizeof text - 1);
+    close(fd);
+    const char *bracket = size > 0 ? std::strrchr(text, ')') : nullptr;
+    return bracket != nullptr && bracket[1] == ' ' && bracket[2] == 'S';
+}
+
+// Who has the lock waits for nothing but room in the channel.
+void DieInRequest() {
+    kill(getppid(), SIGSTOP);
+    const pid_t child = fork();
+    if (child == 0) {
+        while (SendStatus(1) == 0) {
+        }
+        std::_Exit(1);
+    }
+    while (LockHolder() != child || !Sleeps(child) || LockHolder() != child) {
+        usleep(1000);
+    }
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    kill(getppid(), SIGCONT);
+    Print(WIFSIGNALED(status) ? "died" : "did not die");
+}
+
+void HoldLock(const std::string &path) {
+    const pid_t child = fork();
+    if (child != 0) {
+        while (LockHolder() != child) {
+            usleep(1000);
+        }
+        return;
+    }
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    fcntl(LockFile(), F_SETLKW, &lock);
+    WaitFor(path);
+    std::_Exit(0);
+}
+
+void InChild(const std::string &step);
+
 volatile std::sig_atomic_t cameSignal = 0;
 
 void Note(int signal) {
@@ -229,6 +296,9 @@ constexpr Step kSteps[] = {
      }},
     {"bad-record", [](const std::string &) { PrintOutcome("bad record", Send(kSetRlStatus, nullptr)); }},
     {"leave-open", [](const std::string &) { PrintOutcome("open", open(kDevice, O_RDWR) < 0 ? errno : 0); }},
+    {"in-child", InChild},
+    {"die-in-request", [](const std::string &) { DieInRequest(); }},
+    {"hold-lock", HoldLock},
     {"close-all", [](const std::string &) { Print("closed " + std::to_string(CloseAll(false))); }},
     {"close-all-behind", [](const std::string &) { CloseAll(true); }},
     {"cover-all", [](const std::string &) { Print("covered " + std::to_string(CoverAll())); }},
@@ -250,7 +320,27 @@ constexpr Step kSteps[] = {
     {"handling", [](const std::string &v) { Print("signal " + v + " " + Handling(Number(v))); }},
     {"signal", [](const std::string &v) { kill(getpid(), Number(v)); }},
     {"exit", [](const std::string &v) { std::exit(Number(v)); }},
+    {"quick-exit", [](const std::string &v) { std::_Exit(Number(v)); }},
 };
+
+// False when there is no such step.
+bool Do(std::string_view name, const std::string &value) {
+    for (const Step &step : kSteps) {
+        if (name == step.name) {
+            step.run(value);
+            return true;
+        }
+    }
+    return false;
+}
+
+void InChild(const std::string &step) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::_Exit(Do(step, "") ? 0 : 1);
+    }
+    waitpid(child, nullptr, 0);
+}
 
 } // namespace
 
@@ -259,14 +349,7 @@ int main(int argc, char **argv) {
         const std::string word = argv[i];
         const std::size_t equals = std::min(word.find('='), word.size());
         const std::string value = equals < word.size() ? word.substr(equals + 1) : "";
-        bool found = false;
-        for (const Step &step : kSteps) {
-            if (std::string_view(word).substr(0, equals) == step.name) {
-                step.run(value);
-                found = true;
-            }
-        }
-        if (!found) {
+        if (!Do(std::string_view(word).substr(0, equals), value)) {
             std::fprintf(stderr, "no such step: %s\n", word.c_str());
             return 99;
         }

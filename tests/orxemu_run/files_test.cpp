@@ -1,6 +1,7 @@
 // Logs and states that runs write, and files that cannot be read or written.
 #include "tests/orxemu_run/run_kit.h"
 
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <sys/stat.h>
@@ -67,11 +68,6 @@ TEST_F(LogTest, RequestsThatAreRefused) {
     EXPECT_EQ(log.entries[1].err, EFAULT);
     EXPECT_TRUE(log.entries[2].recordRead);
     EXPECT_EQ(log.entries[2].err, EINVAL);
-}
-
-TEST_F(LogTest, DescriptorsLeftOpen) {
-    EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"leave-open", "status=1", "leave-open"}).status, 0);
-    EXPECT_EQ(ReadLog("a.json").end.openDescriptors, 2);
 }
 
 TEST_F(LogTest, EmptyRunHasAWholeLog) {
@@ -169,12 +165,19 @@ TEST_F(StateTest, DamagedOrForeignStateIsRefusedAndLeft) {
 
 TEST_F(StateTest, PlacesThatCannotBe) {
     fs::create_directory(Path("folder"));
-    for (const char *name : {"folder", "no/s.json"}) {
-        const Outcome outcome = RunSteps({"--state", Path(name)}, {"error=ran"});
-        EXPECT_EQ(outcome.status, 125) << name;
-        EXPECT_EQ(outcome.err.rfind("orxemu: " + Path(name) + ": ", 0), 0u) << outcome.err;
-        EXPECT_EQ(outcome.err.find("ran"), std::string::npos) << name;
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    fs::create_symlink("pipe", Path("link"));
+    const std::string places[][2] = {
+        {Path("folder"), "is no regular file"}, {Path("pipe"), "is no regular file"},
+        {Path("link"), "is no regular file"},   {"/dev/null", "is no regular file"},
+        {"/dev/zero", "is no regular file"},    {Path("no/s.json"), "its folder is not there"},
+    };
+    for (const auto &[place, message] : places) {
+        const Outcome outcome = RunSteps({"--state", place}, {"error=ran"});
+        EXPECT_EQ(outcome.status, 125) << place;
+        EXPECT_EQ(outcome.err, "orxemu: " + place + ": " + message + "\n");
     }
+    EXPECT_TRUE(fs::is_fifo(Path("pipe")));
 }
 
 TEST_F(StateTest, LogAndStateAreTwoFiles) {
@@ -200,6 +203,24 @@ TEST_F(StateTest, FullDiskLeavesTheOldState) {
     EXPECT_EQ(outcome.status, 125);
     EXPECT_EQ(Contents(Path("s.json")), before);
     EXPECT_EQ(Files(), Words({"s.json"}));
+}
+
+// Killed in the middle of the file, when it is whole, and in front of the moment that makes it the state.
+TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {
+    ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
+    const std::string before = Contents(Path("s.json"));
+    for (const char *call : {"write", "fsync", "rename"}) {
+        Conditions conditions;
+        conditions.environment = {std::string("KILL_AT=") + call,
+                                  std::string(Emulated() ? "QEMU_SET_ENV=" : "") +
+                                      "LD_PRELOAD=" KILLER_PRELOAD};
+        EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3, conditions).status, kKilled + SIGKILL) << call;
+        EXPECT_EQ(Contents(Path("s.json")), before) << call;
+        EXPECT_EQ(Files(), Words({"s.json", "s.json.orxemu-new"})) << call;
+    }
+    EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
+    EXPECT_EQ(ActiveFlows(*ReadState("s.json")), 4) << "and none of the runs that were killed";
+    EXPECT_EQ(Files(), Words({"s.json"})) << "what was left is gone";
 }
 
 TEST_F(SummaryTest, WhatAScenarioLeaves) {

@@ -2,6 +2,7 @@
 // have inherited.
 #include "tests/orxemu_run/run_kit.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -9,7 +10,20 @@ namespace run_test {
 
 namespace {
 
-using ProcessesTest = RunTest;
+class ProcessesTest : public RunTest {
+  protected:
+    // A log that says itself what is missing in it; its reader refuses it at that line.
+    void ExpectLost(const std::string &name, std::size_t requests, std::uint32_t lost) const {
+        orxemu::journal::Log log;
+        orxemu::journal::Problem problem;
+        EXPECT_FALSE(orxemu::journal::ReadLog(Contents(Path(name)), name, log, problem));
+        EXPECT_EQ(problem.Text(), name + ":" + std::to_string(requests + 2) +
+                                      ": requests that are missing in this log: " + std::to_string(lost));
+        EXPECT_EQ(log.entries.size(), requests);
+        EXPECT_EQ(log.end.lost, lost);
+        EXPECT_FALSE(log.complete);
+    }
+};
 
 TEST_F(ProcessesTest, RequestsOfAllProcessesAreOneSequence) {
     const Outcome outcome =
@@ -48,6 +62,60 @@ TEST_F(ProcessesTest, TwoAtOnceNeverGetTheSameTable) {
             active[index] = activates;
         }
     }
+}
+
+// What nobody has closed, however its process ended. A child's copies are not its own.
+TEST_F(ProcessesTest, DescriptorsLeftOpenAreCountedAtAnyEnd) {
+    struct Row {
+        Words steps;
+        int status;
+        int openDescriptors;
+    };
+    const Row rows[] = {
+        {{"leave-open", "status=1", "leave-open"}, 0, 2},
+        {{"leave-open", "exit=3"}, 3, 1},
+        {{"leave-open", "leave-open", "quick-exit=4"}, 4, 2},
+        {{"leave-open", "signal=9"}, 128 + SIGKILL, 1},
+        {{"leave-open", "signal=15"}, 128 + SIGTERM, 1},
+        {{"status=1", "signal=9"}, 128 + SIGKILL, 0},
+        {{"leave-open", "close-all"}, 0, 0},
+        {{"leave-open", "in-child=close-all"}, 0, 1},
+        {{"leave-open", "in-child=close-all", "close-all", "quick-exit=0"}, 0, 0},
+        {{"in-child=leave-open", "in-child=leave-open"}, 0, 2},
+        {{"leave-open", "in-child=leave-open", "close-all"}, 0, 1},
+    };
+    for (const Row &row : rows) {
+        std::string name;
+        for (const std::string &step : row.steps) {
+            name += step + " ";
+        }
+        EXPECT_EQ(RunSteps({"--log", Path("a.json")}, row.steps).status, row.status) << name;
+        EXPECT_EQ(ReadLog("a.json").end.openDescriptors, row.openDescriptors) << name;
+    }
+}
+
+// The hardware may have taken its request, of which the log knows nothing.
+TEST_F(ProcessesTest, DeathInTheMiddleOfARequestIsTold) {
+    const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"status=0", "die-in-request", "status=1"});
+    EXPECT_EQ(outcome.out, "status 0: ok\ndied\nstatus 1: ok\n");
+    EXPECT_EQ(outcome.err.rfind("orxemu: " + Path("a.json") + ": 1 request is missing: ", 0), 0u)
+        << outcome.err;
+    EXPECT_EQ(outcome.status, 125);
+    // How many there is room for in the channel is the system's affair.
+    const std::string log = Contents(Path("a.json"));
+    const auto lines = static_cast<std::size_t>(std::count(log.begin(), log.end(), '\n'));
+    ExpectLost("a.json", lines - 2, 1);
+}
+
+// It is waited for, with an end.
+TEST_F(ProcessesTest, ProcessThatStaysInARequestIsTold) {
+    const std::string end = Path("end");
+    const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"status=1", "hold-lock=" + end, "exit=0"});
+    EXPECT_EQ(outcome.err, "orxemu: a process that outlives " DEVICE_USER
+                           " stays in the middle of a request: what the hardware holds may not be whole\n");
+    EXPECT_EQ(outcome.status, 125);
+    EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
+    Write(end, "");
 }
 
 TEST_F(ProcessesTest, RunInARunHasAHardwareOfItsOwn) {
@@ -101,12 +169,13 @@ TEST_F(ProcessesTest, DescriptorsThatAreGoneCostTheLogOnly) {
     const Words steps = {"status=0", "close-all-behind", "status=1", "status=1"};
     const Outcome outcome = RunSteps({"--log", Path("a.json"), "--state", Path("s.json")}, steps);
     EXPECT_EQ(outcome.out, "status 0: ok\nstatus 1: ok\nstatus 1: ok\n");
-    EXPECT_EQ(outcome.err,
-              "orxemu: " + Path("a.json") +
-                  ": 2 requests are missing: a process had closed the descriptors of the stand-in, or "
-                  "orxemu could not read them in time\n");
+    EXPECT_EQ(
+        outcome.err,
+        "orxemu: " + Path("a.json") +
+            ": 2 requests are missing: a process had closed the descriptors of the stand-in or ended in "
+            "the middle of a request, or orxemu could not read them in time\n");
     EXPECT_EQ(outcome.status, 125);
-    EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
+    ExpectLost("a.json", 1, 2);
     EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
     EXPECT_EQ(RunSteps({"--state", Path("s.json")}, steps).status, 0) << "nobody asked for a log";
 }
