@@ -102,6 +102,15 @@ void ReleaseThreads() {
     pthread_mutex_unlock(&threads);
 }
 
+// A process that was stopped while it waits for room is interrupted when it goes on.
+bool Send(const msghdr &message, int flags) {
+    ssize_t sent;
+    do {
+        sent = sendmsg(channel.fd, &message, flags);
+    } while (sent < 0 && errno == EINTR);
+    return sent >= 0;
+}
+
 void Report(SessionMessage::Head head, const OrxEmuRequest &request) {
     if (memory == nullptr) {
         return;
@@ -111,7 +120,7 @@ void Report(SessionMessage::Head head, const OrxEmuRequest &request) {
     message.msg_iov = parts;
     message.msg_iovlen = sizeof parts / sizeof *parts;
     const int flags = MSG_NOSIGNAL | (memory->lost != 0 ? MSG_DONTWAIT : 0);
-    if (!IsThere(channel) || sendmsg(channel.fd, &message, flags) < 0) {
+    if (!IsThere(channel) || !Send(message, flags)) {
         ++memory->lost;
     }
 }

@@ -7,6 +7,7 @@
 //   in-child=STEP     does a step that has no value in a child, which ends without a last word
 //   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a request
 //                     that the hardware has taken, and lets the tool go on
+//   stop-in-request   the same with a process that is stopped there and goes on
 //   hold-lock=PATH    starts a process that keeps all others off the hardware until PATH is there
 //   close-all         closes all descriptors from 3 on with close(); prints how many there were
 //   close-all-behind  the same behind the C library's back
@@ -206,23 +207,40 @@ bool Sleeps(pid_t pid) {
     return bracket != nullptr && bracket[1] == ' ' && bracket[2] == 'S';
 }
 
-// Who has the lock waits for nothing but room in the channel.
-void DieInRequest() {
+// Stops the tool, and starts a process that sends more requests than there is room for. Who has the lock
+// waits for nothing but that room.
+pid_t StartBlockedSender() {
+    constexpr int kMoreThanThereIsRoomFor = 1000;
     kill(getppid(), SIGSTOP);
     const pid_t child = fork();
     if (child == 0) {
-        while (SendStatus(1) == 0) {
-        }
-        std::_Exit(1);
+        std::_Exit(SendMany(kMoreThanThereIsRoomFor) ? 0 : 1);
     }
     while (LockHolder() != child || !Sleeps(child) || LockHolder() != child) {
         usleep(1000);
     }
+    return child;
+}
+
+void DieInRequest() {
+    const pid_t child = StartBlockedSender();
     kill(child, SIGKILL);
     int status = 0;
     waitpid(child, &status, 0);
     kill(getppid(), SIGCONT);
     Print(WIFSIGNALED(status) ? "died" : "did not die");
+}
+
+void StopInRequest() {
+    const pid_t child = StartBlockedSender();
+    kill(child, SIGSTOP);
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    kill(child, SIGCONT);
+    waitpid(child, &status, WCONTINUED);
+    kill(getppid(), SIGCONT);
+    waitpid(child, &status, 0);
+    Print(WIFEXITED(status) ? "went on" : "did not go on");
 }
 
 void HoldLock(const std::string &path) {
@@ -298,6 +316,7 @@ constexpr Step kSteps[] = {
     {"leave-open", [](const std::string &) { PrintOutcome("open", open(kDevice, O_RDWR) < 0 ? errno : 0); }},
     {"in-child", InChild},
     {"die-in-request", [](const std::string &) { DieInRequest(); }},
+    {"stop-in-request", [](const std::string &) { StopInRequest(); }},
     {"hold-lock", HoldLock},
     {"close-all", [](const std::string &) { Print("closed " + std::to_string(CloseAll(false))); }},
     {"close-all-behind", [](const std::string &) { CloseAll(true); }},

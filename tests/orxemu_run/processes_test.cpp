@@ -107,6 +107,14 @@ TEST_F(ProcessesTest, DeathInTheMiddleOfARequestIsTold) {
     ExpectLost("a.json", lines - 2, 1);
 }
 
+TEST_F(ProcessesTest, StopInTheMiddleOfARequestLosesNothing) {
+    const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"stop-in-request"});
+    EXPECT_EQ(outcome.out, "went on\n");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(ReadLog("a.json").end.requests, 1000u);
+}
+
 // It is waited for, with an end.
 TEST_F(ProcessesTest, ProcessThatStaysInARequestIsTold) {
     const std::string end = Path("end");
