@@ -1,7 +1,8 @@
 // The stand-in for the ORX kernel driver, as tests see it.
 //
-// The shared library liborxemu stands in front of the C library's open, ioctl and close. It takes the device
-// node "/dev/pktorx" and the descriptors it handed out for it; everything else passes through. It keeps what
+// The shared library liborxemu stands in front of the C library's open, openat, ioctl and close. It takes the
+// device node "/dev/pktorx" and the descriptors it handed out for it; everything else passes through, and so
+// does what the kernel does to a descriptor of any kind (FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC). It keeps what
 // the hardware would hold, refuses what a sound driver would refuse (with an errno that says why), and keeps
 // a log of every request. A test that links it asks it what it holds and makes chosen requests fail.
 //
