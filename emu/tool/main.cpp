@@ -39,6 +39,22 @@ std::span<char *> OwnWords(std::span<char *> words) {
     return words.first(static_cast<std::size_t>(mark - words.begin()));
 }
 
+// The words as the parser takes them: the last one first, and "--log=" as what it means, for it would take the
+// next word for the value.
+std::vector<std::string> ParserWords(std::span<char *> words) {
+    std::vector<std::string> parsed;
+    for (const std::string_view word : words.subspan(words.empty() ? 0 : 1)) {
+        if (word.starts_with("--") && word.find('=') == word.size() - 1) {
+            parsed.emplace_back(word.substr(0, word.size() - 1));
+            parsed.emplace_back();
+        } else {
+            parsed.emplace_back(word);
+        }
+    }
+    std::reverse(parsed.begin(), parsed.end());
+    return parsed;
+}
+
 // An empty value is a shell variable that is not set, and would pass for an option that is not given.
 void RefuseEmptyValues(CLI::App &app) {
     const CLI::Validator notEmpty(
@@ -88,7 +104,7 @@ int main(int argc, char **argv) {
     orxemu::tool::AddReplay(app, status);
     RefuseEmptyValues(app);
     try {
-        app.parse(static_cast<int>(own.size()), own.data());
+        app.parse(ParserWords(own));
     } catch (const CLI::ParseError &error) {
         return Explain(app, error);
     }

@@ -4,6 +4,7 @@
 
 #include <elf.h>
 #include <filesystem>
+#include <link.h>
 #include <sys/prctl.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -20,11 +21,12 @@ struct Interpreter {
     std::string name;
 };
 
-template <class Head, class Segment> Interpreter FindInterpreter(const std::string &program) {
-    Head head;
+// In a program of this build.
+Interpreter InterpreterIn(const std::string &program) {
+    ElfW(Ehdr) head;
     std::memcpy(&head, program.data(), sizeof head);
     for (std::size_t i = 0; i < head.e_phnum; ++i) {
-        Segment segment;
+        ElfW(Phdr) segment;
         const std::size_t header = head.e_phoff + i * head.e_phentsize;
         std::memcpy(&segment, program.data() + header, sizeof segment);
         if (segment.p_type == PT_INTERP) {
@@ -33,11 +35,6 @@ template <class Head, class Segment> Interpreter FindInterpreter(const std::stri
     }
     ADD_FAILURE() << "the program names no loader";
     return {};
-}
-
-Interpreter InterpreterIn(const std::string &program) {
-    return sizeof(void *) == 8 ? FindInterpreter<Elf64_Ehdr, Elf64_Phdr>(program)
-                               : FindInterpreter<Elf32_Ehdr, Elf32_Phdr>(program);
 }
 
 class LoadingTest : public RunTest {
