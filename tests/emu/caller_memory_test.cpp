@@ -74,6 +74,16 @@ TEST_F(EmuCallerMemoryTest, RecordThatCannotBeReadIsRefused) {
     }
 }
 
+TEST_F(EmuCallerMemoryTest, NothingIsKeptOfARecordThatEndsInClosedMemory) {
+    for (const std::size_t inside : {1u, 4u}) {
+        void *across = PlaceAcross(GblRecord(0x01010101, 0x02020202), inside);
+        Protect(PROT_NONE);
+        EXPECT_EQ(SendAt(kSetGblCfg, across), EFAULT);
+        EXPECT_EQ(BytesAt(LastRequest().in, ORXEMU_MAX_RECORD), std::vector<std::uint8_t>(ORXEMU_MAX_RECORD));
+        Protect(PROT_READ | PROT_WRITE);
+    }
+}
+
 TEST_F(EmuCallerMemoryTest, RecordMayEndWhereReadableMemoryEnds) {
     void *place = PlaceAcross(GblRecord(1, 2), 0);
     Protect(PROT_NONE);

@@ -69,7 +69,8 @@ class Image {
 };
 
 TEST_P(ElfTest, LoaderIsAskedForOrNot) {
-    const auto [wordSize, order] = GetParam();
+    const int wordSize = GetParam().first;
+    const int order = GetParam().second;
     const auto image = [&](unsigned type) { return Image(wordSize, order, type); };
     struct Row {
         const char *name;
