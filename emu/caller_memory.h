@@ -7,8 +7,8 @@
 
 namespace orxemu {
 
-// Both return 0 or an errno, EFAULT for a bad address; `size` is from 1 to a page. After a failure nothing has
-// been stored at `to` by CopyFromCaller, and the reachable beginning may have been by CopyToCaller.
+// Both return 0 or an errno, EFAULT for a bad address; `size` is from 1 to a page. After a failure nothing
+// has been stored at `to` by CopyFromCaller, and the reachable beginning may have been by CopyToCaller.
 int CopyFromCaller(void *to, const void *callerFrom, std::size_t size);
 int CopyToCaller(void *callerTo, const void *from, std::size_t size);
 

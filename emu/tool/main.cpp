@@ -39,8 +39,8 @@ std::span<char *> OwnWords(std::span<char *> words) {
     return words.first(static_cast<std::size_t>(mark - words.begin()));
 }
 
-// The words as the parser takes them: the last one first, and "--log=" as what it means, for it would take the
-// next word for the value.
+// The words as the parser takes them: the last one first, and "--log=" as what it means, for it would take
+// the next word for the value.
 std::vector<std::string> ParserWords(std::span<char *> words) {
     std::vector<std::string> parsed;
     for (const std::string_view word : words.subspan(words.empty() ? 0 : 1)) {

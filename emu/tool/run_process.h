@@ -11,8 +11,8 @@
 
 namespace orxemu::tool {
 
-// What the tool does with signals while it lives: those that would end it are passed on, those of the keyboard
-// are the program's, which gets them too. Signals about the tool itself stay as they are.
+// What the tool does with signals while it lives: those that would end it are passed on, those of the
+// keyboard are the program's, which gets them too. Signals about the tool itself stay as they are.
 class SignalHandling {
   public:
     SignalHandling();
