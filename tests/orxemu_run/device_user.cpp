@@ -5,8 +5,8 @@
 //   bad-record        the same with a record that cannot be read
 //   leave-open        opens the device and leaves it open
 //   in-child=STEP     does a step that has no value in a child, which ends without a last word
-//   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a request
-//                     that the hardware has taken, and lets the tool go on
+//   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a
+//                     request that the hardware has taken, and lets the tool go on
 //   stop-in-request   the same with a process that is stopped there and goes on
 //   hold-lock=PATH    starts a process that keeps all others off the hardware until PATH is there
 //   close-all         closes all descriptors from 3 on with close(); prints how many there were

@@ -1,5 +1,5 @@
-// Preloaded, it kills the program at the call that KILL_AT names: in the middle of a long `write`, or in front
-// of `fsync` or `rename`.
+// Preloaded, it kills the program at the call that KILL_AT names: in the middle of a long `write`, or in
+// front of `fsync` or `rename`.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
