@@ -105,10 +105,10 @@ class LogWriter {
 };
 
 // Reads a whole log. False, with `problem` set, at the first line that does not check out: no JSON, a member
-// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are not
-// the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything behind the
-// last line, a last line that is missing, counts something else or says that others are missing. `log` has the
-// good entries in front of it.
+// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are
+// not the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything
+// behind the last line, a last line that is missing, counts something else or says that others are missing.
+// `log` has the good entries in front of it.
 //
 // A line with an unknown request number is good: the number may be from a later version of the driver.
 bool ReadLog(std::string_view text, const std::string &fileName, Log &log, Problem &problem);

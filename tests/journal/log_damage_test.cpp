@@ -124,9 +124,9 @@ const Edit kEdits[] = {
      "openDescriptors is -1, not a number from 0 to 2147483647"},
     {14, ",\"openDescriptors\":1", "", "openDescriptors is missing"},
     {14, "{\"requests\":10,\"failedOpens\":2,\"openDescriptors\":1}", "7", "end is 7, the log has {"},
-    {14, "}}", ",\"lost\":7}}", "requests that are missing in this log: 7"},
-    {14, "}}", ",\"lost\":0}}", "lost is 0, not a number from 1 to 4294967295"},
-    {14, "}}", ",\"lost\":\"7\"}}", "lost is \"7\", not a number from 1 to 4294967295"},
+    {14, "1},", "1,\"lost\":7},", "requests that are missing in this log: 7"},
+    {14, "1},", "1,\"lost\":0},", "lost is 0, not a number from 1 to 4294967295"},
+    {14, "1},", "1,\"lost\":\"7\"},", "lost is \"7\", not a number from 1 to 4294967295"},
     {14, "{\"end\"", "{\"n\":13,\"end\"", "there is no \"n\" here"},
     {14, "}\n", "}x\n", "the line is no JSON"},
 };

@@ -23,8 +23,10 @@ TEST(JournalLogLines, TheFirstAndTheLastLineSayWhatTheLogIs) {
     EXPECT_EQ(R"({"end":{"requests":10,"failedOpens":2,"openDescriptors":1},"crc":"b36da93d"})"
               "\n",
               LogEndLine(SampleEnd()));
-    EXPECT_EQ("{\"end\":{\"requests\":3,\"failedOpens\":0,\"openDescriptors\":2,\"lost\":4000000000}}\n",
-              LogEndLine({.requests = 3, .failedOpens = 0, .openDescriptors = 2, .lost = 4000000000}));
+    EXPECT_EQ(
+        R"({"end":{"requests":3,"failedOpens":0,"openDescriptors":2,"lost":4000000000},"crc":"ea9f0e45"})"
+        "\n",
+        LogEndLine({.requests = 3, .failedOpens = 0, .openDescriptors = 2, .lost = 4000000000}));
 }
 
 struct LineCase {
