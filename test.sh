@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc, mips and fuzz.
+# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc, mips, fuzz and
+# coverage.
 #
 # Installs and builds what is missing first. Tests of powerpc and mips run through an emulator; fuzz runs the
-# fuzzers for a fixed number of inputs.
+# fuzzers for a fixed number of inputs; coverage prints what the tests run of the library and of orxtest.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
@@ -10,11 +11,15 @@ here=$(dirname -- "$(readlink -f -- "$0")")
 . "$here/scripts/setup.sh" || exit 1
 
 if [ $# -eq 0 ]; then
-    set -- native sanitize powerpc mips fuzz
+    set -- native sanitize powerpc mips fuzz coverage
 fi
 
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
+    if [ "$preset" = coverage ]; then
+        "$here/scripts/coverage.sh" || exit 1
+        continue
+    fi
     install_for "$preset" binutils libgtest-dev googletest libcli11-dev nlohmann-json3-dev pkgconf doxygen
     case $preset in
     fuzz) build "$preset" ;;

@@ -7,6 +7,8 @@ endif()
 option(QIR_WARNINGS_AS_ERRORS "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
 set(QIR_SANITIZERS "" CACHE STRING "Sanitizers to build with, e.g. address,undefined")
 
+option(QIR_COVERAGE "Count which lines and branches of the product are run" OFF)
+
 # What every target is compiled with.
 add_library(qir_build_flags INTERFACE)
 target_compile_features(qir_build_flags INTERFACE cxx_std_20 c_std_11)
@@ -24,7 +26,30 @@ if(QIR_SANITIZERS)
     -fsanitize=$<IF:$<BOOL:$<TARGET_PROPERTY:QIR_IS_TEST>>,${test_sanitizers},${product_sanitizers}>
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qir_build_flags INTERFACE -fsanitize=${QIR_SANITIZERS})
+  target_compile_definitions(qir_build_flags INTERFACE QEL_NEVER_IS_CHECKED)
 endif()
+
+if(QIR_COVERAGE)
+  # Branches are those of the source: without optimisation, and without an edge behind every call for what it
+  # might throw. Clang counts the independent effects of conditions too.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    set(qir_counting -fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc)
+  else()
+    set(qir_counting --coverage)
+  endif()
+  target_link_options(qir_build_flags INTERFACE ${qir_counting})
+endif()
+
+# qir_count(<target>...): the targets whose lines and branches are counted where that is asked for. That is the
+# product; its tests and the stand-in are only run.
+function(qir_count)
+  if(QIR_COVERAGE)
+    foreach(target IN LISTS ARGN)
+      target_compile_options(${target} PRIVATE -O0 -fno-exceptions ${qir_counting})
+      target_compile_definitions(${target} PRIVATE QEL_NEVER_IS_LEFT_OUT)
+    endforeach()
+  endif()
+endfunction()
 
 # What the libraries are compiled with besides: they need nothing of the C++ runtime, so that a C program can
 # link them. Position-independent, because programs of either kind link the archives.

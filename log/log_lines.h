@@ -1,8 +1,9 @@
 // The line formats, one macro per class of line.
 //
 // Every macro asks the gate first and evaluates its arguments only when the line is printed: a disabled line
-// costs two comparisons. The `_AS` forms print under the name of another function: a shared core uses them
-// to speak for the operation that it serves.
+// costs two comparisons. An error line always passes and gets nothing but its module's row there. The `_AS`
+// forms print under the name of another function: a shared core uses them to speak for the operation that it
+// serves.
 //
 // An assertion is not gated. It prints the condition and the program carries on with the next statement; it
 // never aborts and never changes a result. Its first field is the source module, which the build gives to
@@ -17,10 +18,8 @@
 
 #define QEL_LOG_ERROR_AS(fn, logId, fmt, ...)                                                                \
     do {                                                                                                     \
-        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_ERROR);                   \
-            qelRow_ != nullptr) {                                                                            \
-            printf("[ERROR %s] %-10s,%d: " fmt, qelRow_->name, (fn), __LINE__ __VA_OPT__(, ) __VA_ARGS__);   \
-        }                                                                                                    \
+        const QelModInfo *const qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_ERROR);                 \
+        printf("[ERROR %s] %-10s,%d: " fmt, qelRow_->name, (fn), __LINE__ __VA_OPT__(, ) __VA_ARGS__);       \
     } while (false)
 
 #define QEL_LOG_INFO_AS(fn, logId, fmt, ...)                                                                 \

@@ -1,5 +1,6 @@
 #include "log/qel_log.h"
 #include "log/log_lines.h"
+#include "log/never.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ const QelModInfo *qelLog_ddIsEnabled(uint32_t logId, uint32_t ddLevel) {
         return nullptr;
     }
     const QelModInfo *const row = &RowOf(logId);
-    return row->ddLevel < ddLevel ? nullptr : row;
+    return QEL_NEVER(row->ddLevel < ddLevel, "only level 0 comes so far") ? nullptr : row;
 }
 
 void qelLog_setGlobalLogLevel(uint32_t logLevel) {

@@ -1,5 +1,6 @@
 #include "qirapi/private/actions.h"
 
+#include "log/never.h"
 #include "qirapi/private/report.h"
 #include "qirapi/private/request_store.h"
 #include "qirapi/private/request_values.h"
@@ -54,7 +55,8 @@ template <class Kind> u32 ChkRequest(const char *fn, const typename Kind::Record
 template <class Record, u32 N>
 u32 ChkValue(const char *fn, const Record *action_p, u32 toTagNum, const ValueRule (&rules)[N]) {
     const ValueRule *const rule = FindValueRule(rules, action_p->type);
-    const bool accepted = rule == nullptr || IsValueAccepted(*rule, &action_p->val, toTagNum);
+    const bool accepted = QEL_NEVER(rule == nullptr, "types without a row have been refused") ||
+                          IsValueAccepted(*rule, &action_p->val, toTagNum);
     return accepted ? static_cast<u32>(e_RET_OK) : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
 }
 

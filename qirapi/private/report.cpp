@@ -87,17 +87,22 @@ const char *RetCodeName(u32 code) {
 
 #undef QIR_NAME_OF
 
+namespace {
+
+// Error lines always pass the gate.
+const char *ModuleName() {
+    return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR)->name;
+}
+
+} // namespace
+
 u32 Refuse(const char *fn, int line, u32 code) {
-    if (const QelModInfo *row = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); row != nullptr) {
-        printf("[ERROR %s] %-10s,%d: \"%s\"\n", row->name, fn, line, RetCodeName(code));
-    }
+    printf("[ERROR %s] %-10s,%d: \"%s\"\n", ModuleName(), fn, line, RetCodeName(code));
     return code;
 }
 
 u32 CloseFailed(const char *fn, int line, u32 code) {
-    if (const QelModInfo *row = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); row != nullptr) {
-        printf("[ERROR %s] %-10s,%d: retVal <%u>\n", row->name, fn, line, code);
-    }
+    printf("[ERROR %s] %-10s,%d: retVal <%u>\n", ModuleName(), fn, line, code);
     return code;
 }
 

@@ -1,5 +1,6 @@
 #include "qirapi/private/req_list.h"
 
+#include "log/never.h"
 #include "qirapi/access/req_walk.h"
 #include "qirapi/private/fcb.h"
 #include "qirapi/private/report.h"
@@ -101,7 +102,7 @@ void AddReq_ReqList(Fcb *fcb_p, ReqNode *reqList_p, ReqNode *newReq_p) {
     if (!IsEmpty(*reqList_p)) {
         SrchAfterReq_ReqList(fcb_p, reqList_p, newReq_p->key, &found_p);
     }
-    if (found_p != nullptr) {
+    if (QEL_NEVER(found_p != nullptr, "searches report nothing")) {
         Link(fcb_p->reqPool[found_p->prev], *newReq_p, *found_p);
     } else {
         AppendToTail(fcb_p, *reqList_p, *newReq_p);
@@ -114,7 +115,7 @@ void RemReq_ReqList(Fcb *fcb_p, ReqNode *reqList_p, ReqNode *newReq_p) {
     }
     ReqNode *found_p = nullptr;
     SrchExactReq_ReqList(fcb_p, reqList_p, newReq_p->key, &found_p);
-    if (found_p != nullptr) {
+    if (QEL_NEVER(found_p != nullptr, "searches report nothing")) {
         Unlink(fcb_p, *found_p);
     }
 }

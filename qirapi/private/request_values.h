@@ -5,6 +5,7 @@
 #ifndef QIRAPI_PRIVATE_REQUEST_VALUES_H
 #define QIRAPI_PRIVATE_REQUEST_VALUES_H
 
+#include "log/never.h"
 #include "qirapi/private/types.h"
 
 namespace qir {
@@ -26,9 +27,9 @@ struct ValueRule {
 
 // The row of `type`, or null.
 template <u32 N> const ValueRule *FindValueRule(const ValueRule (&rules)[N], u32 type) {
-    for (const ValueRule &rule : rules) {
-        if (rule.type == type) {
-            return &rule;
+    for (u32 i = 0; !QEL_NEVER(i == N, "the types that come so far have rows"); ++i) {
+        if (rules[i].type == type) {
+            return &rules[i];
         }
     }
     return nullptr;

@@ -1,5 +1,6 @@
 #include "qirapi/private/rules.h"
 
+#include "log/never.h"
 #include "qirapi/private/report.h"
 #include "qirapi/private/rule_tables.h"
 
@@ -11,7 +12,7 @@ namespace qir {
 namespace {
 
 const Rule *FindRule(const RuleSet &set, u32 index) {
-    for (u32 i = 0; i < set.numRules; ++i) {
+    for (u32 i = 0; !QEL_NEVER(i == set.numRules, "every index has a rule"); ++i) {
         if (set.rules[i].index == index) {
             return &set.rules[i];
         }
@@ -26,7 +27,8 @@ void FillTable(const char *fn, const RuleSet (&sets)[NumSets], Row (&table)[NumR
     for (const RuleSet &set : sets) {
         for (u32 hdr = set.firstHdr; hdr <= set.lastHdr; ++hdr) {
             for (u32 index = 0; index < set.numIndexes; ++index) {
-                if (const Rule *rule = FindRule(set, index); rule != nullptr) {
+                if (const Rule *rule = FindRule(set, index);
+                    !QEL_NEVER(rule == nullptr, "every index has a rule")) {
                     table[hdr][index] = rule->bmap;
                 } else {
                     QIR_ERR_AS(fn, "Unknown %s <%u> \n", set.what, index);
@@ -37,8 +39,8 @@ void FillTable(const char *fn, const RuleSet (&sets)[NumSets], Row (&table)[NumR
 }
 
 // Is the address of a table that is part of the context not null?
-bool IsThere(const void *table) {
-    return table != nullptr;
+void AssertIsThere(const char *fn, const void *table, const char *text) {
+    QEL_ASSERT_AS(fn, !QEL_NEVER(table == nullptr, "the context is an object of the process"), text);
 }
 
 u32 ChkFilterDep(const char *fn, u16 depBmap, u8 type, u16 *curBmap_p, u32 cmpOp, u8 *cmpOpCurCnt_p) {
@@ -129,7 +131,7 @@ constexpr DumpRow kL4ActionDumpRows[] = {
 } // namespace
 
 void Init_CmpOpCntTbl() {
-    QEL_ASSERT(IsThere(qirCtxt_gp->cmpOpCntTbl), "(qirCtxt_gp->cmpOpCntTbl != NULL)");
+    AssertIsThere(__func__, qirCtxt_gp->cmpOpCntTbl, "(qirCtxt_gp->cmpOpCntTbl != NULL)");
     memset(qirCtxt_gp->cmpOpCntTbl, kFillByte, sizeof qirCtxt_gp->cmpOpCntTbl);
     for (u32 cmpOp = 0; cmpOp < e_CMP_MAX; ++cmpOp) {
         bool found = false;
@@ -139,24 +141,24 @@ void Init_CmpOpCntTbl() {
                 found = true;
             }
         }
-        if (!found) {
+        if (QEL_NEVER(!found, "every operator has a limit")) {
             QIR_ERR("Unknown cmpOp <%u> \n", cmpOp);
         }
     }
 }
 
 void Init_CmpOpChkTbl() {
-    QEL_ASSERT(IsThere(qirCtxt_gp->cmpOpBmapTbl), "(qirCtxt_gp->cmpOpBmapTbl != NULL)");
+    AssertIsThere(__func__, qirCtxt_gp->cmpOpBmapTbl, "(qirCtxt_gp->cmpOpBmapTbl != NULL)");
     FillTable(__func__, kCmpOpRules, qirCtxt_gp->cmpOpBmapTbl);
 }
 
 void Init_L4CmpOpChkTbl() {
-    QEL_ASSERT(IsThere(qirCtxt_gp->l4CmpOpBmapTbl), "(qirCtxt_gp->l4CmpOpBmapTbl != NULL)");
+    AssertIsThere(__func__, qirCtxt_gp->l4CmpOpBmapTbl, "(qirCtxt_gp->l4CmpOpBmapTbl != NULL)");
     FillTable(__func__, kL4CmpOpRules, qirCtxt_gp->l4CmpOpBmapTbl);
 }
 
 void Init_FilterDepBmapTbl() {
-    QEL_ASSERT(IsThere(qirCtxt_gp->filterDepBmapTbl), "(qirCtxt_gp->filterDepBmapTbl != NULL)");
+    AssertIsThere(__func__, qirCtxt_gp->filterDepBmapTbl, "(qirCtxt_gp->filterDepBmapTbl != NULL)");
     FillTable(__func__, kFilterDepRules, qirCtxt_gp->filterDepBmapTbl);
 }
 
