@@ -68,11 +68,11 @@ has_package() {
 
 # A line for each folder: its name, conditions, conditions that decide by themselves.
 count_mcdc() {
-    local build=$repo/build/coverage-mcdc
+    local build=$repo/build/coverage-mcdc programs
+    mapfile -t programs < <(ctest --preset coverage-mcdc --show-only=json-v1 | jq -r '.tests[].command[0]')
     "llvm-profdata-$clang" merge -o "$scratch/profile" "$build"/profiles/*.profraw &&
         "llvm-cov-$clang" export -summary-only -instr-profile "$scratch/profile" \
-            "$build/qirapi/libqirapi.a" -object "$build/log/libqel_log.a" \
-            -object "$build/app/liborxtest_scenarios.a" -object "$build/app/orxtest" |
+            "$build/app/orxtest" "${programs[@]/#/-object=}" |
         jq -r --arg root "$repo/" '
             def row($name): [$name, (map(.summary.mcdc.count) | add), (map(.summary.mcdc.covered) | add)];
             .data[0].files
