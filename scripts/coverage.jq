@@ -27,9 +27,10 @@ def added: transpose | map(add);
       line_number: .[0].line,
       count: map(.count) | add,
       "gcovr/noncode": false,
+      "gcovr/excluded": false,
       branches: group_by([.start, (.branches | length)])
         | map(map(.branches) | added) | add
         | map({ count: ., fallthrough: false, throw: false })
     })
   })
-| { "gcovr/format_version": "0.5", files: . }
+| { "gcovr/format_version": "0.3", files: . }

@@ -9,7 +9,7 @@ set -u -o pipefail
 # The least that a run has to reach, in percent.
 min_lines=100
 min_branches=100
-min_mcdc=0
+min_mcdc=100
 
 here=$(dirname -- "$(readlink -f -- "$0")")
 # shellcheck source=scripts/setup.sh

@@ -55,9 +55,11 @@ template <class Kind> u32 ChkRequest(const char *fn, const typename Kind::Record
 template <class Record, u32 N>
 u32 ChkValue(const char *fn, const Record *action_p, u32 toTagNum, const ValueRule (&rules)[N]) {
     const ValueRule *const rule = FindValueRule(rules, action_p->type);
-    const bool accepted = QEL_NEVER(rule == nullptr, "types without a row have been refused") ||
-                          IsValueAccepted(*rule, &action_p->val, toTagNum);
-    return accepted ? static_cast<u32>(e_RET_OK) : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
+    if (QEL_NEVER(rule == nullptr, "types without a row have been refused")) {
+        return e_RET_OK;
+    }
+    return IsValueAccepted(*rule, &action_p->val, toTagNum) ? static_cast<u32>(e_RET_OK)
+                                                            : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
 }
 
 template <class Kind>

@@ -92,7 +92,7 @@ template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Ki
 template <class Record, u32 N>
 u32 ChkValue(const char *fn, const Record *filter_p, const ValueRule (&rules)[N], const char *what) {
     const ValueRule *const rule = FindValueRule(rules, filter_p->type);
-    if (QEL_NEVER(rule == nullptr, "the rules have refused types without a row")) {
+    if (QEL_NEVER(rule == nullptr, "types without a row have been refused")) {
         QIR_ERR_AS(fn, "Unknown %s filter type <%u> \n", what, filter_p->type);
         return e_RET_OK;
     }
