@@ -4,7 +4,7 @@
 # in one of them has been run. They are the same branches when they belong to the function that begins at the
 # same place and are as many: no instance covers for another one that was compiled to something else.
 #
-# Input: gcov's documents. $root: the tree, with a slash at its end. $folders: a regular expression.
+# Input: gcov's documents. $root: the tree, with a slash at its end.
 
 def in_tree: ltrimstr($root) | sub("^([.][.]/)+"; "");
 
@@ -13,7 +13,7 @@ def added: transpose | map(add);
 [
   inputs.files[]
   | (.file | in_tree) as $file
-  | select($file | test($folders))
+  | select($file | startswith("/") | not)
   | (reduce .functions[] as $f ({}; .[$f.name] = "\($f.start_line):\($f.start_column)")) as $starts
   | .lines[]
   | { $file, line: .line_number, count, start: ($starts[.function_name // ""] // ""),
