@@ -26,7 +26,8 @@ if(QIR_SANITIZERS)
     -fsanitize=$<IF:$<BOOL:$<TARGET_PROPERTY:QIR_IS_TEST>>,${test_sanitizers},${product_sanitizers}>
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qir_build_flags INTERFACE -fsanitize=${QIR_SANITIZERS})
-  target_compile_definitions(qir_build_flags INTERFACE QEL_NEVER_IS_CHECKED)
+  target_compile_definitions(qir_build_flags INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:QIR_IS_TEST>>>:QEL_NEVER_IS_CHECKED>)
 endif()
 
 if(QIR_COVERAGE)
