@@ -67,7 +67,7 @@ missing() {
 
 # has_package PACKAGE: is it there, or does the distribution have it?
 has_package() {
-    apt-cache policy "$1" 2>/dev/null | grep -q 'Candidate: [0-9]'
+    [[ $(apt-cache policy "$1" 2>/dev/null) == *"Candidate: "[0-9]* ]]
 }
 
 # A line for each folder: its name, conditions, conditions that decide by themselves.
