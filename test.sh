@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs all tests: ./test.sh [PRESET...], by default native, sanitize, powerpc, mips, fuzz and
-# coverage.
+# Runs all tests: ./test.sh [STEP...], by default static, native, sanitize, powerpc, mips, fuzz and coverage.
 #
-# Installs and builds what is missing first. Tests of powerpc and mips run through an emulator; fuzz runs the
-# fuzzers for a fixed number of inputs; coverage prints what the tests run of the library and of orxtest.
+# Installs and builds what is missing first. static checks the sources without running them; the next four are
+# presets, of which powerpc and mips run through an emulator; fuzz runs the fuzzers for a fixed number of inputs;
+# coverage prints what the tests run of the library and of orxtest.
 set -u
 
 here=$(dirname -- "$(readlink -f -- "$0")")
@@ -11,11 +11,15 @@ here=$(dirname -- "$(readlink -f -- "$0")")
 . "$here/scripts/setup.sh" || exit 1
 
 if [ $# -eq 0 ]; then
-    set -- native sanitize powerpc mips fuzz coverage
+    set -- static native sanitize powerpc mips fuzz coverage
 fi
 
 # A preset that fails is the last one that runs: its summary is what the output ends with.
 for preset in "$@"; do
+    if [ "$preset" = static ]; then
+        "$here/scripts/static_checks.sh" || exit 1
+        continue
+    fi
     if [ "$preset" = coverage ]; then
         "$here/scripts/coverage.sh" || exit 1
         continue

@@ -50,6 +50,7 @@ const QelModInfo *qelLog_ddIsEnabled(uint32_t logId, uint32_t ddLevel) {
         return nullptr;
     }
     const QelModInfo *const row = &RowOf(logId);
+    // cppcheck-suppress knownConditionTrueFalse ; ddLevel is 0 here as long as no operation raises the level
     return QEL_NEVER(row->ddLevel < ddLevel, "only level 0 comes so far") ? nullptr : row;
 }
 

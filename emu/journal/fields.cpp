@@ -86,7 +86,7 @@ Json DecodeField(const Field &field, ByteView record, ByteOrder order) {
         return DecodeElement(field, record, field.offset, order);
     }
     Json list = Json::array();
-    for (unsigned i = 0; i < field.count; ++i) {
+    for (std::size_t i = 0; i < field.count; ++i) {
         list.push_back(DecodeElement(field, record, field.offset + i * field.width, order));
     }
     const bool isUnset = std::ranges::all_of(list, [](const Json &element) { return element == kUnset; });
@@ -140,7 +140,7 @@ void ConvertFields(const Layout &layout, ByteView original, std::span<std::uint8
         if (!IsSet(field.when, original, from)) {
             continue;
         }
-        for (unsigned i = 0; i < field.count; ++i) {
+        for (std::size_t i = 0; i < field.count; ++i) {
             const std::size_t offset = field.offset + i * field.width;
             if (field.show == Show::Record) {
                 ConvertFields(*field.record, original.subspan(offset, field.width),

@@ -29,7 +29,7 @@ constexpr std::string_view kChecksumEnd = "\"}";
 std::string Shown(const Json &value) {
     std::string text = value.dump(-1, ' ', true);
     if (text.size() > kMaxShown) {
-        text = text.substr(0, kMaxShown) + "...";
+        text.replace(kMaxShown, std::string::npos, "...");
     }
     return text;
 }

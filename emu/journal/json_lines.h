@@ -8,7 +8,7 @@
 
 namespace orxemu::journal {
 
-constexpr std::size_t kMaxLineBytes = 64 * 1024;
+constexpr std::size_t kMaxLineBytes = std::size_t{64} * 1024;
 
 // What is wrong with a line.
 struct Error {

@@ -39,11 +39,11 @@ struct LogEntry {
     std::size_t line = 0; // in the file; 0 when it comes from no file
     bool isOpen = false;  // an opening that failed; then only `err` counts
     int request = 0;
-    int err = 0;          // errno of the answer on this machine, 0 when it was accepted
+    int err = 0; // errno of the answer on this machine, 0 when it was accepted
     FaultMark fault = FaultMark::None;
     bool recordRead = false; // the record could be read from the caller's memory
-    Bytes in, out;        // the record as it came and as the driver left it; empty when it could not be read
-    Bytes fcb;            // empty when none was copied
+    Bytes in, out; // the record as it came and as the driver left it; empty when it could not be read
+    Bytes fcb;     // empty when none was copied
 };
 
 // The hardware has done it, whatever the caller was told.

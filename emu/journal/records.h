@@ -29,11 +29,11 @@ enum class Assigned { None, AsTable, DscpTable, PacTable, Flow };
 
 struct RequestInfo {
     int number;
-    const char *name;          // "activate-flow": the word that commands take and logs carry
+    const char *name; // "activate-flow": the word that commands take and logs carry
     std::uint32_t recordSize;
-    bool copiesFcb;            // flow requests
-    Assigned index;            // kind of the index word at offset 0; None when there is none
-    bool assigns;              // the index word is output: the driver assigns it
+    bool copiesFcb; // flow requests
+    Assigned index; // kind of the index word at offset 0; None when there is none
+    bool assigns;   // the index word is output: the driver assigns it
 };
 
 // All requests, by ascending number. The names: set-global, set-port, activate-as-table,

@@ -25,8 +25,8 @@ std::string StateText(const OrxEmuState &state);
 
 // False, with `problem` set, at the first line that does not check out. A state of the other byte order is
 // converted to this machine's; `writtenOrder` says which it was. On failure `state` is as it was.
-bool ReadState(std::string_view text, const std::string &fileName, OrxEmuState &state, ByteOrder &writtenOrder,
-               Problem &problem);
+bool ReadState(std::string_view text, const std::string &fileName, OrxEmuState &state,
+               ByteOrder &writtenOrder, Problem &problem);
 
 // Writes the whole file beside `path` and renames it, so that `path` has the old or the new contents at every
 // moment. False, with `problem` set, when it could not; then `path` is as it was and nothing is left beside.

@@ -24,7 +24,8 @@ using ByteView = std::span<const std::uint8_t>;
 
 // The word of `width` bytes (1, 2 or 4) at `offset`; the bytes have to be there.
 std::uint32_t Load(ByteView bytes, std::size_t offset, unsigned width, ByteOrder order);
-void Store(std::span<std::uint8_t> bytes, std::size_t offset, unsigned width, ByteOrder order, std::uint32_t value);
+void Store(std::span<std::uint8_t> bytes, std::size_t offset, unsigned width, ByteOrder order,
+           std::uint32_t value);
 
 // Lower-case hexadecimal digits, two a byte. FromHex takes either case; false when it is no such text.
 std::string ToHex(ByteView bytes);

@@ -84,6 +84,7 @@ int Explain(const CLI::App &app, const CLI::ParseError &error) {
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): what is not explained below has no explanation
 int main(int argc, char **argv) {
     const std::span<char *> words(argv, static_cast<std::size_t>(argc));
     const std::span<char *> own = OwnWords(words);

@@ -202,7 +202,8 @@ std::string Program::PreloadPath(const fs::path &library) {
 
 // The runtime of a sanitizer comes in front, what the user preloads behind.
 void Program::SetPreload(const std::string &preload, bool emulated) {
-    std::string list = ORXEMU_PRELOAD_FIRST;
+    std::string list = ORXEMU_PRELOAD_FIRST; // NOLINT(readability-redundant-string-init): not always empty
+    // cppcheck-suppress knownConditionTrueFalse ; in some builds it is not
     list += (list.empty() ? "" : ":") + preload;
     const std::string users = VariableOr(kPreloadVariable, "");
     list += users.empty() ? "" : ":" + users;

@@ -3,7 +3,7 @@
 #include "qirapi/driver/driver_records.h"
 #include "qirapi/private/context.h"
 
-#define RECORD(type) type record_##type
+#define RECORD(type)        type record_##type
 #define ENGINE_RECORD(type) qir::type record_##type
 
 // Handles.

@@ -5,8 +5,8 @@
 namespace {
 
 using namespace journal_kit;
-using test::ChildResult;
 using orxemu::journal::Store;
+using test::ChildResult;
 
 class OrxemuDiff : public JournalTest {};
 

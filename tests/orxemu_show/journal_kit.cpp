@@ -80,8 +80,8 @@ std::string StateText() {
     return orxemu::journal::StateText(*orxemu_state());
 }
 
-TemporaryFile::TemporaryFile(const std::string &text) {
-    path_ = ::testing::TempDir() + "orxemu_journal_XXXXXX";
+TemporaryFile::TemporaryFile(const std::string &text)
+    : path_(::testing::TempDir() + "orxemu_journal_XXXXXX") {
     const int fd = mkstemp(path_.data());
     EXPECT_GE(fd, 0) << path_;
     close(fd);

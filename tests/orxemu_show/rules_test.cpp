@@ -402,8 +402,8 @@ TEST_F(OrxemuRules, WhatIsNotAsUsualStandsBehindTheDestination) {
     fwd.flowPrio = 3;
     ASSERT_EQ(QIR_Set_FwdInfo(&flow, &fwd), e_RET_OK);
     EXPECT_EQ(RuleOf(flow), rule + " prio 3");
-    PacTblHdl pac = PacTable(1);
-    pac = PacTable(2);
+    static_cast<void>(PacTable(1));
+    const PacTblHdl pac = PacTable(2);
     ASSERT_EQ(QIR_Set_PacInfo(&flow, e_TBLSTATUS_ENABLE, 0, &pac), e_RET_OK);
     EXPECT_EQ(RuleOf(flow), rule + " prio 3 pac 1");
     ASSERT_EQ(QIR_Set_AsOverride(&flow, e_AS_OVERRIDE_ENABLE), e_RET_OK);
