@@ -403,7 +403,7 @@ TEST_F(OrxemuRules, WhatIsNotAsUsualStandsBehindTheDestination) {
     ASSERT_EQ(QIR_Set_FwdInfo(&flow, &fwd), e_RET_OK);
     EXPECT_EQ(RuleOf(flow), rule + " prio 3");
     static_cast<void>(PacTable(1));
-    const PacTblHdl pac = PacTable(2);
+    PacTblHdl pac = PacTable(2);
     ASSERT_EQ(QIR_Set_PacInfo(&flow, e_TBLSTATUS_ENABLE, 0, &pac), e_RET_OK);
     EXPECT_EQ(RuleOf(flow), rule + " prio 3 pac 1");
     ASSERT_EQ(QIR_Set_AsOverride(&flow, e_AS_OVERRIDE_ENABLE), e_RET_OK);
