@@ -51,6 +51,7 @@ function add(file,    flags, folder, batch) {
 
     flags = command
     sub(/ -o [^ ]+ -c [^ ]+$/, "", flags)
+    sub(/ -Wshadow/, "", flags) # one source's names behind another's: the compilers look for it
     folder = substr(file, length(repo) + 2)
     sub(/\/[^\/]*$/, "", folder)
     read_names(file)
