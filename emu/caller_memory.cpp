@@ -48,7 +48,7 @@ iovec LastByteOf(const void *address, std::size_t size) {
 // The last byte comes first: the others lie on its page and on the one before, so that nothing is stored
 // when any of them cannot be read.
 int ReadDirectly(void *to, const void *callerFrom, std::size_t size) {
-    char last;
+    char last = 0;
     const iovec own[] = {PartOf(&last, sizeof last), PartOf(to, size)};
     const iovec callers[] = {LastByteOf(callerFrom, size), PartOf(callerFrom, size)};
     return MoveBetween(SYS_process_vm_readv, own, callers);

@@ -110,7 +110,7 @@ if [ $# -eq 0 ]; then
     set -- format shell cppcheck tidy
 fi
 install_for clang clang-format clang-tidy cppcheck shellcheck libclang-rt-dev \
-    libgtest-dev libcli11-dev nlohmann-json3-dev
+    libbenchmark-dev libgtest-dev libcli11-dev nlohmann-json3-dev valgrind
 case "$*" in
 *cppcheck* | *tidy*) prepare ;;
 esac

@@ -81,7 +81,7 @@ void OutMustBeAnswered(const RequestInfo &info, const LogEntry &entry) {
     }
     const AnswerPlace place = AnswerPlaceOf(info);
     for (std::size_t i = 0; i < entry.in.size(); ++i) {
-        if (entry.in[i] != entry.out[i] && (i < place.offset || i >= place.offset + place.size)) {
+        if ((i < place.offset || i >= place.offset + place.size) && entry.in[i] != entry.out[i]) {
             throw Error{"rawOut differs from raw at byte " + std::to_string(i) +
                         ", which the driver does not write"};
         }
