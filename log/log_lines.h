@@ -22,21 +22,20 @@
         printf("[ERROR %s] %-10s,%d: " fmt, qelRow_->name, (fn), __LINE__ __VA_OPT__(, ) __VA_ARGS__);       \
     } while (false)
 
-#define QEL_LOG_INFO_AS(fn, logId, fmt, ...)                                                                 \
+// Of a row that may be null: then the line is off.
+#define QEL_LOG_LINE_OF(row, head, fn, fmt, ...)                                                             \
     do {                                                                                                     \
-        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_INFO);                    \
-            qelRow_ != nullptr) {                                                                            \
-            printf("[INF %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
+        if (const QelModInfo *qelRow_ = (row); qelRow_ != nullptr) {                                         \
+            printf(head " %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                      \
         }                                                                                                    \
     } while (false)
+#define QEL_LOG_INFO_OF(row, ...)  QEL_LOG_LINE_OF(row, "[INF %s]", __VA_ARGS__)
+#define QEL_LOG_DEBUG_OF(row, ...) QEL_LOG_LINE_OF(row, "[DBG %s]", __VA_ARGS__)
 
-#define QEL_LOG_DEBUG_AS(fn, logId, fmt, ...)                                                                \
-    do {                                                                                                     \
-        if (const QelModInfo *qelRow_ = qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_DEBUG);                   \
-            qelRow_ != nullptr) {                                                                            \
-            printf("[DBG %s] %-10s: " fmt, qelRow_->name, (fn)__VA_OPT__(, ) __VA_ARGS__);                   \
-        }                                                                                                    \
-    } while (false)
+#define QEL_LOG_INFO_AS(fn, logId, ...)                                                                      \
+    QEL_LOG_INFO_OF(qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_INFO), fn, __VA_ARGS__)
+#define QEL_LOG_DEBUG_AS(fn, logId, ...)                                                                     \
+    QEL_LOG_DEBUG_OF(qelLog_logIsEnabled((logId), QEL_LOG_LEVEL_DEBUG), fn, __VA_ARGS__)
 
 #define QEL_LOG_ERROR(logId, ...) QEL_LOG_ERROR_AS(__func__, logId, __VA_ARGS__)
 #define QEL_LOG_INFO(logId, ...)  QEL_LOG_INFO_AS(__func__, logId, __VA_ARGS__)

@@ -13,21 +13,12 @@
 #include "qirapi/public/codes.h"
 
 #define QIR_ERR_AS(fn, ...) QEL_LOG_ERROR_AS(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__)
-#define QIR_INF_AS(fn, ...) QIR_LINE_AS(QEL_LOG_INFO_AS, QEL_LOG_LEVEL_INFO, fn, __VA_ARGS__)
-#define QIR_DBG_AS(fn, ...) QIR_LINE_AS(QEL_LOG_DEBUG_AS, QEL_LOG_LEVEL_DEBUG, fn, __VA_ARGS__)
+#define QIR_INF_AS(fn, ...) QEL_LOG_INFO_OF(qir::RowOfLevel(QEL_LOG_LEVEL_INFO), fn, __VA_ARGS__)
+#define QIR_DBG_AS(fn, ...) QEL_LOG_DEBUG_OF(qir::RowOfLevel(QEL_LOG_LEVEL_DEBUG), fn, __VA_ARGS__)
 
 #define QIR_ERR(...) QIR_ERR_AS(__func__, __VA_ARGS__)
 #define QIR_INF(...) QIR_INF_AS(__func__, __VA_ARGS__)
 #define QIR_DBG(...) QIR_DBG_AS(__func__, __VA_ARGS__)
-
-// Nearly all of these lines are off by the module's own level: then not even the gate is asked. The rest is the
-// gate's to decide.
-#define QIR_LINE_AS(print, level, fn, ...)                                                                   \
-    do {                                                                                                     \
-        if (qir::orxapiRow_p->logLevel >= (level)) [[unlikely]] {                                            \
-            print(fn, QEL_LOG_ID_ORXAPI, __VA_ARGS__);                                                       \
-        }                                                                                                    \
-    } while (false)
 
 #define QIR_REFUSE_AS(fn, code) qir::Refuse((fn), __LINE__, (code))
 #define QIR_REFUSE(code)        QIR_REFUSE_AS(__func__, code)
@@ -42,6 +33,15 @@ namespace qir {
 // every line asks the gate.
 [[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
 void FindLogRow(); // at start-up
+
+// The row of a line of that level, or null when the line is off. Nearly all lines are off by the module's own
+// level: then not even the gate is asked. The rest is the gate's to decide.
+inline const QelModInfo *RowOfLevel(u32 level) {
+    if (orxapiRow_p->logLevel >= level) [[unlikely]] {
+        return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, level);
+    }
+    return nullptr;
+}
 
 // The code's name as logs print it, e.g. "e_RET_ERR_NULL_PTR"; null for 0, 1 and the unused numbers.
 const char *RetCodeName(u32 code);
