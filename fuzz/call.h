@@ -1,0 +1,80 @@
+// One public call as the checks see it: what it was about, which objects it named and how it ended.
+#ifndef FUZZ_CALL_H
+#define FUZZ_CALL_H
+
+#include "qirapi/private/context.h"
+
+#include <string>
+
+namespace fuzz {
+
+using qir::i32;
+using qir::u16;
+using qir::u32;
+using qir::u8;
+
+// What is wrong, for people; empty when nothing is.
+using Complaint = std::string;
+
+// What an operation is about. Operations that may change the same things share one.
+enum class Doing : u8 {
+    Read,
+    InitSystem,
+    SetBudget,
+    SetFlowMissAction,
+    SetPadLen,
+    SetDefAcl,
+    SetTpid,
+    SetRlStatus,
+    SetRlTci,
+    ChangeRl, // allocate, free, configure
+    SwitchRl, // activate, deactivate
+    AllocTable,
+    FreeTable,
+    ConfigTable,
+    SwitchTable,
+    AllocFlow,
+    FreeFlow,
+    ActivateFlow,
+    DeactivateFlow,
+    ReadHits,
+    AllocHdr,
+    SetFwdInfo,
+    ChangeDst,
+    SetAsOverride,
+    SetPacInfo,
+    SetEpInfo,
+    ConfigFilter,
+    ConfigEthAction,
+    ConfigAction,
+    Num
+};
+
+enum class TblKind : u8 { As, Dscp, Ep, Pac, Num };
+
+// An index that the call did not name, or named out of range.
+constexpr u32 kNone = 0xFFFFFFFF;
+
+struct Call {
+    const char *name = "";
+    Doing doing = Doing::Read;
+    u32 rc = 0;
+    u32 flow = kNone;
+    TblKind tblKind = TblKind::As;
+    u32 table = kNone;
+    u32 port = kNone;
+    u32 rlDir = kNone;
+    u32 rlIndex = kNone;
+    u32 blk = kNone; // header allocation: block
+    u32 hdr = kNone; // and header
+    // Requests: where in the FCB the entry of their header lies, and what they ask for.
+    u32 entry = kNone;
+    u32 entryBytes = 0;
+    u32 numTypes = 0;
+    u32 type = kNone;
+    u32 cmpOp = kNone;
+};
+
+} // namespace fuzz
+
+#endif

@@ -1,0 +1,172 @@
+// Start-up, flow sections, global and port settings, rate limiters.
+#include "fuzz/public_calls.h"
+
+namespace fuzz {
+
+namespace {
+
+void InitSys(Input &, Call &call) {
+    call.doing = Doing::InitSystem;
+    call.rc = QIR_Init_Sys();
+}
+
+void SetSectionMaxFlows(Input &in, Call &call) {
+    call.doing = Doing::SetBudget;
+    const u32 section = in.Below(e_FLOW_SECTION_MAX);
+    call.rc = QIR_Set_SectionMaxFlows(section, in.Half());
+}
+
+void GetSectionMaxFlows(Input &in, Call &call) {
+    u16 numFlows = 0;
+    const u32 section = in.Below(e_FLOW_SECTION_MAX);
+    call.rc = QIR_Get_SectionMaxFlows(section, in.OrNull(numFlows));
+}
+
+void SetFlowMissAction(Input &in, Call &call) {
+    call.doing = Doing::SetFlowMissAction;
+    call.rc = QIR_Set_FlowMissAction(in.Below(QIR_FLOWMISSACTION_MAX));
+}
+
+void GetFlowMissAction(Input &in, Call &call) {
+    u32 action = 0;
+    call.rc = QIR_Get_FlowMissAction(in.OrNull(action));
+}
+
+u32 TakePort(Input &in, Call &call, u32 num) {
+    const u32 port = in.Below(num);
+    call.port = port < num ? port : kNone;
+    return port;
+}
+
+void SetPortPadLen(Input &in, Call &call) {
+    call.doing = Doing::SetPadLen;
+    const u32 port = TakePort(in, call, QIR_PADPORT_MAX);
+    call.rc = QIR_Set_PortPadLen(port, in.Word());
+}
+
+void GetPortPadLen(Input &in, Call &call) {
+    u32 padLen = 0;
+    const u32 port = in.Below(QIR_PADPORT_MAX);
+    call.rc = QIR_Get_PortPadLen(port, in.OrNull(padLen));
+}
+
+void SetPortDefAcl(Input &in, Call &call) {
+    call.doing = Doing::SetDefAcl;
+    const u32 port = TakePort(in, call, QIR_PORT_MAX);
+    call.rc = QIR_Set_PortDefAcl(port, in.Below(QIR_ACLTYPE_MAX));
+}
+
+void GetPortDefAcl(Input &in, Call &call) {
+    u32 aclType = 0;
+    const u32 port = in.Below(QIR_PORT_MAX);
+    call.rc = QIR_Get_PortDefAcl(port, in.OrNull(aclType));
+}
+
+void SetTpid(Input &in, Call &call) {
+    call.doing = Doing::SetTpid;
+    TpidCfg cfg{};
+    cfg.portId = TakePort(in, call, QIR_PORT_MAX);
+    in.Fill(cfg.tpid, sizeof cfg.tpid);
+    call.rc = QIR_Set_Tpid(in.OrNull(cfg));
+}
+
+void GetTpid(Input &in, Call &call) {
+    TpidCfg cfg{};
+    cfg.portId = in.Below(QIR_PORT_MAX);
+    call.rc = QIR_Get_Tpid(in.OrNull(cfg));
+}
+
+void SetRlStatus(Input &in, Call &call) {
+    call.doing = Doing::SetRlStatus;
+    call.rc = QIR_Set_RLStatus(in.Below(QIR_RLSTATUS_MAX));
+}
+
+void GetRlStatus(Input &in, Call &call) {
+    u32 status = 0;
+    call.rc = QIR_Get_RLStatus(in.OrNull(status));
+}
+
+struct Limiter {
+    u32 dir;
+    u32 index;
+};
+
+Limiter TakeLimiter(Input &in, Call &call) {
+    const u32 dir = in.Below(QIR_RLDIR_MAX);
+    const u32 index = in.Below(QIR_RLINDEX_MAX);
+    call.rlDir = dir < QIR_RLDIR_MAX ? dir : kNone;
+    call.rlIndex = index < QIR_RLINDEX_MAX ? index : kNone;
+    return {dir, index};
+}
+
+void SetRlTciCfg(Input &in, Call &call) {
+    call.doing = Doing::SetRlTci;
+    const u32 dir = in.Below(QIR_RLDIR_MAX);
+    call.rlDir = dir < QIR_RLDIR_MAX ? dir : kNone;
+    RlTciCfg cfg{};
+    cfg.tci[0] = in.Half();
+    cfg.tci[1] = in.Byte();
+    call.rc = QIR_Set_RLTciCfg(dir, cfg);
+}
+
+void GetRlTciCfg(Input &in, Call &call) {
+    RlTciCfg cfg{};
+    const u32 dir = in.Below(QIR_RLDIR_MAX);
+    call.rc = QIR_Get_RLTciCfg(dir, in.OrNull(cfg));
+}
+
+template <Doing doing, auto operation> void OnLimiter(Input &in, Call &call) {
+    call.doing = doing;
+    const Limiter limiter = TakeLimiter(in, call);
+    call.rc = operation(limiter.dir, limiter.index);
+}
+
+void SetRl(Input &in, Call &call) {
+    call.doing = Doing::ChangeRl;
+    const Limiter limiter = TakeLimiter(in, call);
+    RlEnt ent{};
+    ent.tci = in.Word();
+    ent.cirUnit = in.Below(QIR_RLUNIT_MAX);
+    ent.cirRate = in.Word();
+    ent.cbs = in.Byte();
+    call.rc = QIR_Set_RL(limiter.dir, limiter.index, ent);
+}
+
+void GetRl(Input &in, Call &call) {
+    RlEnt ent{};
+    const u32 dir = in.Below(QIR_RLDIR_MAX);
+    const u32 index = in.Below(QIR_RLINDEX_MAX);
+    call.rc = QIR_Get_RL(dir, index, in.OrNull(ent));
+}
+
+constexpr Operation kOperations[] = {
+    {"QIR_Init_Sys", InitSys},
+    {"QIR_Set_SectionMaxFlows", SetSectionMaxFlows},
+    {"QIR_Get_SectionMaxFlows", GetSectionMaxFlows},
+    {"QIR_Set_FlowMissAction", SetFlowMissAction},
+    {"QIR_Get_FlowMissAction", GetFlowMissAction},
+    {"QIR_Set_PortPadLen", SetPortPadLen},
+    {"QIR_Get_PortPadLen", GetPortPadLen},
+    {"QIR_Set_PortDefAcl", SetPortDefAcl},
+    {"QIR_Get_PortDefAcl", GetPortDefAcl},
+    {"QIR_Set_Tpid", SetTpid},
+    {"QIR_Get_Tpid", GetTpid},
+    {"QIR_Set_RLStatus", SetRlStatus},
+    {"QIR_Get_RLStatus", GetRlStatus},
+    {"QIR_Set_RLTciCfg", SetRlTciCfg},
+    {"QIR_Get_RLTciCfg", GetRlTciCfg},
+    {"QIR_Alloc_RL", OnLimiter<Doing::ChangeRl, QIR_Alloc_RL>},
+    {"QIR_Free_RL", OnLimiter<Doing::ChangeRl, QIR_Free_RL>},
+    {"QIR_Set_RL", SetRl},
+    {"QIR_Get_RL", GetRl},
+    {"QIR_Activate_RL", OnLimiter<Doing::SwitchRl, QIR_Activate_RL>},
+    {"QIR_Deactivate_RL", OnLimiter<Doing::SwitchRl, QIR_Deactivate_RL>},
+};
+
+} // namespace
+
+std::span<const Operation> SystemOperations() {
+    return kOperations;
+}
+
+} // namespace fuzz
