@@ -44,9 +44,9 @@ enum class Part : u8 {
     EpHdl,
     PbitsSource,
     PacHdl,
-    Block,     // the filter or action block that the call names
-    EthOrder,  // last Ethernet action, tags pushed and popped
-    FwdInfo,   // and that it is set
+    Block,    // the filter or action block that the call names
+    EthOrder, // last Ethernet action, tags pushed and popped
+    FwdInfo,  // and that it is set
     FwdDst,
     Nodes,     // request nodes, and how many are free
     Entry,     // of the request's header
@@ -125,9 +125,11 @@ constexpr Refused kRefused[] = {
 
 // Places in the context.
 
-#define PLACE(member)      offsetof(QirCtxt, member)
+#define PLACE(member) offsetof(QirCtxt, member)
 #define PLACE_IN(record, member)                                                                             \
-    Range { offsetof(record, member), offsetof(record, member) + sizeof(record::member) }
+    Range {                                                                                                  \
+        offsetof(record, member), offsetof(record, member) + sizeof(record::member)                          \
+    }
 
 Range Whole(std::size_t begin, std::size_t size) {
     return {begin, begin + size};
@@ -148,7 +150,8 @@ template <class Info> Range InTable(std::size_t pool, u32 idx, Range part) {
 }
 
 std::size_t PoolOf(TblKind kind) {
-    constexpr std::size_t kPools[] = {PLACE(asTblPool), PLACE(dscpTblPool), PLACE(epTblPool), PLACE(pacTblPool)};
+    constexpr std::size_t kPools[] = {PLACE(asTblPool), PLACE(dscpTblPool), PLACE(epTblPool),
+                                      PLACE(pacTblPool)};
     return kPools[static_cast<u32>(kind)];
 }
 
@@ -331,7 +334,8 @@ std::string PlaceName(std::size_t offset) {
 }
 
 // The bytes of `within` but for `allowed`, which is sorted, are the same on both sides.
-Complaint CompareBut(const QirCtxt &before, const QirCtxt &now, Range within, const std::vector<Range> &allowed) {
+Complaint CompareBut(const QirCtxt &before, const QirCtxt &now, Range within,
+                     const std::vector<Range> &allowed) {
     const auto same = [&](std::size_t begin, std::size_t end) {
         return begin >= end || std::memcmp(Bytes(before) + begin, Bytes(now) + begin, end - begin) == 0;
     };

@@ -107,8 +107,8 @@ void HardwarePast::NoteActivation(HwKind kind, u32 object, const OrxEmuRequest &
     Kind &known = Of(kind);
     const bool accepted = request.err == 0;
     // A lost answer came from a slot that was free until then.
-    const bool taken = accepted || (answerLost && slot < kCounts[static_cast<u32>(kind)] &&
-                                    known.owner[slot] == kFree);
+    const bool taken =
+        accepted || (answerLost && slot < kCounts[static_cast<u32>(kind)] && known.owner[slot] == kFree);
     if (!taken) {
         return;
     }
@@ -233,12 +233,13 @@ Complaint HardwarePast::CheckHeld(HwKind kind, u32 object, u32 slot, const QirCt
         break;
     case HwKind::Flow:
         alike = IsAsActivated(ctxt.fcbPool[object], hardware.flow[slot]) &&
-                (ahead_.fwdInfo[object] ||
-                 Alike(ctxt.fcbPool[object], hardware.flow[slot].fcb, offsetof(Fcb, fwdInfo), offsetof(Fcb, reserved2)));
+                (ahead_.fwdInfo[object] || Alike(ctxt.fcbPool[object], hardware.flow[slot].fcb,
+                                                 offsetof(Fcb, fwdInfo), offsetof(Fcb, reserved2)));
         break;
     default:
         alike = std::memcmp(&RlOf(ctxt, object).ent,
-                            hardware.rl[slot / QIR_RLINDEX_MAX][slot % QIR_RLINDEX_MAX].record, sizeof(RlEnt)) == 0;
+                            hardware.rl[slot / QIR_RLINDEX_MAX][slot % QIR_RLINDEX_MAX].record,
+                            sizeof(RlEnt)) == 0;
         break;
     }
     return alike ? Complaint{} : Name(kind, object) + " is not what the hardware holds for it";
@@ -284,8 +285,8 @@ Complaint HardwarePast::CheckSettings(const QirCtxt &ctxt, const OrxEmuState &ha
         if (!ahead_.defAcl[port] && ctxt.portDefAclTbl[port] != hardware.portDefAcl[port]) {
             return "the hardware has another default ACL";
         }
-        if (!ahead_.tpid[port] &&
-            std::memcmp(ctxt.tpidTbl[port].tpid, hardware.portTpid[port], sizeof hardware.portTpid[port]) != 0) {
+        if (!ahead_.tpid[port] && std::memcmp(ctxt.tpidTbl[port].tpid, hardware.portTpid[port],
+                                              sizeof hardware.portTpid[port]) != 0) {
             return "the hardware has other TPIDs";
         }
     }

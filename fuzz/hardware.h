@@ -38,8 +38,8 @@ class HardwarePast {
 
     struct Kind {
         Kind() { owner.fill(kFree); }
-        std::array<u16, QIR_MAX_FLOWS> owner;     // of each slot
-        std::array<bool, QIR_MAX_FLOWS> gone{};   // ACTIVE objects that the hardware holds nothing for
+        std::array<u16, QIR_MAX_FLOWS> owner;      // of each slot
+        std::array<bool, QIR_MAX_FLOWS> gone{};    // ACTIVE objects that the hardware holds nothing for
         std::array<bool, QIR_MAX_FLOWS> lostIdx{}; // ACTIVE tables that no longer know their slot
     };
     // Settings of which the hardware may have another value than the shadow.

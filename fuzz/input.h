@@ -27,7 +27,8 @@ class Input {
 
     // Mostly a small number, at times one at the edge of its type.
     u32 Word() {
-        constexpr u32 kEdges[] = {0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFF, 0x10000, 0xA5A5A5A5, 512, 0x0600};
+        constexpr u32 kEdges[] = {0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFF,
+                                  0x10000,    0xA5A5A5A5, 512,        0x0600};
         const u8 lead = Byte();
         if (lead < 0x80) {
             return lead;

@@ -159,12 +159,12 @@ u16 ExpectedRefCnt(TblKind kind, u32 idx, const Naming &naming, const Past &past
 template <class Info>
 Complaint CheckTable(TblKind kind, const Info &tbl, u32 idx, const Naming &naming, const Past &past) {
     const bool named = tbl.status == e_STATUS_FREE || kind == TblKind::Ep || tbl.hdl.f1.id == idx;
-    Complaint broken =
-        FirstBroken(NameOf(kind), idx,
-                    {{tbl.status < e_STATUS_MAX, "no such status"},
-                     {named, "its handle names another table"},
-                     {tbl.status != e_STATUS_ALLOC || tbl.hwTblIdx == kNoHwIdx, "in hardware, and still ALLOC"},
-                     {tbl.refCnt == ExpectedRefCnt(kind, idx, naming, past), "refCnt is not what uses it"}});
+    Complaint broken = FirstBroken(
+        NameOf(kind), idx,
+        {{tbl.status < e_STATUS_MAX, "no such status"},
+         {named, "its handle names another table"},
+         {tbl.status != e_STATUS_ALLOC || tbl.hwTblIdx == kNoHwIdx, "in hardware, and still ALLOC"},
+         {tbl.refCnt == ExpectedRefCnt(kind, idx, naming, past), "refCnt is not what uses it"}});
     if (broken.empty() && tbl.status != e_STATUS_FREE) {
         broken = CheckContents(tbl, idx);
     }
@@ -207,7 +207,8 @@ Complaint CheckSections(const QirCtxt &ctxt) {
         }
         budgets += counted.maxFlows;
     }
-    return budgets <= QIR_MAX_FLOWS ? Complaint{} : "the budgets of the sections exceed the flows that there are";
+    return budgets <= QIR_MAX_FLOWS ? Complaint{}
+                                    : "the budgets of the sections exceed the flows that there are";
 }
 
 Complaint CheckTables(const QirCtxt &ctxt, const Past &past) {
@@ -232,22 +233,21 @@ Complaint CheckSettings(const QirCtxt &ctxt) {
     for (u32 port = 0; port < QIR_PORT_MAX; ++port) {
         const u32 padLen = ctxt.portPadLenTbl[port];
         const u32 tpidPort = ctxt.tpidTbl[port].portId;
-        Complaint broken =
-            FirstBroken("port", port,
-                        {{ctxt.portDefAclTbl[port] < QIR_ACLTYPE_MAX, "no such ACL type"},
-                         {padLen == 0 || (padLen >= QIR_PADLEN_MIN && padLen < QIR_PADLEN_MAX), "no such pad length"},
-                         {port < QIR_PADPORT_MAX || padLen == 0, "a pad length where there is none"},
-                         {tpidPort == 0 || tpidPort == port, "TPIDs of another port"}});
+        Complaint broken = FirstBroken(
+            "port", port,
+            {{ctxt.portDefAclTbl[port] < QIR_ACLTYPE_MAX, "no such ACL type"},
+             {padLen == 0 || (padLen >= QIR_PADLEN_MIN && padLen < QIR_PADLEN_MAX), "no such pad length"},
+             {port < QIR_PADPORT_MAX || padLen == 0, "a pad length where there is none"},
+             {tpidPort == 0 || tpidPort == port, "TPIDs of another port"}});
         if (!broken.empty()) {
             return broken;
         }
     }
     for (u32 i = 0; i < QIR_RLDIR_MAX * QIR_RLINDEX_MAX; ++i) {
         const RlSlot &slot = ctxt.rlTbl[i / QIR_RLINDEX_MAX][i % QIR_RLINDEX_MAX];
-        Complaint broken =
-            FirstBroken("rate limiter", i,
-                        {{slot.state < e_STATUS_MAX, "no such state"},
-                         {slot.state < e_STATUS_CFG || IsRate(slot.ent), "no such rate"}});
+        Complaint broken = FirstBroken("rate limiter", i,
+                                       {{slot.state < e_STATUS_MAX, "no such state"},
+                                        {slot.state < e_STATUS_CFG || IsRate(slot.ent), "no such rate"}});
         if (!broken.empty()) {
             return broken;
         }

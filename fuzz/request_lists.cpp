@@ -28,7 +28,8 @@ struct List {
 template <class Kind> constexpr List ListOf(const char *name, u32 hdr, u32 tag = 0) {
     constexpr bool kFilter = __is_same(typename Kind::Blk, FilterBlk);
     const u32 blk = kFilter ? offsetof(Fcb, filterBlk) : offsetof(Fcb, actionBlk);
-    return {name, kFilter, hdr, blk + Kind::Entry(tag), Kind::kNumTypes, offsetof(typename Kind::Record, type)};
+    return {
+        name, kFilter, hdr, blk + Kind::Entry(tag), Kind::kNumTypes, offsetof(typename Kind::Record, type)};
 }
 
 constexpr List kLists[] = {
@@ -56,8 +57,7 @@ u16 HdrBmapOf(const Fcb &fcb, const List &list) {
 }
 
 bool IsTcpOrUdp(const List &list) {
-    return list.hdr == e_FLOWHDR_IPV4 &&
-           list.entry != kIpv4Filters &&
+    return list.hdr == e_FLOWHDR_IPV4 && list.entry != kIpv4Filters &&
            list.entry != offsetof(Fcb, actionBlk) + Ipv4ActionKind::Entry(0);
 }
 

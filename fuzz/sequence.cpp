@@ -48,7 +48,8 @@ class Sequence {
     std::vector<Call> calls_;
 };
 
-const std::array kAllOperations = {SystemOperations(), TableOperations(), FlowOperations(), RequestOperations()};
+const std::array kAllOperations = {SystemOperations(), TableOperations(), FlowOperations(),
+                                   RequestOperations()};
 
 // How often each family is chosen, of 32.
 constexpr u32 kWeights[] = {4, 7, 11, 10};
@@ -158,7 +159,8 @@ std::string Sequence::LastCalls() const {
     for (std::size_t i = calls_.size() - std::min(calls_.size(), kShown); i < calls_.size(); ++i) {
         const Call &call = calls_[i];
         text += std::to_string(i + 1) + " " + call.name + " -> " + std::to_string(call.rc);
-        for (const auto &[what, idx] : {std::pair{"flow", call.flow}, {"table", call.table}, {"type", call.type}}) {
+        for (const auto &[what, idx] :
+             {std::pair{"flow", call.flow}, {"table", call.table}, {"type", call.type}}) {
             text += idx != kNone ? std::string(", ") + what + " " + std::to_string(idx) : "";
         }
         text += "\n";

@@ -1,0 +1,161 @@
+// What a call may change, and what it may leave behind when it is refused.
+#include "tests/fuzz_checks/scene.h"
+
+#include "fuzz/changes.h"
+#include "fuzz/invariants.h"
+
+#include <ostream>
+
+namespace fuzz_checks {
+
+namespace {
+
+using namespace qir;
+using fuzz::Call;
+using fuzz::Doing;
+
+Call Of(Doing doing, u32 rc, u32 flow = fuzz::kNone, u32 table = fuzz::kNone) {
+    Call call;
+    call.doing = doing;
+    call.rc = rc;
+    call.flow = flow;
+    call.table = table;
+    call.tblKind = fuzz::TblKind::Pac;
+    return call;
+}
+
+// A filter of type 3 and operator 1 of VLAN tag 0, refused.
+Call VlanFilterRefused(u32 rc) {
+    Call call = Of(Doing::ConfigFilter, rc, 0);
+    call.entry = offsetof(Fcb, filterBlk.vlan);
+    call.entryBytes = sizeof(VlanFilterEntry);
+    call.numTypes = e_VLAN_FILT_MAX;
+    call.type = 3;
+    call.cmpOp = 1;
+    return call;
+}
+
+struct Row {
+    const char *what;
+    std::string complaint; // "" for what is allowed
+    Call call;
+    void (*change)(QirCtxt &);
+};
+
+std::ostream &operator<<(std::ostream &out, const Row &row) {
+    return out << row.what;
+}
+
+const Row kRows[] = {
+    {"a reading call changes nothing", "changed flow 0 + 20", Of(Doing::Read, 0, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+    {"a refused call changes nothing", "changed flow 0 + 20", Of(Doing::SetAsOverride, 17, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+    {"an accepted one its field", "", Of(Doing::SetAsOverride, 0, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+    {"and no other", "changed flow 0 + 24", Of(Doing::SetAsOverride, 0, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].reserved1 = 1; }},
+    {"the last byte of a flow", "changed flow 0 + 1883", Of(Doing::SetAsOverride, 0, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].reqPool[31].req[35] ^= 1; }},
+    {"nor another table", "changed PAC table 3 + 40", Of(Doing::FreeTable, 0, fuzz::kNone, 2),
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[3].status = 3; }},
+    {"nor a setting", "changed byte 12", Of(Doing::SetAsOverride, 0, 0),
+     [](QirCtxt &ctxt) { ctxt.flowMissAction = 1; }},
+    {"nor a rule table", "changed byte " + std::to_string(offsetof(QirCtxt, filterDepBmapTbl)),
+     Of(Doing::AllocFlow, 0, 0), [](QirCtxt &ctxt) { ctxt.filterDepBmapTbl[0][0] ^= 1; }},
+    {"the driver's index of a refused activation", "", Of(Doing::SwitchTable, 1, fuzz::kNone, 2),
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[2].hwTblIdx = 9; }},
+    {"but not the status", "changed PAC table 2 + 40", Of(Doing::SwitchTable, 1, fuzz::kNone, 2),
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[2].status = 3; }},
+    {"an index without the driver's answer", "changed PAC table 2 + 4",
+     Of(Doing::SwitchTable, 17, fuzz::kNone, 2), [](QirCtxt &ctxt) { ctxt.pacTblPool[2].hwTblIdx = 9; }},
+    {"the index of a flow", "", Of(Doing::ActivateFlow, 1, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].hwFlowIdx = 4; }},
+    {"which deactivation keeps", "changed flow 0 + 8", Of(Doing::DeactivateFlow, 1, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].hwFlowIdx = 4; }},
+    {"the PAC handle of a refused association", "", Of(Doing::SetPacInfo, 15, 0, 2),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].pacTblHdl.word = 2; }},
+    {"but no count", "changed PAC table 2 + 36", Of(Doing::SetPacInfo, 17, 0, 2),
+     [](QirCtxt &ctxt) { ++ctxt.pacTblPool[2].refCnt; }},
+    {"not with a bad handle", "changed flow 0 + 36", Of(Doing::SetPacInfo, 3, 0, 2),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].pacTblHdl.word = 2; }},
+    {"handle and count of an EP association that came too late", "", Of(Doing::SetEpInfo, 17, 0, 2),
+     [](QirCtxt &ctxt) {
+         ctxt.fcbPool[0].epTblHdl.word = 2;
+         ctxt.fcbPool[0].tblAssoc |= kTblAssocEp;
+         ++ctxt.epTblPool[2].refCnt;
+     }},
+    {"of that table alone", "changed EP table 3 + 12", Of(Doing::SetEpInfo, 17, 0, 2),
+     [](QirCtxt &ctxt) { ++ctxt.epTblPool[3].refCnt; }},
+    {"a type's bit left by its limit", "", VlanFilterRefused(21),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
+    {"not that of another type", "left the bit of another type", VlanFilterRefused(21),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 2; }},
+    {"and none taken away", "left the bit of another type", VlanFilterRefused(25),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap = 0; }},
+    {"no counter with the limit", "changed flow 0 + 79", VlanFilterRefused(21),
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9]; }},
+    {"a counter left by a bad value", "", VlanFilterRefused(25),
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9]; }},
+    {"once", "counted more than once", VlanFilterRefused(25),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9] = 2; }},
+    {"not that of another type", "changed flow 0 + 80", VlanFilterRefused(12),
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[10]; }},
+    {"nothing behind the dependencies", "changed flow 0 + 68", VlanFilterRefused(22),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
+    {"no part of a header but IPv4 without nodes", "changed flow 0 + 40",
+     [] {
+         Call call = Of(Doing::AllocHdr, 12, 0);
+         call.blk = e_BLKTYPE_FILTER;
+         call.hdr = e_FLOWHDR_IPV4;
+         return call;
+     }(),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.hdrBmap |= 0x80; }},
+};
+
+class Change : public test::LibraryTest, public ::testing::WithParamInterface<Row> {
+  protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        before_.Start(*qirCtxt_gp);
+    }
+    fuzz::Before before_;
+};
+
+TEST_P(Change, IsSeenOrAllowed) {
+    if (GetParam().call.type != fuzz::kNone) { // the bitmap of an entry that is there
+        qirCtxt_gp->fcbPool[0].filterBlk.vlan[0].hdr.curBmap = 1;
+        memset(qirCtxt_gp->fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt, 0, 18);
+        before_.Start(*qirCtxt_gp);
+    }
+    GetParam().change(*qirCtxt_gp);
+    EXPECT_EQ(before_.Compare(*qirCtxt_gp, GetParam().call), GetParam().complaint);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, Change, ::testing::ValuesIn(kRows));
+
+// A flow that no call named.
+TEST_F(Change, OfAFlowThatNoCallNamedIsSeenInTheEnd) {
+    qirCtxt_gp->fcbPool[400].reqPool[31].req[35] ^= 1;
+    EXPECT_EQ(before_.Compare(*qirCtxt_gp, Of(Doing::Read, 0, 3)), "");
+    EXPECT_EQ(before_.CompareRest(*qirCtxt_gp), "changed flow 400 + 1883");
+}
+
+// Start-up that leaves something of before.
+TEST_F(Change, OfStartUpIsSeen) {
+    ++qirCtxt_gp->fcbPool[400].reqPool[31].req[35];
+    EXPECT_EQ(before_.Compare(*qirCtxt_gp, Of(Doing::InitSystem, 0)),
+              "changed flow 400 + 1883, not what start-up makes of it");
+}
+
+TEST_F(Change, IsTakenBack) {
+    ++qirCtxt_gp->fcbPool[7].asOverride;
+    ASSERT_EQ(before_.Compare(*qirCtxt_gp, Of(Doing::SetAsOverride, 0, 7)), "");
+    before_.Restore(*qirCtxt_gp);
+    EXPECT_EQ(before_.CompareRest(*qirCtxt_gp), "");
+    EXPECT_EQ(qirCtxt_gp->fcbPool[7].asOverride, 0u);
+}
+
+} // namespace
+
+} // namespace fuzz_checks
