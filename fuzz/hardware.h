@@ -4,7 +4,7 @@
 // slot by slot:
 //
 //   activation, answer lost        the hardware has a slot that no object of the shadow answers for
-//   table deactivation, refused    the table stays ACTIVE and no longer knows its slot; nothing frees it
+//   table deactivation, failed     the table stays ACTIVE and no longer knows its slot; nothing frees it
 //   deactivation, answer lost      the object stays ACTIVE and the hardware holds nothing for it. A flow still
 //                                  knows the slot: when another flow gets it, calls on the first one reach it
 //   update or setting, answer lost the hardware is one change ahead
@@ -26,6 +26,8 @@ class HardwarePast {
   public:
     // Takes note of a request that a call made. `answerLost`: an answer was to be lost if there was one.
     void NoteRequest(const Call &call, const OrxEmuRequest &request, bool answerLost);
+    // Takes note of a call that found no device.
+    void NoteNoDevice(const qir::QirCtxt &ctxt, const Call &call);
     // Takes note of a start-up.
     void NoteInit(const OrxEmuState &hardware);
 

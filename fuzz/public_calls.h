@@ -7,6 +7,7 @@
 
 #include "fuzz/input.h"
 
+#include <functional>
 #include <span>
 
 namespace fuzz {
@@ -23,8 +24,9 @@ std::span<const Operation> FlowOperations();
 std::span<const Operation> RequestOperations();
 
 // Runs a sequence on the context and the stand-in as they are at start-up. What is wrong behind which call,
-// or nothing.
-Complaint RunSequence(const u8 *bytes, std::size_t size);
+// or nothing. `observe` sees every call that was found right.
+Complaint RunSequence(const u8 *bytes, std::size_t size,
+                      const std::function<void(const Call &)> &observe = {});
 
 // A handle as the caller has it: null rarely.
 template <class Hdl> struct Handle {

@@ -26,7 +26,8 @@ enum class Fault : u8 { None, Open, Request, Answer };
 
 class Sequence {
   public:
-    explicit Sequence(Before &before) : before_(before) {}
+    Sequence(Before &before, const std::function<void(const Call &)> &observe)
+        : before_(before), observe_(observe) {}
     Complaint Run(Input &in);
 
   private:
@@ -42,6 +43,7 @@ class Sequence {
     std::string LastCalls() const;
 
     Before &before_;
+    const std::function<void(const Call &)> &observe_;
     Past past_;
     HardwarePast hardware_;
     Fault armed_ = Fault::None;
@@ -172,6 +174,9 @@ Complaint Sequence::LookAt(const Call &call) {
     calls_.push_back(call);
     const Complaint broken = WhatIsWrong(call);
     orxemu_clearLog();
+    if (broken.empty() && observe_) {
+        observe_(call);
+    }
     return broken.empty() ? broken : LastCalls() + broken;
 }
 
@@ -207,8 +212,9 @@ Complaint Sequence::LookAtDriver(const Call &call) {
     if (request != nullptr) {
         hardware_.NoteRequest(call, *request, armed_ == Fault::Answer);
         armed_ = armed_ == Fault::Open ? armed_ : Fault::None;
-    } else if (failed && armed_ == Fault::Open) {
-        armed_ = Fault::None;
+    } else if (failed) {
+        hardware_.NoteNoDevice(*qirCtxt_gp, call);
+        armed_ = armed_ == Fault::Open ? Fault::None : armed_;
     }
     return {};
 }
@@ -256,13 +262,13 @@ Before &StartedUp() {
 
 } // namespace
 
-Complaint RunSequence(const u8 *bytes, std::size_t size) {
+Complaint RunSequence(const u8 *bytes, std::size_t size, const std::function<void(const Call &)> &observe) {
     Before &before = StartedUp();
     before.Restore(*qirCtxt_gp);
     orxemu_reset();
     qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_QUIET);
     Input in(bytes, size);
-    return Sequence(before).Run(in);
+    return Sequence(before, observe).Run(in);
 }
 
 } // namespace fuzz

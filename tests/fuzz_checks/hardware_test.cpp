@@ -190,6 +190,17 @@ TEST_F(TwoSides, TableWhoseDeactivationIsRefusedForgetsItsSlot) {
     EXPECT_EQ(Check(), "");
 }
 
+TEST_F(TwoSides, TableThatFindsNoDeviceForgetsItsSlotToo) {
+    AsTblHdl as = test::AsHdl(0);
+    fuzz::Call call = OnTable(0);
+    call.doing = fuzz::Doing::SwitchTable;
+    orxemu_failOpen(1, EACCES);
+    ASSERT_EQ(Noted(call, [&] { return QIR_Deactivate_AsTable(&as); }), 1u);
+    EXPECT_EQ(Check(), "AS table 0 knows another slot than the one that it has");
+    past_.NoteNoDevice(*qirCtxt_gp, call);
+    EXPECT_EQ(Check(), "");
+}
+
 // The second flow gets the slot that the first one still knows, and loses it to the first one.
 TEST_F(TwoSides, FlowWhoseDeactivationIsLostReachesAnotherFlow) {
     FlowHdl first = test::Flow(0);
