@@ -91,7 +91,8 @@ bool IsAsActivated(const Fcb &fcb, const OrxEmuFlow &held) {
 } // namespace
 
 void HardwarePast::NoteNoDevice(const QirCtxt &ctxt, const Call &call) {
-    constexpr HwKind kKinds[] = {HwKind::As, HwKind::Dscp, HwKind::Num, HwKind::Pac}; // EP tables have no slots
+    constexpr HwKind kKinds[] = {HwKind::As, HwKind::Dscp, HwKind::Num,
+                                 HwKind::Pac}; // EP tables have no slots
     const HwKind kind = kKinds[static_cast<u32>(call.tblKind)];
     if (call.doing == Doing::SwitchTable && KnownOf(kind, call.table, ctxt).status == e_STATUS_ACTIVE) {
         Of(kind).lostIdx[call.table] = true;

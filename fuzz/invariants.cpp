@@ -156,6 +156,11 @@ u16 ExpectedRefCnt(TblKind kind, u32 idx, const Naming &naming, const Past &past
     }
 }
 
+// Of a FREE table. EP tables are put into their state by hand.
+bool IsUnused(TblKind kind, u32 idx, u16 refCnt, const Past &past) {
+    return kind == TblKind::Ep || refCnt == 0 || (kind == TblKind::Pac && past.pacDrift[idx] != 0);
+}
+
 template <class Info>
 Complaint CheckTable(TblKind kind, const Info &tbl, u32 idx, const Naming &naming, const Past &past) {
     const bool named = tbl.status == e_STATUS_FREE || kind == TblKind::Ep || tbl.hdl.f1.id == idx;
@@ -164,7 +169,8 @@ Complaint CheckTable(TblKind kind, const Info &tbl, u32 idx, const Naming &namin
         {{tbl.status < e_STATUS_MAX, "no such status"},
          {named, "its handle names another table"},
          {tbl.status != e_STATUS_ALLOC || tbl.hwTblIdx == kNoHwIdx, "in hardware, and still ALLOC"},
-         {tbl.refCnt == ExpectedRefCnt(kind, idx, naming, past), "refCnt is not what uses it"}});
+         {tbl.refCnt == ExpectedRefCnt(kind, idx, naming, past), "refCnt is not what uses it"},
+         {tbl.status != e_STATUS_FREE || IsUnused(kind, idx, tbl.refCnt, past), "FREE, and in use"}});
     if (broken.empty() && tbl.status != e_STATUS_FREE) {
         broken = CheckContents(tbl, idx);
     }

@@ -49,6 +49,16 @@ void NoteHandle(std::array<i32, num> &drift, const Fcb &before, u16 bit, Hdl was
     }
 }
 
+// Flows whose PAC association names the table.
+u32 NumNaming(const QirCtxt &ctxt, u32 table) {
+    u32 naming = 0;
+    for (const Fcb &fcb : ctxt.fcbPool) {
+        const bool associated = fcb.status != e_STATUS_FREE && (fcb.tblAssoc & kTblAssocPac) != 0;
+        naming += associated && fcb.pacTblHdl.f1.id == table ? 1 : 0;
+    }
+    return naming;
+}
+
 } // namespace
 
 u32 NumMembers(const Fcb &fcb, u16 head) {
@@ -63,6 +73,9 @@ u32 NumMembers(const Fcb &fcb, u16 head) {
 void Past::Note(const QirCtxt &ctxt, const Call &call, const Fcb *before) {
     if (call.doing == Doing::InitSystem) {
         *this = {};
+    }
+    if (call.doing == Doing::AllocTable && call.tblKind == TblKind::Pac && call.rc == e_RET_OK) {
+        pacDrift[call.table] = -static_cast<i32>(NumNaming(ctxt, call.table));
     }
     if (call.flow == kNone || before == nullptr) {
         return;

@@ -5,7 +5,8 @@
 //
 //   drift          QIR_Set_PacInfo and QIR_Set_EpInfo store the table handle before they look whether the flow
 //                  is associated already. A flow whose handle was replaced while it was associated counts in
-//                  the table that it was associated with, and is taken off the one that its handle names.
+//                  the table that it was associated with, and is taken off the one that its handle names, be
+//                  that FREE by now. An allocation makes the count 0, whoever names the table.
 //   onFreeList     The entry of VLAN tag 3 in the filter block lies two bytes behind that of IPv4. Allocated
 //                  behind it, it makes node 0 the head of the IPv4 list, which is the free list's: an IPv4
 //                  filter is then a node of the free list that the count of free nodes does not count.

@@ -126,6 +126,8 @@ const Row kRows[] = {
     {"EP table 2: refCnt is not what uses it", [](QirCtxt &ctxt, Fcb &) { ctxt.epTblPool[2].refCnt = 1; }},
     {"PAC table 0: refCnt is not what uses it", [](QirCtxt &ctxt, Fcb &) { ++ctxt.pacTblPool[0].refCnt; }},
     {"PAC table 0: refCnt is not what uses it", [](QirCtxt &, Fcb &fcb) { fcb.tblAssoc = 0; }},
+    {"PAC table 0: FREE, and in use",
+     [](QirCtxt &ctxt, Fcb &) { ctxt.pacTblPool[0].status = e_STATUS_FREE; }},
     {"AS table 0: an entry that is none", [](QirCtxt &ctxt, Fcb &) { ctxt.asTblPool[0].ent[7].status = 2; }},
     {"AS table 0: an entry that is none",
      [](QirCtxt &ctxt, Fcb &) { ctxt.asTblPool[0].ent[2].ent.aclMask = 0; }},
