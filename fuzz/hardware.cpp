@@ -254,9 +254,9 @@ Complaint HardwarePast::CheckHeld(HwKind kind, u32 object, u32 slot, const QirCt
     return alike ? Complaint{} : Name(kind, object) + " is not what the hardware holds for it";
 }
 
-Complaint HardwarePast::CheckKind(HwKind kind, const QirCtxt &ctxt, const OrxEmuState &hardware) const {
+Complaint HardwarePast::CheckKind(HwKind kind, const QirCtxt &ctxt, const OrxEmuState &hardware,
+                                  u32 num) const {
     const Kind &past = Of(kind);
-    const u32 num = kCounts[static_cast<u32>(kind)];
     std::array<bool, QIR_MAX_FLOWS> held{};
     for (u32 slot = 0; slot < num; ++slot) {
         const u32 owner = past.owner[slot];
@@ -308,9 +308,11 @@ Complaint HardwarePast::CheckSettings(const QirCtxt &ctxt, const OrxEmuState &ha
     return {};
 }
 
-Complaint HardwarePast::Check(const QirCtxt &ctxt, const OrxEmuState &hardware) const {
-    for (u32 kind = 0; kind < static_cast<u32>(HwKind::Num); ++kind) {
-        if (Complaint broken = CheckKind(static_cast<HwKind>(kind), ctxt, hardware); !broken.empty()) {
+Complaint HardwarePast::Check(const QirCtxt &ctxt, const OrxEmuState &hardware, u32 numFlows) const {
+    for (u32 i = 0; i < static_cast<u32>(HwKind::Num); ++i) {
+        const auto kind = static_cast<HwKind>(i);
+        const u32 num = kind == HwKind::Flow ? numFlows : kCounts[i];
+        if (Complaint broken = CheckKind(kind, ctxt, hardware, num); !broken.empty()) {
             return broken;
         }
     }

@@ -31,8 +31,10 @@ class HardwarePast {
     // Takes note of a start-up.
     void NoteInit(const OrxEmuState &hardware);
 
-    // Compares the two sides. The context is the one behind the call.
-    Complaint Check(const qir::QirCtxt &ctxt, const OrxEmuState &hardware) const;
+    // Compares the two sides. The context is the one behind the call; flows and slots from `numFlows` on are
+    // known not to be in use.
+    Complaint Check(const qir::QirCtxt &ctxt, const OrxEmuState &hardware,
+                    u32 numFlows = QIR_MAX_FLOWS) const;
 
   private:
     static constexpr u16 kFree = 0xFFFF;   // a slot that holds nothing
@@ -60,7 +62,7 @@ class HardwarePast {
     void NoteUpdate(u32 flow, const OrxEmuRequest &request, u32 slot, bool answerLost);
     void NoteSetting(const Call &call, bool ahead);
 
-    Complaint CheckKind(HwKind kind, const qir::QirCtxt &ctxt, const OrxEmuState &hardware) const;
+    Complaint CheckKind(HwKind kind, const qir::QirCtxt &ctxt, const OrxEmuState &hardware, u32 num) const;
     Complaint CheckHeld(HwKind kind, u32 object, u32 slot, const qir::QirCtxt &ctxt,
                         const OrxEmuState &hardware) const;
     Complaint CheckSettings(const qir::QirCtxt &ctxt, const OrxEmuState &hardware) const;

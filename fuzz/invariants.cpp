@@ -4,6 +4,7 @@
 #include "fuzz/tables.h"
 
 #include <initializer_list>
+#include <span>
 
 namespace fuzz {
 
@@ -133,9 +134,9 @@ struct Naming {
     std::array<u32, 256> pac{};
 };
 
-Naming CountNaming(const QirCtxt &ctxt) {
+Naming CountNaming(const QirCtxt &ctxt, u32 numFlows) {
     Naming naming;
-    for (const Fcb &fcb : ctxt.fcbPool) {
+    for (const Fcb &fcb : std::span(ctxt.fcbPool, numFlows)) {
         if (fcb.status == e_STATUS_FREE || fcb.tblAssoc == 0) {
             continue;
         }
@@ -197,9 +198,9 @@ Complaint CheckFlow(const QirCtxt &ctxt, u32 idx, const Past &past) {
     return broken;
 }
 
-Complaint CheckSections(const QirCtxt &ctxt) {
+Complaint CheckSections(const QirCtxt &ctxt, u32 numFlows) {
     u32 allocated[e_FLOW_SECTION_MAX] = {};
-    for (const Fcb &fcb : ctxt.fcbPool) {
+    for (const Fcb &fcb : std::span(ctxt.fcbPool, numFlows)) {
         if (fcb.status != e_STATUS_FREE && fcb.section < e_FLOW_SECTION_MAX) {
             ++allocated[fcb.section];
         }
@@ -217,8 +218,8 @@ Complaint CheckSections(const QirCtxt &ctxt) {
                                     : "the budgets of the sections exceed the flows that there are";
 }
 
-Complaint CheckTables(const QirCtxt &ctxt, const Past &past) {
-    const Naming naming = CountNaming(ctxt);
+Complaint CheckTables(const QirCtxt &ctxt, const Past &past, u32 numFlows) {
+    const Naming naming = CountNaming(ctxt, numFlows);
     for (u32 k = 0; k < static_cast<u32>(TblKind::Num); ++k) {
         const auto kind = static_cast<TblKind>(k);
         const Complaint broken = WithPool(ctxt, kind, [&](auto, const auto &pool) {

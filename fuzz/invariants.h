@@ -11,12 +11,14 @@
 
 namespace fuzz {
 
+// `numFlows`: flows that can be in use; who knows that those behind are FREE saves the walk through them.
+
 // One flow: its fields, its headers, its request lists.
 Complaint CheckFlow(const qir::QirCtxt &ctxt, u32 idx, const Past &past);
 // The counters of the flow sections.
-Complaint CheckSections(const qir::QirCtxt &ctxt);
+Complaint CheckSections(const qir::QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
 // The tables of all kinds, and who uses them.
-Complaint CheckTables(const qir::QirCtxt &ctxt, const Past &past);
+Complaint CheckTables(const qir::QirCtxt &ctxt, const Past &past, u32 numFlows = QIR_MAX_FLOWS);
 // Rate limiters, global and port settings.
 Complaint CheckSettings(const qir::QirCtxt &ctxt);
 

@@ -48,6 +48,7 @@ class Sequence {
     HardwarePast hardware_;
     Fault armed_ = Fault::None;
     std::vector<Call> calls_;
+    u32 numFlows_ = 0; // flows and their slots behind these have not been used yet
 };
 
 const std::array kAllOperations = {SystemOperations(), TableOperations(), FlowOperations(),
@@ -76,7 +77,10 @@ Complaint Sequence::Run(Input &in) {
             return broken;
         }
     }
-    return before_.CompareRest(*qirCtxt_gp);
+    if (Complaint broken = before_.CompareRest(*qirCtxt_gp); !broken.empty()) {
+        return broken;
+    }
+    return hardware_.Check(*qirCtxt_gp, *orxemu_state());
 }
 
 Complaint Sequence::Next(Input &in) {
@@ -172,6 +176,10 @@ std::string Sequence::LastCalls() const {
 
 Complaint Sequence::LookAt(const Call &call) {
     calls_.push_back(call);
+    // The hardware takes the lowest slot, and no more of them than there are activations.
+    const u32 named = call.flow == kNone ? 0 : call.flow + 1;
+    const u32 activated = call.doing == Doing::ActivateFlow ? numFlows_ + 1 : 0;
+    numFlows_ = std::min<u32>(std::max({numFlows_, named, activated}), QIR_MAX_FLOWS);
     const Complaint broken = WhatIsWrong(call);
     orxemu_clearLog();
     if (broken.empty() && observe_) {
@@ -190,7 +198,7 @@ Complaint Sequence::WhatIsWrong(const Call &call) {
     if (Complaint broken = LookAtContext(call); !broken.empty()) {
         return broken;
     }
-    return hardware_.Check(*qirCtxt_gp, *orxemu_state());
+    return hardware_.Check(*qirCtxt_gp, *orxemu_state(), numFlows_);
 }
 
 Complaint Sequence::LookAtDriver(const Call &call) {
@@ -238,10 +246,10 @@ Complaint Sequence::LookAtContext(const Call &call) {
             return broken;
         }
     }
-    if (Complaint broken = CheckSections(ctxt); !broken.empty()) {
+    if (Complaint broken = CheckSections(ctxt, numFlows_); !broken.empty()) {
         return broken;
     }
-    if (Complaint broken = CheckTables(ctxt, past_); !broken.empty()) {
+    if (Complaint broken = CheckTables(ctxt, past_, numFlows_); !broken.empty()) {
         return broken;
     }
     return CheckSettings(ctxt);
