@@ -2,8 +2,8 @@
 # Runs all fuzzers side by side: ./fuzz.sh [MINUTES], by default for 10 minutes.
 #
 # Installs and builds what is missing first. Every fuzzer starts from its inputs in fuzz/corpus and from what
-# earlier runs have found; with more processors than fuzzers, each runs on several. The status is 1 when one of
-# them has broken something: the input that did it is named, and
+# earlier runs have found; with more processors than fuzzers, each runs on several. The status is 1 when one
+# of them has broken something: the input that did it is named, and
 #
 #     build/fuzz/fuzz/fuzz_NAME INPUT
 #

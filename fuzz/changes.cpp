@@ -80,7 +80,8 @@ constexpr Accepted kAccepted[] = {
     {Doing::ConfigTable,       false, {Part::Table}},
     {Doing::SwitchTable,       true,  {Part::TblStatus, Part::TblHwIdx}},
     {Doing::AllocFlow,         false, {Part::Flow, Part::Sections}},
-    {Doing::FreeFlow,          false, {Part::FlowStatus, Part::TblAssoc, Part::Sections, Part::EpRefCnt, Part::PacRefCnt}},
+    {Doing::FreeFlow,          false, {Part::FlowStatus, Part::TblAssoc, Part::Sections, Part::EpRefCnt,
+                                       Part::PacRefCnt}},
     {Doing::ActivateFlow,      true,  {Part::FlowStatus, Part::HwFlowIdx}},
     {Doing::DeactivateFlow,    true,  {Part::FlowStatus}},
     {Doing::ReadHits,          true,  {}},
@@ -88,7 +89,8 @@ constexpr Accepted kAccepted[] = {
     {Doing::SetFwdInfo,        false, {Part::FlowStatus, Part::FwdInfo}},
     {Doing::ChangeDst,         true,  {Part::FwdDst}},
     {Doing::SetAsOverride,     false, {Part::FlowStatus, Part::AsOverride}},
-    {Doing::SetPacInfo,        false, {Part::FlowStatus, Part::PacHdl, Part::TblAssoc, Part::PbitsSource, Part::PacRefCnt}},
+    {Doing::SetPacInfo,        false, {Part::FlowStatus, Part::PacHdl, Part::TblAssoc, Part::PbitsSource,
+                                       Part::PacRefCnt}},
     {Doing::SetEpInfo,         false, {Part::FlowStatus, Part::EpHdl, Part::TblAssoc, Part::EpRefCnt}},
     {Doing::ConfigFilter,      false, {Part::Entry, Part::Nodes}},
     {Doing::ConfigEthAction,   false, {Part::Entry, Part::Nodes, Part::EthOrder}},
@@ -100,26 +102,36 @@ struct Refused {
     Doing doing;
     u32 rc;
     Part parts[kMaxParts];
-    const char *why;
 };
 
 constexpr Refused kRefused[] = {
-    {Doing::SwitchTable,     e_RET_DRIVER_FAILURE,           {Part::TblHwIdx},                             "the driver's index is kept or forgotten whatever it answered"},
-    {Doing::ActivateFlow,    e_RET_DRIVER_FAILURE,           {Part::HwFlowIdx},                            "the driver's index is kept whatever it answered"},
-    {Doing::AllocHdr,        e_RET_ERR_RESRC_UNAVAIL,        {Part::Block, Part::Nodes},                   "IPv4 without nodes left for TCP and UDP: what is done stays"},
-    {Doing::SetPacInfo,      e_RET_ERR_RESRC_ALREADY_ACTIVE, {Part::PacHdl},                               "the handle is stored before the association is looked at"},
-    {Doing::SetPacInfo,      e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::PacHdl},                               "likewise"},
-    {Doing::SetPacInfo,      e_RET_ERR_STATE_NOTCFG,         {Part::PacHdl},                               "likewise"},
-    {Doing::SetEpInfo,       e_RET_ERR_RESRC_ALREADY_ACTIVE, {Part::EpHdl},                                "likewise"},
-    {Doing::SetEpInfo,       e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::EpHdl},                                "likewise"},
-    {Doing::SetEpInfo,       e_RET_ERR_STATE_NOTCFG,         {Part::EpHdl, Part::TblAssoc, Part::EpRefCnt}, "the state is tested last"},
-    {Doing::ConfigFilter,    e_RET_ERR_INVALID_CMPOPSEQ,     {Part::TypeBit},                              "the operator's limit is tested behind the dependencies"},
-    {Doing::ConfigFilter,    e_RET_ERR_INVALID_PARAM,        {Part::TypeBit, Part::TypeCount},             "the value is tested behind the rules"},
-    {Doing::ConfigFilter,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit, Part::TypeCount},             "the node is taken behind the rules"},
-    {Doing::ConfigEthAction, e_RET_ERR_REQOUTOFORDER,        {Part::TypeBit},                              "the order is tested behind the dependencies"},
-    {Doing::ConfigEthAction, e_RET_ERR_INVALID_PARAM,        {Part::TypeBit},                              "the tags are counted behind the dependencies"},
-    {Doing::ConfigEthAction, e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit},                              "the node is taken behind the dependencies"},
-    {Doing::ConfigAction,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit},                              "likewise"},
+    // The driver's index is kept or forgotten whatever it answered.
+    {Doing::SwitchTable,     e_RET_DRIVER_FAILURE,           {Part::TblHwIdx}},
+    // The driver's index is kept whatever it answered.
+    {Doing::ActivateFlow,    e_RET_DRIVER_FAILURE,           {Part::HwFlowIdx}},
+    // IPv4 without nodes left for TCP and UDP: what is done stays.
+    {Doing::AllocHdr,        e_RET_ERR_RESRC_UNAVAIL,        {Part::Block, Part::Nodes}},
+    // The handle is stored before the association is looked at.
+    {Doing::SetPacInfo,      e_RET_ERR_RESRC_ALREADY_ACTIVE, {Part::PacHdl}},
+    {Doing::SetPacInfo,      e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::PacHdl}},
+    {Doing::SetPacInfo,      e_RET_ERR_STATE_NOTCFG,         {Part::PacHdl}},
+    {Doing::SetEpInfo,       e_RET_ERR_RESRC_ALREADY_ACTIVE, {Part::EpHdl}},
+    {Doing::SetEpInfo,       e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::EpHdl}},
+    // The state is tested last.
+    {Doing::SetEpInfo,       e_RET_ERR_STATE_NOTCFG,         {Part::EpHdl, Part::TblAssoc, Part::EpRefCnt}},
+    // The operator's limit is tested behind the dependencies.
+    {Doing::ConfigFilter,    e_RET_ERR_INVALID_CMPOPSEQ,     {Part::TypeBit}},
+    // The value is tested behind the rules.
+    {Doing::ConfigFilter,    e_RET_ERR_INVALID_PARAM,        {Part::TypeBit, Part::TypeCount}},
+    // The node is taken behind the rules.
+    {Doing::ConfigFilter,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit, Part::TypeCount}},
+    // The order is tested behind the dependencies.
+    {Doing::ConfigEthAction, e_RET_ERR_REQOUTOFORDER,        {Part::TypeBit}},
+    // The tags are counted behind the dependencies.
+    {Doing::ConfigEthAction, e_RET_ERR_INVALID_PARAM,        {Part::TypeBit}},
+    // The node is taken behind the dependencies.
+    {Doing::ConfigEthAction, e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit}},
+    {Doing::ConfigAction,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit}},
 };
 // clang-format on
 
@@ -135,7 +147,7 @@ Range Whole(std::size_t begin, std::size_t size) {
     return {begin, begin + size};
 }
 
-template <class Element> Range Element_(std::size_t array, u32 idx) {
+template <class Element> Range ElementOf(std::size_t array, u32 idx) {
     return Whole(array + idx * sizeof(Element), sizeof(Element));
 }
 
@@ -155,7 +167,7 @@ std::size_t PoolOf(TblKind kind) {
     return kPools[static_cast<u32>(kind)];
 }
 
-// `part` 0 the record, 1 its status, 2 its driver's index.
+// The table's record, its status or its driver's index.
 Range InNamedTable(const QirCtxt &ctxt, const Call &call, Part part) {
     return WithPool(ctxt, call.tblKind, [&](auto kind, const auto &) {
         using Info = typename decltype(kind)::Info;
@@ -166,7 +178,7 @@ Range InNamedTable(const QirCtxt &ctxt, const Call &call, Part part) {
         case Part::TblHwIdx:
             return InTable<Info>(pool, call.table, PLACE_IN(Info, hwTblIdx));
         default:
-            return Element_<Info>(pool, call.table);
+            return ElementOf<Info>(pool, call.table);
         }
     });
 }
@@ -231,23 +243,23 @@ Range SettingPart(const Call &call, Part part) {
     case Part::FlowMissAction:
         return PLACE_IN(QirCtxt, flowMissAction);
     case Part::PadLen:
-        return Element_<u32>(PLACE(portPadLenTbl), call.port);
+        return ElementOf<u32>(PLACE(portPadLenTbl), call.port);
     case Part::DefAcl:
-        return Element_<u32>(PLACE(portDefAclTbl), call.port);
+        return ElementOf<u32>(PLACE(portDefAclTbl), call.port);
     case Part::Tpid:
-        return Element_<TpidCfg>(PLACE(tpidTbl), call.port);
+        return ElementOf<TpidCfg>(PLACE(tpidTbl), call.port);
     case Part::RlStatus:
         return PLACE_IN(QirCtxt, rlStatus);
     case Part::RlTci:
-        return Element_<RlTciCfg>(PLACE(rlTciCfgTbl), call.rlDir);
+        return ElementOf<RlTciCfg>(PLACE(rlTciCfgTbl), call.rlDir);
     default:
         break;
     }
-    const Range slot = Element_<RlSlot>(PLACE(rlTbl), call.rlDir * QIR_RLINDEX_MAX + call.rlIndex);
+    const Range slot = ElementOf<RlSlot>(PLACE(rlTbl), call.rlDir * QIR_RLINDEX_MAX + call.rlIndex);
     return part == Part::Rl ? slot : Range{slot.begin + offsetof(RlSlot, state), slot.end};
 }
 
-// At most two: start-up leaves out what lies in between.
+// Start-up leaves out the settings, and the TCI configurations.
 void AddRanges(std::vector<Range> &ranges, const QirCtxt &before, const Call &call, Part part) {
     switch (part) {
     case Part::None:
@@ -272,8 +284,8 @@ void AddRanges(std::vector<Range> &ranges, const QirCtxt &before, const Call &ca
     }
 }
 
-// Header allocation refuses with one code what it has not begun and what it could not finish: IPv4 with one or
-// two nodes left.
+// Header allocation refuses with one code what it has not begun and what it could not finish: IPv4 with one
+// or two nodes left.
 bool IsBegun(const QirCtxt &before, const Call &call) {
     const Fcb &fcb = before.fcbPool[call.flow];
     const u32 numFree = NumMembers(fcb, 0);
@@ -356,7 +368,7 @@ Complaint CompareBut(const QirCtxt &before, const QirCtxt &now, Range within,
 constexpr Range kSettings = {0, offsetof(QirCtxt, fcbPool)};
 
 Range FlowRange(u32 flow) {
-    return Element_<Fcb>(PLACE(fcbPool), flow);
+    return ElementOf<Fcb>(PLACE(fcbPool), flow);
 }
 
 u8 ByteAt(const Fcb &fcb, std::size_t offset) {

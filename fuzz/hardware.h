@@ -1,12 +1,13 @@
 // What the stand-in holds, beside what the shadow calls ACTIVE.
 //
-// A call whose request is answered leaves the two sides alike. Where they part is specified, and followed here
+// A call whose request is answered leaves the two sides alike. Where they part is intended, and followed here
 // slot by slot:
 //
 //   activation, answer lost        the hardware has a slot that no object of the shadow answers for
 //   table deactivation, failed     the table stays ACTIVE and no longer knows its slot; nothing frees it
-//   deactivation, answer lost      the object stays ACTIVE and the hardware holds nothing for it. A flow still
-//                                  knows the slot: when another flow gets it, calls on the first one reach it
+//   deactivation, answer lost      the object stays ACTIVE and the hardware holds nothing for it. A flow
+//                                  still knows the slot: when another flow gets it, calls on the first one
+//                                  reach it
 //   update or setting, answer lost the hardware is one change ahead
 //   start-up                       the shadow forgets everything, the hardware nothing
 #ifndef FUZZ_HARDWARE_H

@@ -3,8 +3,8 @@
 // Most of what has to hold can be seen in the context alone. A few intended oddities leave a state that only
 // its history explains; each is one number here, and the invariants then hold exactly:
 //
-//   drift          QIR_Set_PacInfo and QIR_Set_EpInfo store the table handle before they look whether the flow
-//                  is associated already. A flow whose handle was replaced while it was associated counts in
+//   drift          QIR_Set_PacInfo and QIR_Set_EpInfo store the table handle before they look whether
+//                  the flow is associated already. A flow whose handle was replaced while it was associated counts in
 //                  the table that it was associated with, and is taken off the one that its handle names, be
 //                  that FREE by now. An allocation makes the count 0, whoever names the table.
 //   onFreeList     The entry of VLAN tag 3 in the filter block lies two bytes behind that of IPv4. Allocated

@@ -1,5 +1,5 @@
-// The fuzzer's inputs run here too, with every compiler and in both byte orders; and they reach what they were
-// made for.
+// The fuzzer's inputs run here too, with every compiler and in both byte orders; and they reach what they
+// were made for.
 #include "tests/support/library.h"
 
 #include "fuzz/public_calls.h"

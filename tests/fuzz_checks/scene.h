@@ -7,8 +7,8 @@
 
 namespace fuzz_checks {
 
-// Flow 0, configured: headers of both blocks with filters and actions, and PAC table 0 in use. Flow 1, active.
-// AS table 0 with an entry, DSCP table 0 and PAC table 0, all active; rate limiter (1, 3), active.
+// Flow 0, configured: headers of both blocks with filters and actions, and PAC table 0 in use. Flow 1,
+// active. AS table 0 with an entry, DSCP table 0 and PAC table 0, all active; rate limiter (1, 3), active.
 class Scene : public test::LibraryTest {
   protected:
     void SetUp() override;
