@@ -4,6 +4,7 @@
 #include "fuzz/changes.h"
 #include "fuzz/invariants.h"
 
+#include <bit>
 #include <ostream>
 
 namespace fuzz_checks {
@@ -13,6 +14,10 @@ namespace {
 using namespace qir;
 using fuzz::Call;
 using fuzz::Doing;
+
+// Not a word that was there, and in no byte like it.
+constexpr u32 kOther = 0x77777777;
+constexpr bool kBigEndian = std::endian::native == std::endian::big;
 
 Call Of(Doing doing, u32 rc, u32 flow = fuzz::kNone, u32 table = fuzz::kNone) {
     Call call;
@@ -48,25 +53,25 @@ std::ostream &operator<<(std::ostream &out, const Row &row) {
 
 const Row kRows[] = {
     {"a reading call changes nothing", "changed flow 0 + 20", Of(Doing::Read, 0, 0),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = kOther; }},
     {"a refused call changes nothing", "changed flow 0 + 20", Of(Doing::SetAsOverride, 17, 0),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = kOther; }},
     {"an accepted one its field", "", Of(Doing::SetAsOverride, 0, 0),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = 1; }},
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].asOverride = kOther; }},
     {"and no other", "changed flow 0 + 24", Of(Doing::SetAsOverride, 0, 0),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].reserved1 = 1; }},
     {"the last byte of a flow", "changed flow 0 + 1883", Of(Doing::SetAsOverride, 0, 0),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].reqPool[31].req[35] ^= 1; }},
     {"nor another table", "changed PAC table 3 + 40", Of(Doing::FreeTable, 0, fuzz::kNone, 2),
-     [](QirCtxt &ctxt) { ctxt.pacTblPool[3].status = 3; }},
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[3].status = kOther; }},
     {"nor a setting", "changed byte 12", Of(Doing::SetAsOverride, 0, 0),
-     [](QirCtxt &ctxt) { ctxt.flowMissAction = 1; }},
+     [](QirCtxt &ctxt) { ctxt.flowMissAction = kOther; }},
     {"nor a rule table", "changed byte " + std::to_string(offsetof(QirCtxt, filterDepBmapTbl)),
-     Of(Doing::AllocFlow, 0, 0), [](QirCtxt &ctxt) { ctxt.filterDepBmapTbl[0][0] ^= 1; }},
+     Of(Doing::AllocFlow, 0, 0), [](QirCtxt &ctxt) { ctxt.filterDepBmapTbl[0][0] ^= 0xFFFF; }},
     {"the driver's index of a refused activation", "", Of(Doing::SwitchTable, 1, fuzz::kNone, 2),
      [](QirCtxt &ctxt) { ctxt.pacTblPool[2].hwTblIdx = 9; }},
     {"but not the status", "changed PAC table 2 + 40", Of(Doing::SwitchTable, 1, fuzz::kNone, 2),
-     [](QirCtxt &ctxt) { ctxt.pacTblPool[2].status = 3; }},
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[2].status = kOther; }},
     {"an index without the driver's answer", "changed PAC table 2 + 4",
      Of(Doing::SwitchTable, 17, fuzz::kNone, 2), [](QirCtxt &ctxt) { ctxt.pacTblPool[2].hwTblIdx = 9; }},
     {"the index of a flow", "", Of(Doing::ActivateFlow, 1, 0),
@@ -76,7 +81,7 @@ const Row kRows[] = {
     {"the PAC handle of a refused association", "", Of(Doing::SetPacInfo, 15, 0, 2),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].pacTblHdl.word = 2; }},
     {"but no count", "changed PAC table 2 + 36", Of(Doing::SetPacInfo, 17, 0, 2),
-     [](QirCtxt &ctxt) { ++ctxt.pacTblPool[2].refCnt; }},
+     [](QirCtxt &ctxt) { ctxt.pacTblPool[2].refCnt = 0x0101; }},
     {"not with a bad handle", "changed flow 0 + 36", Of(Doing::SetPacInfo, 3, 0, 2),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].pacTblHdl.word = 2; }},
     {"handle and count of an EP association that came too late", "", Of(Doing::SetEpInfo, 17, 0, 2),
@@ -86,7 +91,7 @@ const Row kRows[] = {
          ++ctxt.epTblPool[2].refCnt;
      }},
     {"of that table alone", "changed EP table 3 + 12", Of(Doing::SetEpInfo, 17, 0, 2),
-     [](QirCtxt &ctxt) { ++ctxt.epTblPool[3].refCnt; }},
+     [](QirCtxt &ctxt) { ctxt.epTblPool[3].refCnt = 0x0101; }},
     {"a type's bit left by its limit", "", VlanFilterRefused(21),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
     {"not that of another type", "left the bit of another type", VlanFilterRefused(21),
@@ -101,8 +106,8 @@ const Row kRows[] = {
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9] = 2; }},
     {"not that of another type", "changed flow 0 + 80", VlanFilterRefused(12),
      [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[10]; }},
-    {"nothing behind the dependencies", "changed flow 0 + 68", VlanFilterRefused(22),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
+    {"nothing behind the dependencies", "changed flow 0 + " + std::to_string(kBigEndian ? 69 : 68),
+     VlanFilterRefused(22), [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
     {"no part of a header but IPv4 without nodes", "changed flow 0 + 40",
      [] {
          Call call = Of(Doing::AllocHdr, 12, 0);
@@ -110,7 +115,7 @@ const Row kRows[] = {
          call.hdr = e_FLOWHDR_IPV4;
          return call;
      }(),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.hdrBmap |= 0x80; }},
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.hdrBmap |= 0x8080; }},
 };
 
 class Change : public test::LibraryTest, public ::testing::WithParamInterface<Row> {
