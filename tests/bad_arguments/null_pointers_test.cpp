@@ -10,38 +10,17 @@
 #include "qirapi/private/req_list.h"
 #include "qirapi/private/rules.h"
 #include "qirapi/private/tables.h"
+#include "tests/bad_arguments/last_words.h"
 #include "tests/support/library.h"
 
-#include <cstdio>
-#include <fcntl.h>
 #include <functional>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
+using bad_arguments::LastWords;
 using test::Assertion;
 
 class NullPointers : public test::LibraryTest {};
-
-// What `op` prints, masked, in a process that need not survive it.
-std::string LastWords(const std::function<void()> &op) {
-    return test::CaptureMasked([&op] {
-        const pid_t child = fork();
-        if (child == 0) {
-            setvbuf(stdout, nullptr, _IONBF, 0);
-            const rlimit no_core{};
-            setrlimit(RLIMIT_CORE, &no_core);
-            dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // what a sanitizer or an emulator says
-            op();
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_NE(status, 0) << "the call came back";
-    });
-}
 
 struct NullCall {
     const char *module;
@@ -57,7 +36,9 @@ void ExpectAsserted(const std::vector<NullCall> &calls) {
         for (const char *text : row.asserted) {
             lines += Assertion(row.module, row.function, text);
         }
-        EXPECT_EQ(LastWords(row.call), lines + row.then) << row.function;
+        bool ended = false;
+        EXPECT_EQ(LastWords(row.call, &ended), lines + row.then) << row.function;
+        EXPECT_TRUE(ended) << row.function << " came back";
     }
 }
 
