@@ -27,7 +27,7 @@ struct NullCall {
     const char *function;
     std::vector<const char *> asserted;
     std::function<void()> call;
-    std::string then; // what else is printed before the pointer is used
+    std::string then = {}; // what else is printed before the pointer is used
 };
 
 void ExpectAsserted(const std::vector<NullCall> &calls) {
@@ -54,43 +54,37 @@ constexpr const char *kAction = "(action_p != NULL)";
 
 TEST_F(NullPointers, FieldsOfAnFcb) {
     ExpectAsserted({
-        {kAccess, "setFlowSection", {kFcb}, [] { qir::setFlowSection(nullptr, 0); }, ""},
+        {kAccess, "setFlowSection", {kFcb}, [] { qir::setFlowSection(nullptr, 0); }},
         {kAccess,
          "getFlowSection",
          {kFcb, "(section_p != NULL)"},
-         [] { qir::getFlowSection(nullptr, nullptr); },
-         ""},
-        {kAccess, "setFwdInfo", {kFcb, kFwd}, [] { qir::setFwdInfo(nullptr, nullptr); }, ""},
-        {kAccess, "getFwdInfo", {kFcb, kFwd}, [] { qir::getFwdInfo(nullptr, nullptr); }, ""},
-        {kAccess, "updateFwdInfo", {kFcb, kFwd}, [] { qir::updateFwdInfo(nullptr, nullptr); }, ""},
-        {kAccess, "setAsOverride", {kFcb}, [] { qir::setAsOverride(nullptr, 0); }, ""},
+         [] { qir::getFlowSection(nullptr, nullptr); }},
+        {kAccess, "setFwdInfo", {kFcb, kFwd}, [] { qir::setFwdInfo(nullptr, nullptr); }},
+        {kAccess, "getFwdInfo", {kFcb, kFwd}, [] { qir::getFwdInfo(nullptr, nullptr); }},
+        {kAccess, "updateFwdInfo", {kFcb, kFwd}, [] { qir::updateFwdInfo(nullptr, nullptr); }},
+        {kAccess, "setAsOverride", {kFcb}, [] { qir::setAsOverride(nullptr, 0); }},
         {kAccess,
          "getAsOverride",
          {kFcb, "(asOverride_p != NULL)"},
-         [] { qir::getAsOverride(nullptr, nullptr); },
-         ""},
+         [] { qir::getAsOverride(nullptr, nullptr); }},
         {kAccess,
          "getEpInfo",
          {kFcb, "(epTblSts_p != NULL)", "(epTblHdl_p != NULL)"},
-         [] { qir::getEpInfo(nullptr, nullptr, nullptr); },
-         ""},
+         [] { qir::getEpInfo(nullptr, nullptr, nullptr); }},
         {kAccess,
          "setPacInfo",
          {kFcb, "(pacTblInfo_p != NULL)"},
-         [] { qir::setPacInfo(nullptr, 1, 0, nullptr); },
-         ""},
+         [] { qir::setPacInfo(nullptr, 1, 0, nullptr); }},
         {kAccess,
          "getPacInfo",
          {kFcb, "(pacTblSts_p != NULL)", "(pbitsSource_p != NULL)", "(pacTblHdl_p != NULL)"},
-         [] { qir::getPacInfo(nullptr, nullptr, nullptr, nullptr); },
-         ""},
-        {kAccess, "getFilterNumVlanTags", {kFcb}, [] { qir::getFilterNumVlanTags(nullptr, nullptr); }, ""},
-        {kAccess, "getActionNumVlanTags", {kFcb}, [] { qir::getActionNumVlanTags(nullptr, nullptr); }, ""},
+         [] { qir::getPacInfo(nullptr, nullptr, nullptr, nullptr); }},
+        {kAccess, "getFilterNumVlanTags", {kFcb}, [] { qir::getFilterNumVlanTags(nullptr, nullptr); }},
+        {kAccess, "getActionNumVlanTags", {kFcb}, [] { qir::getActionNumVlanTags(nullptr, nullptr); }},
         {kAccess,
          "getNextReq",
          {kFcb, "(reqList_p != NULL)", "(req_pp != NULL)"},
-         [] { qir::getNextReq(nullptr, nullptr, nullptr); },
-         ""},
+         [] { qir::getNextReq(nullptr, nullptr, nullptr); }},
     });
 }
 
@@ -110,29 +104,23 @@ TEST_F(NullPointers, NumberOfTags) {
         {kAccess,
          "getFilterNumVlanTags",
          {"(numVlanTags_p != NULL )"},
-         [] { qir::getFilterNumVlanTags(&fcb, nullptr); },
-         ""},
+         [] { qir::getFilterNumVlanTags(&fcb, nullptr); }},
         {kAccess,
          "getActionNumVlanTags",
          {"(numVlanTags_p != NULL )"},
-         [] { qir::getActionNumVlanTags(&fcb, nullptr); },
-         ""},
+         [] { qir::getActionNumVlanTags(&fcb, nullptr); }},
     });
 }
 
 template <class Record>
 NullCall Iterator(const char *fn, void (*next)(qir::Fcb *, void **, Record *), const char *record) {
-    return {
-        kAccess, fn, {kFcb, "(infoHdl_pp != NULL)", record}, [next] { next(nullptr, nullptr, nullptr); }, ""};
+    return {kAccess, fn, {kFcb, "(infoHdl_pp != NULL)", record}, [next] { next(nullptr, nullptr, nullptr); }};
 }
 
 template <class Record>
 NullCall Iterator(const char *fn, void (*next)(qir::Fcb *, qir::u32, void **, Record *), const char *record) {
-    return {kAccess,
-            fn,
-            {kFcb, "(infoHdl_pp != NULL)", record},
-            [next] { next(nullptr, 0, nullptr, nullptr); },
-            ""};
+    return {
+        kAccess, fn, {kFcb, "(infoHdl_pp != NULL)", record}, [next] { next(nullptr, 0, nullptr, nullptr); }};
 }
 
 TEST_F(NullPointers, Iterators) {
@@ -154,42 +142,39 @@ TEST_F(NullPointers, Iterators) {
 
 TEST_F(NullPointers, FieldsOfATable) {
     ExpectAsserted({
-        {kAccess, "incrAsTblRefCnt", {kTbl}, [] { qir::incrAsTblRefCnt(nullptr); }, ""},
-        {kAccess, "decrAsTblRefCnt", {kTbl}, [] { qir::decrAsTblRefCnt(nullptr); }, ""},
-        {kAccess, "incrDscpTblRefCnt", {kTbl}, [] { qir::incrDscpTblRefCnt(nullptr); }, ""},
-        {kAccess, "decrDscpTblRefCnt", {kTbl}, [] { qir::decrDscpTblRefCnt(nullptr); }, ""},
-        {kAccess, "incrEpTblRefCnt", {kTbl}, [] { qir::incrEpTblRefCnt(nullptr); }, ""},
-        {kAccess, "decrEpTblRefCnt", {kTbl}, [] { qir::decrEpTblRefCnt(nullptr); }, ""},
-        {kAccess, "incrPacTblRefCnt", {kTbl}, [] { qir::incrPacTblRefCnt(nullptr); }, ""},
-        {kAccess, "decrPacTblRefCnt", {kTbl}, [] { qir::decrPacTblRefCnt(nullptr); }, ""},
-        {kAccess, "setAsTblCfg", {kTbl, kCfg}, [] { qir::setAsTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "getAsTblCfg", {kTbl, kCfg}, [] { qir::getAsTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "setAsTblEntry", {kTbl, kEnt}, [] { qir::setAsTblEntry(nullptr, 0, nullptr); }, ""},
-        {kAccess, "getAsTblEntry", {kTbl, kEnt}, [] { qir::getAsTblEntry(nullptr, 0, nullptr); }, ""},
+        {kAccess, "incrAsTblRefCnt", {kTbl}, [] { qir::incrAsTblRefCnt(nullptr); }},
+        {kAccess, "decrAsTblRefCnt", {kTbl}, [] { qir::decrAsTblRefCnt(nullptr); }},
+        {kAccess, "incrDscpTblRefCnt", {kTbl}, [] { qir::incrDscpTblRefCnt(nullptr); }},
+        {kAccess, "decrDscpTblRefCnt", {kTbl}, [] { qir::decrDscpTblRefCnt(nullptr); }},
+        {kAccess, "incrEpTblRefCnt", {kTbl}, [] { qir::incrEpTblRefCnt(nullptr); }},
+        {kAccess, "decrEpTblRefCnt", {kTbl}, [] { qir::decrEpTblRefCnt(nullptr); }},
+        {kAccess, "incrPacTblRefCnt", {kTbl}, [] { qir::incrPacTblRefCnt(nullptr); }},
+        {kAccess, "decrPacTblRefCnt", {kTbl}, [] { qir::decrPacTblRefCnt(nullptr); }},
+        {kAccess, "setAsTblCfg", {kTbl, kCfg}, [] { qir::setAsTblCfg(nullptr, nullptr); }},
+        {kAccess, "getAsTblCfg", {kTbl, kCfg}, [] { qir::getAsTblCfg(nullptr, nullptr); }},
+        {kAccess, "setAsTblEntry", {kTbl, kEnt}, [] { qir::setAsTblEntry(nullptr, 0, nullptr); }},
+        {kAccess, "getAsTblEntry", {kTbl, kEnt}, [] { qir::getAsTblEntry(nullptr, 0, nullptr); }},
         {kAccess,
          "setDscpToPbitsTable_DefPbits",
          {kTbl, "(def_p != NULL)"},
-         [] { qir::setDscpToPbitsTable_DefPbits(nullptr, nullptr); },
-         ""},
+         [] { qir::setDscpToPbitsTable_DefPbits(nullptr, nullptr); }},
         {kAccess,
          "getDscpToPbitsTable_DefPbits",
          {kTbl, "(def_p != NULL)"},
-         [] { qir::getDscpToPbitsTable_DefPbits(nullptr, nullptr); },
-         ""},
+         [] { qir::getDscpToPbitsTable_DefPbits(nullptr, nullptr); }},
         {kAccess,
          "setDscpToPbitsTable",
          {kTbl, "(dscpMapping_p != NULL)"},
-         [] { qir::setDscpToPbitsTable(nullptr, nullptr); },
-         ""},
-        {kAccess, "getDscpToPbitsTable", {kTbl}, [] { qir::getDscpToPbitsTable(nullptr, 0, nullptr); }, ""},
-        {kAccess, "setEpTblCfg", {kTbl, kCfg}, [] { qir::setEpTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "getEpTblCfg", {kTbl, kCfg}, [] { qir::getEpTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "setEpTblEntry", {kTbl, kEnt}, [] { qir::setEpTblEntry(nullptr, 0, nullptr); }, ""},
-        {kAccess, "getEpTblEntry", {kTbl, kEnt}, [] { qir::getEpTblEntry(nullptr, 0, nullptr); }, ""},
-        {kAccess, "setPacTblCfg", {kTbl, kCfg}, [] { qir::setPacTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "getPacTblCfg", {kTbl, kCfg}, [] { qir::getPacTblCfg(nullptr, nullptr); }, ""},
-        {kAccess, "setPacTblEntry", {kTbl, kEnt}, [] { qir::setPacTblEntry(nullptr, 0, nullptr); }, ""},
-        {kAccess, "getPacTblEntry", {kTbl, kEnt}, [] { qir::getPacTblEntry(nullptr, 0, nullptr); }, ""},
+         [] { qir::setDscpToPbitsTable(nullptr, nullptr); }},
+        {kAccess, "getDscpToPbitsTable", {kTbl}, [] { qir::getDscpToPbitsTable(nullptr, 0, nullptr); }},
+        {kAccess, "setEpTblCfg", {kTbl, kCfg}, [] { qir::setEpTblCfg(nullptr, nullptr); }},
+        {kAccess, "getEpTblCfg", {kTbl, kCfg}, [] { qir::getEpTblCfg(nullptr, nullptr); }},
+        {kAccess, "setEpTblEntry", {kTbl, kEnt}, [] { qir::setEpTblEntry(nullptr, 0, nullptr); }},
+        {kAccess, "getEpTblEntry", {kTbl, kEnt}, [] { qir::getEpTblEntry(nullptr, 0, nullptr); }},
+        {kAccess, "setPacTblCfg", {kTbl, kCfg}, [] { qir::setPacTblCfg(nullptr, nullptr); }},
+        {kAccess, "getPacTblCfg", {kTbl, kCfg}, [] { qir::getPacTblCfg(nullptr, nullptr); }},
+        {kAccess, "setPacTblEntry", {kTbl, kEnt}, [] { qir::setPacTblEntry(nullptr, 0, nullptr); }},
+        {kAccess, "getPacTblEntry", {kTbl, kEnt}, [] { qir::getPacTblEntry(nullptr, 0, nullptr); }},
         {kAccess,
          "Dump_AsTable",
          {kTbl},
@@ -198,73 +183,57 @@ TEST_F(NullPointers, FieldsOfATable) {
         {kPrivate,
          "Set_AsTblCfg",
          {"((tblIdx < QIR_ASTBL_MAXNUM) && (asTblCfg_p != NULL))"},
-         [] { qir::Set_AsTblCfg(0, nullptr); },
-         ""},
-        {kPrivate, "Fill_AsTblCfg", {"(asTblCfg_p != NULL)"}, [] { qir::Fill_AsTblCfg(nullptr, 1); }, ""},
+         [] { qir::Set_AsTblCfg(0, nullptr); }},
+        {kPrivate, "Fill_AsTblCfg", {"(asTblCfg_p != NULL)"}, [] { qir::Fill_AsTblCfg(nullptr, 1); }},
     });
 }
 
 TEST_F(NullPointers, DriverRequests) {
     ExpectAsserted({
-        {kPrivate, "Activate_AsTable", {"(asTblInfo_p != NULL)"}, [] { qir::Activate_AsTable(nullptr); }, ""},
-        {kPrivate,
-         "Deactivate_AsTable",
-         {"(asTblInfo_p != NULL)"},
-         [] { qir::Deactivate_AsTable(nullptr); },
-         ""},
+        {kPrivate, "Activate_AsTable", {"(asTblInfo_p != NULL)"}, [] { qir::Activate_AsTable(nullptr); }},
+        {kPrivate, "Deactivate_AsTable", {"(asTblInfo_p != NULL)"}, [] { qir::Deactivate_AsTable(nullptr); }},
         {kPrivate,
          "Activate_DscpToPbitsTable",
          {"(dpTblInfo_p != NULL)"},
-         [] { qir::Activate_DscpToPbitsTable(nullptr); },
-         ""},
+         [] { qir::Activate_DscpToPbitsTable(nullptr); }},
         {kPrivate,
          "Deactivate_DscpToPbitsTable",
          {"(dpTblInfo_p != NULL)"},
-         [] { qir::Deactivate_DscpToPbitsTable(nullptr); },
-         ""},
-        {kPrivate,
-         "Activate_PacTable",
-         {"(pacTblInfo_p != NULL)"},
-         [] { qir::Activate_PacTable(nullptr); },
-         ""},
+         [] { qir::Deactivate_DscpToPbitsTable(nullptr); }},
+        {kPrivate, "Activate_PacTable", {"(pacTblInfo_p != NULL)"}, [] { qir::Activate_PacTable(nullptr); }},
         {kPrivate,
          "Deactivate_PacTable",
          {"(pacTblInfo_p != NULL)"},
-         [] { qir::Deactivate_PacTable(nullptr); },
-         ""},
-        {kPrivate, "Activate_FCB", {kFcb}, [] { qir::Activate_FCB(nullptr); }, ""},
-        {kPrivate, "Deactivate_FCB", {kFcb}, [] { qir::Deactivate_FCB(nullptr); }, ""},
+         [] { qir::Deactivate_PacTable(nullptr); }},
+        {kPrivate, "Activate_FCB", {kFcb}, [] { qir::Activate_FCB(nullptr); }},
+        {kPrivate, "Deactivate_FCB", {kFcb}, [] { qir::Deactivate_FCB(nullptr); }},
         {kPrivate,
          "Get_FCBHits",
          {"(fcb_p != NULL) && (fcbHits_p != NULL)"},
-         [] { qir::Get_FCBHits(nullptr, nullptr); },
-         ""},
-        {kPrivate, "Update_FwdInfo", {kFcb, kFwd}, [] { qir::Update_FwdInfo(nullptr, nullptr); }, ""},
+         [] { qir::Get_FCBHits(nullptr, nullptr); }},
+        {kPrivate, "Update_FwdInfo", {kFcb, kFwd}, [] { qir::Update_FwdInfo(nullptr, nullptr); }},
     });
 }
 
 TEST_F(NullPointers, HeadersAndForwarding) {
     constexpr const char *kDst = "(dstMask_p != NULL)";
     ExpectAsserted({
-        {kPrivate, "IsSet_FilterAllReqdHdr", {kFcb}, [] { qir::IsSet_FilterAllReqdHdr(nullptr, 0); }, ""},
-        {kPrivate, "IsSet_ActionAllReqdHdr", {kFcb}, [] { qir::IsSet_ActionAllReqdHdr(nullptr, 0); }, ""},
-        {kPrivate, "Alloc_Hdr", {kFcb, "(hdr_p != NULL)"}, [] { qir::Alloc_Hdr(nullptr, nullptr); }, ""},
+        {kPrivate, "IsSet_FilterAllReqdHdr", {kFcb}, [] { qir::IsSet_FilterAllReqdHdr(nullptr, 0); }},
+        {kPrivate, "IsSet_ActionAllReqdHdr", {kFcb}, [] { qir::IsSet_ActionAllReqdHdr(nullptr, 0); }},
+        {kPrivate, "Alloc_Hdr", {kFcb, "(hdr_p != NULL)"}, [] { qir::Alloc_Hdr(nullptr, nullptr); }},
         {kPrivate,
          "Alloc_ReqNode",
          {"((fcb_p != NULL) && (allocReqNode_pp != NULL))"},
-         [] { qir::Alloc_ReqNode(nullptr, nullptr); },
-         ""},
-        {kPrivate, "Validate_FwdInfo", {kFcb, kFwd}, [] { qir::Validate_FwdInfo(nullptr, nullptr); }, ""},
+         [] { qir::Alloc_ReqNode(nullptr, nullptr); }},
+        {kPrivate, "Validate_FwdInfo", {kFcb, kFwd}, [] { qir::Validate_FwdInfo(nullptr, nullptr); }},
         {kPrivate,
          "AddDstPortToFwdInfo",
          {kFcb, kDst, kFwd},
-         [] { qir::AddDstPortToFwdInfo(nullptr, nullptr, nullptr); },
-         ""},
+         [] { qir::AddDstPortToFwdInfo(nullptr, nullptr, nullptr); }},
         {kPrivate,
          "RemDstPortFromFwdInfo",
          {kFcb, kDst, kFwd},
-         [] { qir::RemDstPortFromFwdInfo(nullptr, nullptr, nullptr); },
-         ""},
+         [] { qir::RemDstPortFromFwdInfo(nullptr, nullptr, nullptr); }},
     });
 }
 
@@ -296,21 +265,19 @@ TEST_F(NullPointers, Rules) {
         {kPrivate,
          "Chk_FilterDepBmapTbl",
          {kBmap, kCount},
-         [] { qir::Chk_FilterDepBmapTbl(0, 0, nullptr, 0, nullptr); },
-         ""},
+         [] { qir::Chk_FilterDepBmapTbl(0, 0, nullptr, 0, nullptr); }},
         {kPrivate,
          "Chk_L4FilterDepBmapTbl",
          {kBmap, kCount},
-         [] { qir::Chk_L4FilterDepBmapTbl(0, 0, nullptr, 0, nullptr); },
-         ""},
-        {kPrivate, "Chk_ActionDepBmapTbl", {kBmap}, [] { qir::Chk_ActionDepBmapTbl(0, 0, nullptr); }, ""},
-        {kPrivate, "Chk_L4ActionDepBmapTbl", {kBmap}, [] { qir::Chk_L4ActionDepBmapTbl(0, 0, nullptr); }, ""},
+         [] { qir::Chk_L4FilterDepBmapTbl(0, 0, nullptr, 0, nullptr); }},
+        {kPrivate, "Chk_ActionDepBmapTbl", {kBmap}, [] { qir::Chk_ActionDepBmapTbl(0, 0, nullptr); }},
+        {kPrivate, "Chk_L4ActionDepBmapTbl", {kBmap}, [] { qir::Chk_L4ActionDepBmapTbl(0, 0, nullptr); }},
     });
 }
 
 template <class Record>
 NullCall Store(const char *fn, qir::u32 (*config)(qir::Fcb *, const Record *), const char *record) {
-    return {kPrivate, fn, {kFcb, record}, [config] { config(nullptr, nullptr); }, ""};
+    return {kPrivate, fn, {kFcb, record}, [config] { config(nullptr, nullptr); }};
 }
 
 TEST_F(NullPointers, RequestsToStore) {

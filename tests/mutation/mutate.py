@@ -153,6 +153,11 @@ class Tree:
         """Brings the copy up to date; what is the same keeps its time, so that it is not built again."""
         shutil.copytree(REPO, self.source, dirs_exist_ok=True, copy_function=copy_if_other,
                         ignore=lambda folder, names: NOT_COPIED.intersection(names) if folder == REPO else ())
+        for folder, _, files in os.walk(self.source):
+            for file in files:
+                path = os.path.join(folder, file)
+                if not os.path.exists(os.path.join(REPO, os.path.relpath(path, self.source))):
+                    os.remove(path)
 
     def prepare(self):
         """Builds everything and runs every program on the library as it is."""
