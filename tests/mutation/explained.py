@@ -7,8 +7,8 @@ An entry is a mutant, as the report shows it, and behind it the reason, indented
     + return true;
         The tables are part of a static object, whose address is never null.
 
-A mutant is known by file, function, lines and change, not by its line number; `#2` behind the function is the second of
-the same changes to the same lines there. A reason with `same` alone is that of the entry before.
+A mutant is known by file, function, lines and change, not by its line number; `#2` behind the function is the
+second of the same changes to the same lines there. A reason with `same` alone is that of the entry before.
 """
 
 import os

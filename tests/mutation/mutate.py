@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Mutation testing of log/ and qirapi/: changes the sources, one small change at a time, and asks whether the tests
-notice. docs/mutation.md says how it is used and what came of it."""
+"""Mutation testing of log/ and qirapi/: changes the sources, one small change at a time, and asks whether the
+tests notice. docs/mutation.md says how it is used and what came of it."""
 
 import argparse
 import concurrent.futures
@@ -26,23 +26,25 @@ REPO = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 
 # The test programs, those that need the least time first.
 PROGRAMS = [
-    "bad_arguments", "log", "data_dump", "app", "emu", "orxtest", "examples", "context", "driver", "ports", "filters",
-    "actions", "flows", "return_codes", "faults", "tables", "rate_limiters",
+    "bad_arguments", "log", "data_dump", "app", "emu", "orxtest", "examples", "context", "driver", "ports",
+    "filters", "actions", "flows", "return_codes", "faults", "tables", "rate_limiters",
 ]  # fmt: skip
 
-# Left out: docs, install, link and words look at what is built, not at what the library does; layout reads the
-# debug information, which this build has none of, and finds what the pins beside the records find; journal and the
-# programs orxemu_* are about logs and the tool, which has its own decoding of the records, and start many processes.
+# Left out: docs, install, link and words look at what is built, not at what the library does; layout reads
+# debug information, which this build has none of, and finds what the pins beside the records find; journal and
+# the programs orxemu_* are about logs and the tool, which has its own decoding of the records, and start many
+# processes.
 
 # The rooms that a source file belongs to: their tests come first. The first row that fits counts.
 ROOMS = [
     ("log/qel_data_dump", ["data_dump"]),
     ("log/qel_fun", ["data_dump"]),
     ("log/", ["log", "data_dump"]),
-    ("qirapi/public/codes", ["return_codes", "context"]),
-    ("qirapi/public/tables", ["tables"]),
-    ("qirapi/public/flows", ["flows"]),
+    ("qirapi/public/codes", ["context", "return_codes"]),
+    ("qirapi/public/tables", ["context", "tables"]),
+    ("qirapi/public/rate_limiters", ["rate_limiters"]),
     ("qirapi/public/ports", ["ports"]),
+    ("qirapi/public/", ["context"]),
     ("qirapi/driver/", ["driver", "faults"]),
     ("qirapi/private/startup", ["context"]),
     ("qirapi/private/context", ["context"]),
@@ -95,8 +97,8 @@ def rank(seed, site):
 
 
 def in_order(seed, sites):
-    """The sites of a file in the order in which they are drawn: the kinds take turns. What decides is what a site
-    says, not where it stands, so that an edit elsewhere leaves the draw as it is."""
+    """The sites of a file in the order in which they are drawn: the kinds take turns. What decides is what a
+    site says, not where it stands, so that an edit elsewhere leaves the draw as it is."""
     by_kind = {}
     for site in sorted(sites, key=lambda site: rank(seed, site)):
         by_kind.setdefault(site.kind, []).append(site)
@@ -131,6 +133,16 @@ def copy_if_other(old, new):
         shutil.copymode(old, new)
 
 
+SLOW = 0.02  # seconds
+
+
+def slow_tests(path):
+    with open(path, encoding="utf-8") as file:
+        suites = json.load(file)["testsuites"]
+    return [f"{test['classname']}.{test['name']}" for suite in suites for test in suite["testsuite"]
+            if float(test["time"].rstrip("s")) >= SLOW]
+
+
 class Tree:
     """A copy of the sources and its build, plain or under the sanitizers."""
 
@@ -139,10 +151,12 @@ class Tree:
                  "QIR_SANITIZERS": "address,undefined"}
 
     def __init__(self, folder, options):
+        self.folder = folder
         self.options = options
         self.source = os.path.join(folder, "source")
         self.build_dir = os.path.join(folder, "build")
         self.temp = os.path.join(folder, "tmp")
+        self.slow = {}  # the tests of each program that take long
         self.seconds = {}
         if os.path.exists(self.temp):
             shutil.rmtree(self.temp)
@@ -162,8 +176,9 @@ class Tree:
     def prepare(self):
         """Builds everything and runs every program on the library as it is."""
         options = {
-            "CMAKE_BUILD_TYPE": "Debug", "QIR_BUILD_TESTS": "ON", "QIR_BUILD_SHARED": "OFF", "QIR_INSTALL": "OFF",
-            "QIR_BUILD_STATIC_ORXTEST": "OFF", "QIR_WARNINGS_AS_ERRORS": "OFF", **self.options,
+            "CMAKE_BUILD_TYPE": "Debug", "QIR_BUILD_TESTS": "ON", "QIR_BUILD_SHARED": "OFF",
+            "QIR_INSTALL": "OFF", "QIR_BUILD_STATIC_ORXTEST": "OFF", "QIR_WARNINGS_AS_ERRORS": "OFF",
+            **self.options,
         }  # fmt: skip
         configure = ["cmake", "-G", "Ninja", "-S", self.source, "-B", self.build_dir]
         configure += [f"-D{name}={value}" for name, value in options.items()]
@@ -174,10 +189,12 @@ class Tree:
             raise SystemExit(done.stdout + done.stderr + "\nthe tree does not build")
         for program in PROGRAMS:
             began = time.monotonic()
-            verdict = self.run(program, 600)
+            times = os.path.join(self.folder, "times")
+            verdict = self.run(program, 600, f"--gtest_output=json:{times}")
             self.seconds[program] = time.monotonic() - began
             if verdict:
                 raise SystemExit(f"test_{program} fails on the library as it is: {verdict}")
+            self.slow[program] = slow_tests(times)
 
     def build(self, targets):
         return subprocess.run(["ninja", "-j1" if self.seconds else f"-j{os.cpu_count()}", *targets],
@@ -190,7 +207,7 @@ class Tree:
                 return path
         raise SystemExit(f"there is no test_{program}")
 
-    def run(self, program, timeout):
+    def run(self, program, timeout, *more):
         """Runs a test program up to its first failure. What failed, or nothing."""
         def limits():
             resource.setrlimit(resource.RLIMIT_FSIZE, (MAX_FILE, MAX_FILE))
@@ -198,11 +215,11 @@ class Tree:
                 resource.setrlimit(resource.RLIMIT_AS, (MAX_MEMORY, MAX_MEMORY))
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-        command = [self.path_of(program), "--gtest_fail_fast", "--gtest_brief=1"]
+        command = [self.path_of(program), "--gtest_fail_fast", "--gtest_brief=1", *more]
         log = os.path.join(self.temp, "log")
         with open(log, "wb") as out, subprocess.Popen(
-            command, stdin=subprocess.DEVNULL, stdout=out, stderr=out, env={**os.environ, "TMPDIR": self.temp},
-            cwd=self.temp, start_new_session=True, preexec_fn=limits,
+            command, stdin=subprocess.DEVNULL, stdout=out, stderr=out, cwd=self.temp,
+            env={**os.environ, "TMPDIR": self.temp}, start_new_session=True, preexec_fn=limits,
         ) as child:  # fmt: skip
             try:
                 status = child.wait(timeout)
@@ -241,17 +258,23 @@ class Tree:
             verdict = self.judge_build([f"test_{program}"])
             if verdict:
                 return verdict
-            failed = self.run(program, 15 + 6 * self.seconds[program])
-            if failed:
-                return "killed", f"{program}: {failed}"
+            for tests in self.in_two(program):
+                failed = self.run(program, 15 + 6 * self.seconds[program], f"--gtest_filter={tests}")
+                if failed:
+                    return "killed", f"{program}: {failed}"
         return "survived", ""
+
+    def in_two(self, program):
+        """The tests of a program: those that take no time, then the others, which take nearly all of it."""
+        slow = ":".join(self.slow[program])
+        return [f"-{slow}", slow] if slow else ["*"]
 
     def judge_build(self, targets):
         done = self.build(targets)
         if done.returncode == 0:
             return None
         output = done.stdout + done.stderr
-        for mark in ("static assertion failed", "does not have a constant initializer", "duplicate case value"):
+        for mark in ("static assertion failed", "does not have a constant initializer"):
             if mark in output:
                 return "compiler", mark
         return "invalid", ""
@@ -261,14 +284,17 @@ class Tree:
 
 
 class Run:
-    """Judges mutants file by file until every file has its number of those that compile. Those that survive are judged
-    again under the sanitizers, which the whole suite runs with too."""
+    """Judges mutants file by file until every file has its number of those that compile. Those that survive are
+    judged again under the sanitizers, which the whole suite runs with too."""
 
     COUNTED = ("killed", "survived")
 
     def __init__(self, arguments, found, quota):
         self.seed = arguments.seed
         self.jobs = arguments.jobs
+        self.output = arguments.output
+        self.known = {identity: result for identity, result in read_results(arguments.output).items()
+                      if result[0] != "survived"}
         self.work_folder = ""
         # Public headers last: all tests are built anew for each of their mutants.
         paths = sorted(quota, key=lambda path: (path.startswith("qirapi/public"), path))
@@ -323,11 +349,13 @@ class Run:
             for site in sites:
                 if counted == wanted:
                     break
-                verdict, by = tree.judge(site)
+                known = self.known.get(site.identity)
+                verdict, by = known or tree.judge(site)
                 counted += verdict in self.COUNTED
                 with self.lock:
                     self.results.append({"site": site, "verdict": verdict, "by": by})
-                    self.say(self.results[-1])
+                    if not known:
+                        self.say(self.results[-1])
 
         self.share(trees, draws, judge)
 
@@ -347,15 +375,18 @@ class Run:
         return sum(result["verdict"] in self.COUNTED for result in self.results)
 
     def say(self, result):
-        site = result["site"]
-        say(f"[{self.counted():3}/{self.wanted} {time.monotonic() - self.began:5.0f} s] {result['verdict']:8} "
-            f"{site.kind:10} {site.path}:{site.line} {site.function}: {site.before[:70]}  ->  {site.after[:70]}  "
-            f"{result['by']}")
+        site, verdict, by = result["site"], result["verdict"], result["by"]
+        if self.output:
+            with open(self.output, "a", encoding="utf-8") as file:
+                file.write(json.dumps({**vars(site), "verdict": verdict, "by": by}) + "\n")
+        seconds = time.monotonic() - self.began
+        say(f"[{self.counted():3}/{self.wanted} {seconds:5.0f} s] {verdict:8} {site.kind:10} "
+            f"{site.path}:{site.line} {site.function}: {site.before[:70]}  ->  {site.after[:70]}  {by}")
 
 
 def report(results, reasons):
-    """What came of it, on standard output; the number of survivors that nobody has explained and of explanations that
-    turned out wrong."""
+    """What came of it, on standard output; the number of survivors that nobody has explained and of explanations
+    that turned out wrong."""
     count = dict.fromkeys(("killed", "survived", "compiler", "invalid", "explained"), 0)
     wrong = 0
     for result in results:
@@ -370,15 +401,9 @@ def report(results, reasons):
     print(f"killed by a test        {count['killed']:5}")
     print(f"survived, explained     {count['explained']:5}")
     print(f"survived                {count['survived']:5}")
-    print(f"killed by the compiler  {count['compiler']:5}  (an assertion at compile time; not in the first number)")
+    print(f"killed by the compiler  {count['compiler']:5}  (by an assertion of the sources; not in the first number)")
     print(f"not C++                 {count['invalid']:5}  (not counted)")
     return wrong
-
-
-def write_results(path, results):
-    with open(path, "w", encoding="utf-8") as file:
-        json.dump([{**vars(result["site"]), "verdict": result["verdict"], "by": result["by"]} for result in results],
-                  file, indent=1)
 
 
 def find_stale(reasons, found):
@@ -390,13 +415,15 @@ def find_stale(reasons, found):
     return len(stale)
 
 
-def survivors_of(results_file, found):
-    """The mutants that survived an earlier run, by file."""
-    with open(results_file, encoding="utf-8") as file:
-        survivors = {(r["path"], r["function"], r["before"], r["after"], r["occurrence"])
-                     for r in json.load(file) if r["verdict"] == "survived"}
-    return {path: kept for path, sites in found.items()
-            if (kept := [site for site in sites if site.identity in survivors])}
+def read_results(path):
+    """What became of each mutant in an earlier run: verdict and by what. The last word on each counts."""
+    results = {}
+    if path and os.path.exists(path):
+        with open(path, encoding="utf-8") as file:
+            for result in map(json.loads, file):
+                names = ("path", "function", "before", "after", "occurrence")
+                results[tuple(result[name] for name in names)] = (result["verdict"], result["by"])
+    return results
 
 
 def main():
@@ -405,9 +432,9 @@ def main():
     parser.add_argument("-s", "--seed", default="1", help="another seed draws others, default 1")
     parser.add_argument("-f", "--file", default="", help="only of files with this in their path")
     parser.add_argument("-j", "--jobs", type=int, default=1, help="trees, each with a mutant, default 1")
-    parser.add_argument("-w", "--work", help="folder of the trees, which stay there; default: a temporary one")
-    parser.add_argument("-o", "--output", help="file for what became of each mutant, as JSON")
-    parser.add_argument("-a", "--again", help="only the survivors of such a file")
+    parser.add_argument("-w", "--work", help="folder of the trees, which stay; default: a temporary one")
+    parser.add_argument("-o", "--output", help="what became of each mutant, a line of JSON each; what the file "
+                        "says already is not asked again, except for survivors")
     parser.add_argument("-l", "--list", action="store_true", help="list the draw and end")
     arguments = parser.parse_args()
 
@@ -415,9 +442,6 @@ def main():
     reasons = explained.read(os.path.join(os.path.dirname(os.path.abspath(__file__)), "explained.txt"))
     stale = find_stale(reasons, found)
     quota = quotas(arguments.number, found, lines)
-    if arguments.again:
-        found = survivors_of(arguments.again, found)
-        quota = {path: len(sites) for path, sites in found.items()}
     run = Run(arguments, found, {path: number for path, number in quota.items() if arguments.file in path})
     if arguments.list:
         for wanted, sites in run.draws:
@@ -431,8 +455,6 @@ def main():
     finally:
         if not arguments.work:
             shutil.rmtree(run.work_folder, ignore_errors=True)
-        if arguments.output:
-            write_results(arguments.output, run.results)
     return 1 if report(run.results, reasons) + stale else 0
 
 

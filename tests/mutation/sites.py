@@ -16,14 +16,15 @@ SWAPPED = {
 STEPS = {"++": "--", "--": "++"}
 CONSTANT = re.compile(r"(?:QIR|QEL|AS|MAX|E)_[A-Z0-9_]+$")
 # The first word of a statement that declares something: to drop it is to use what is not there.
-DECLARING = {"const", "constexpr", "constinit", "static", "using", "typename", "typedef", "auto", "struct", "union"}
-DECLARATION = re.compile(r"[A-Za-z_][\w:]*(?:<[^;=()]*>)?(?: (?:\*|&|\*const )?|(?: [*&]+))[A-Za-z_]\w*(?:\[[^=]*\])?"
-                         r"(?: =|;|\{| ?\[)")
+DECLARING = {"const", "constexpr", "constinit", "static", "using", "typename", "typedef", "auto", "struct",
+             "union"}
+DECLARATION = re.compile(r"[A-Za-z_][\w:]*(?:<[^;=()]*>)?(?: (?:\*|&|\*const )?|(?: [*&]+))"  # type
+                         r"[A-Za-z_]\w*(?:\[[^=]*\])?(?: =|;|\{| ?\[)")  # name
 
 
 # What returns nothing already, or is another site.
-ALREADY_NOTHING = {"", "e_RET_OK", "nullptr", "true", "false", "static_cast<u32>(e_RET_OK)", "QIR_END(e_RET_OK)",
-                   "QIR_END_AS(fn, e_RET_OK)"}
+ALREADY_NOTHING = {"", "e_RET_OK", "nullptr", "true", "false", "static_cast<u32>(e_RET_OK)",
+                   "QIR_END(e_RET_OK)", "QIR_END_AS(fn, e_RET_OK)"}
 
 
 @dataclass
@@ -133,8 +134,8 @@ def _token_sites(src, i, token, names, add):
             pass
         elif CONSTANT.match(token.text) or token.text in names.numbers:
             if not _declares(src, token):
-                for step in ("+ 1", "- 1"):
-                    add("constant", i, i, f"({token.text} {step})")
+                for other in (f"{token.text} + 1", f"{token.text} - 1"):
+                    add("constant", i, i, other if before == "::" else f"({other})")
         elif token.text in names.next_of and not _declares(src, token):
             add("name", i, i, names.next_of[token.text])
 

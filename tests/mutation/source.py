@@ -1,7 +1,8 @@
 """C++ source as the mutations need it: tokens, the name of what each stands in, statements.
 
-No parser of the language, but one of this tree's style, which clang-format keeps: a binary operator has a blank on
-either side and a template's bracket has none. What it takes for something else does not compile and is not counted.
+No parser of the language, but one of this tree's style, which clang-format keeps: a binary operator has a blank
+on either side and a template's bracket has none. What it takes for something else does not compile and is not
+counted.
 """
 
 import bisect
@@ -58,7 +59,8 @@ class Source:
 
 
 def read(text):
-    """The tokens of a file, without comments and directives, each with its scope; the statements of its functions."""
+    """The tokens of a file, without comments and directives, each with its scope; the statements of its
+    functions."""
     source = Source(text)
     source.line_starts = [0] + [i + 1 for i, c in enumerate(text) if c == "\n"]
     _tokenize(source)
@@ -81,7 +83,10 @@ def _tokenize(source):
         match = TOKEN.match(text, at)
         if match.lastgroup not in ("blank", "comment"):
             source.tokens.append(Token(match.lastgroup, match[0], match.start(), match.end()))
-        line_begins = "\n" in match[0] if match.lastgroup == "blank" else line_begins and match.lastgroup == "comment"
+        if match.lastgroup == "blank":
+            line_begins = "\n" in match[0]
+        else:
+            line_begins = line_begins and match.lastgroup == "comment"
         at = match.end()
 
 
@@ -107,10 +112,10 @@ def _mark_fixed(tokens):
     for i, token in enumerate(tokens):
         if token.text == "template" and i + 1 < len(tokens) and tokens[i + 1].text == "<":
             _fix(tokens, i + 1, "<", ">")
-        elif token.text == "static_assert" or "STATIC_ASSERT" in token.text or token.text.startswith("QIR_PIN_"):
+        elif token.text == "static_assert" or token.text.startswith(("QIR_STATIC_ASSERT", "QIR_PIN_")):
             if i + 1 < len(tokens) and tokens[i + 1].text == "(":
                 _fix(tokens, i + 1, "(", ")")
-        elif "STATIC_ASSERT" in token.scope or token.scope.startswith("QIR_PIN_"):
+        elif token.scope.startswith(("QIR_STATIC_ASSERT", "QIR_PIN_")):
             token.fixed = True
 
 
