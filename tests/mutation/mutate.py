@@ -31,9 +31,8 @@ PROGRAMS = [
 ]  # fmt: skip
 
 # Left out: docs, install, link and words look at what is built, not at what the library does; layout reads
-# debug information, which this build has none of, and finds what the pins beside the records find; journal and
-# the programs orxemu_* are about logs and the tool, which has its own decoding of the records, and start many
-# processes.
+# debug information, which this build has none of, and finds what the pins beside the records find; journal
+# and the programs orxemu_* are about logs and the tool, which decodes records on its own.
 
 # The rooms that a source file belongs to: their tests come first. The first row that fits counts.
 ROOMS = [
@@ -60,6 +59,16 @@ ROOMS = [
     ("request_", ["filters", "actions"]),
     ("", ["flows", "context"]),
 ]
+
+
+def own_programs(site):
+    return next(rooms for part, rooms in ROOMS if part in site.path)
+
+
+def all_programs(site):
+    own = own_programs(site)
+    return own + [program for program in PROGRAMS if program not in own]
+
 
 SOURCES = ["log/*.cpp", "log/*.h", "qirapi/**/*.cpp", "qirapi/**/*.h"]
 MAX_FILE = 256 << 20  # what a mutant may write, and
@@ -173,8 +182,8 @@ class Tree:
                 if not os.path.exists(os.path.join(REPO, os.path.relpath(path, self.source))):
                     os.remove(path)
 
-    def prepare(self):
-        """Builds everything and runs every program on the library as it is."""
+    def prepare(self, programs):
+        """Builds the test programs and runs them on the library as it is."""
         options = {
             "CMAKE_BUILD_TYPE": "Debug", "QIR_BUILD_TESTS": "ON", "QIR_BUILD_SHARED": "OFF",
             "QIR_INSTALL": "OFF", "QIR_BUILD_STATIC_ORXTEST": "OFF", "QIR_WARNINGS_AS_ERRORS": "OFF",
@@ -184,10 +193,10 @@ class Tree:
         configure += [f"-D{name}={value}" for name, value in options.items()]
         done = subprocess.run(configure, capture_output=True, text=True, check=False)
         if done.returncode == 0:
-            done = self.build([f"test_{program}" for program in PROGRAMS])
+            done = self.build([f"test_{program}" for program in programs])
         if done.returncode != 0:
             raise SystemExit(done.stdout + done.stderr + "\nthe tree does not build")
-        for program in PROGRAMS:
+        for program in programs:
             began = time.monotonic()
             times = os.path.join(self.folder, "times")
             verdict = self.run(program, 600, f"--gtest_output=json:{times}")
@@ -239,7 +248,7 @@ class Tree:
 
     # ---- One mutant ---------------------------------------------------------------------------------
 
-    def judge(self, site):
+    def judge(self, site, programs):
         """killed, compiler (killed by it), invalid (does not compile) or survived, and by what."""
         path = os.path.join(self.source, site.path)
         with open(path, encoding="utf-8") as file:
@@ -247,14 +256,13 @@ class Tree:
         with open(path, "w", encoding="utf-8") as file:
             file.write(original[: site.start] + site.replacement + original[site.end :])
         try:
-            return self.judge_tree(site)
+            return self.judge_tree(programs)
         finally:
             with open(path, "w", encoding="utf-8") as file:
                 file.write(original)
 
-    def judge_tree(self, site):
-        own = next(rooms for part, rooms in ROOMS if part in site.path)
-        for program in own + [program for program in PROGRAMS if program not in own]:
+    def judge_tree(self, programs):
+        for program in programs:
             verdict = self.judge_build([f"test_{program}"])
             if verdict:
                 return verdict
@@ -284,8 +292,8 @@ class Tree:
 
 
 class Run:
-    """Judges mutants file by file until every file has its number of those that compile. Those that survive are
-    judged again under the sanitizers, which the whole suite runs with too."""
+    """Judges mutants file by file until every file has its number of those that compile. Those that survive
+    are judged again by their rooms' tests under the sanitizers."""
 
     COUNTED = ("killed", "survived")
 
@@ -305,7 +313,7 @@ class Run:
         self.began = time.monotonic()
 
     def judge(self, reasons):
-        trees = self.trees("plain", Tree.PLAIN)
+        trees = self.trees("plain", Tree.PLAIN, PROGRAMS)
         self.judge_draws(trees, self.draws)
         if (missing := self.wanted - self.counted()) > 0:  # files that had no more mutants that compile
             left = [site for _, sites in self.draws for site in sites if not self.is_judged(site)]
@@ -313,15 +321,16 @@ class Run:
         survivors = [result for result in self.results
                      if result["verdict"] == "survived" and result["site"].identity not in reasons]
         if survivors:
-            self.judge_again(self.trees("sanitized", Tree.SANITIZED), survivors)
+            own = {program for result in survivors for program in own_programs(result["site"])}
+            self.judge_again(self.trees("sanitized", Tree.SANITIZED, sorted(own)), survivors)
 
-    def trees(self, name, options):
+    def trees(self, name, options, programs):
         folders = [os.path.join(self.work_folder, f"{name}{i}") for i in range(self.jobs)]
         trees = [Tree(folder, options) for folder in folders]
         for tree in trees:
             say(f"building the library and its tests, {name}, in {tree.source}")
-            tree.prepare()
-        say("all test programs pass on the library as it is")
+            tree.prepare(programs)
+        say("the tests pass on the library as it is")
         return trees
 
     def share(self, trees, items, judge):
@@ -350,7 +359,7 @@ class Run:
                 if counted == wanted:
                     break
                 known = self.known.get(site.identity)
-                verdict, by = known or tree.judge(site)
+                verdict, by = known or tree.judge(site, all_programs(site))
                 counted += verdict in self.COUNTED
                 with self.lock:
                     self.results.append({"site": site, "verdict": verdict, "by": by})
@@ -361,7 +370,7 @@ class Run:
 
     def judge_again(self, trees, survivors):
         def judge(tree, result):
-            verdict, by = tree.judge(result["site"])
+            verdict, by = tree.judge(result["site"], own_programs(result["site"]))
             if verdict == "killed":
                 result["verdict"], result["by"] = verdict, f"sanitizers, {by}"
             self.say(result)
@@ -385,8 +394,8 @@ class Run:
 
 
 def report(results, reasons):
-    """What came of it, on standard output; the number of survivors that nobody has explained and of explanations
-    that turned out wrong."""
+    """What came of it, on standard output; the number of survivors that nobody has explained and of
+    explanations that turned out wrong."""
     count = dict.fromkeys(("killed", "survived", "compiler", "invalid", "explained"), 0)
     wrong = 0
     for result in results:
@@ -401,7 +410,7 @@ def report(results, reasons):
     print(f"killed by a test        {count['killed']:5}")
     print(f"survived, explained     {count['explained']:5}")
     print(f"survived                {count['survived']:5}")
-    print(f"killed by the compiler  {count['compiler']:5}  (by an assertion of the sources; not in the first number)")
+    print(f"killed by the compiler  {count['compiler']:5}  (an assertion of the sources; not in the first number)")
     print(f"not C++                 {count['invalid']:5}  (not counted)")
     return wrong
 
@@ -433,8 +442,8 @@ def main():
     parser.add_argument("-f", "--file", default="", help="only of files with this in their path")
     parser.add_argument("-j", "--jobs", type=int, default=1, help="trees, each with a mutant, default 1")
     parser.add_argument("-w", "--work", help="folder of the trees, which stay; default: a temporary one")
-    parser.add_argument("-o", "--output", help="what became of each mutant, a line of JSON each; what the file "
-                        "says already is not asked again, except for survivors")
+    parser.add_argument("-o", "--output", help="what became of each mutant, a line of JSON each; what the "
+                        "file says already is not asked again, except for survivors")
     parser.add_argument("-l", "--list", action="store_true", help="list the draw and end")
     arguments = parser.parse_args()
 

@@ -1,8 +1,8 @@
 """C++ source as the mutations need it: tokens, the name of what each stands in, statements.
 
-No parser of the language, but one of this tree's style, which clang-format keeps: a binary operator has a blank
-on either side and a template's bracket has none. What it takes for something else does not compile and is not
-counted.
+No parser of the language, but one of this tree's style, which clang-format keeps: a binary operator has a
+blank on either side and a template's bracket has none. What it takes for something else does not compile and
+is not counted.
 """
 
 import bisect
