@@ -60,6 +60,10 @@ ROOMS = [
     ("", ["flows", "context"]),
 ]
 
+# Headers that all tests include.
+EVERYWHERE = ("log/qel_log.h", "qirapi/public/", "qirapi/private/context.h", "qirapi/private/fcb_records.h",
+              "qirapi/private/table_records.h")
+
 
 def own_programs(site):
     return next(rooms for part, rooms in ROOMS if part in site.path)
@@ -304,8 +308,8 @@ class Run:
         self.known = {identity: result for identity, result in read_results(arguments.output).items()
                       if result[0] != "survived"}
         self.work_folder = ""
-        # Public headers last: all tests are built anew for each of their mutants.
-        paths = sorted(quota, key=lambda path: (path.startswith("qirapi/public"), path))
+        # Last those for whose mutants all tests are built anew.
+        paths = sorted(quota, key=lambda path: (path.startswith(EVERYWHERE), path))
         self.draws = [(quota[path], in_order(self.seed, found[path])) for path in paths]
         self.wanted = sum(quota.values())
         self.results = []
