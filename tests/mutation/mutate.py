@@ -64,6 +64,14 @@ ROOMS = [
 EVERYWHERE = ("log/qel_log.h", "qirapi/public/", "qirapi/private/context.h", "qirapi/private/fcb_records.h",
               "qirapi/private/table_records.h")
 
+SOURCES = ["log/*.cpp", "log/*.h", "qirapi/**/*.cpp", "qirapi/**/*.h"]
+MAX_FILE = 256 << 20  # what a mutant may write, and
+MAX_MEMORY = 8 << 30  # how much memory it may ask for
+
+
+def say(text):
+    print(text, file=sys.stderr, flush=True)
+
 
 def own_programs(site):
     return next(rooms for part, rooms in ROOMS if part in site.path)
@@ -72,15 +80,6 @@ def own_programs(site):
 def all_programs(site):
     own = own_programs(site)
     return own + [program for program in PROGRAMS if program not in own]
-
-
-SOURCES = ["log/*.cpp", "log/*.h", "qirapi/**/*.cpp", "qirapi/**/*.h"]
-MAX_FILE = 256 << 20  # what a mutant may write, and
-MAX_MEMORY = 8 << 30  # how much memory it may ask for
-
-
-def say(text):
-    print(text, file=sys.stderr, flush=True)
 
 
 # ---- Which mutants ----------------------------------------------------------------------------------------
