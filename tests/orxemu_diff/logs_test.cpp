@@ -10,7 +10,6 @@ namespace {
 using namespace journal_kit;
 using namespace orxemu::tool;
 using orxemu::journal::FaultMark;
-using orxemu::journal::kHostOrder;
 using orxemu::journal::Load;
 using orxemu::journal::Store;
 

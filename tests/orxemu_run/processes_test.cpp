@@ -207,7 +207,7 @@ TEST_F(ProcessesTest, SessionThatCannotBeJoined) {
         conditions.environment = {std::string("ORXEMU_SESSION=") + session};
         Words words = {DEVICE_USER, "status=1"};
         if (Emulated()) {
-            std::string emulator = EMULATOR;
+            std::string emulator = EMULATOR; // NOLINT(readability-redundant-string-init): empty here
             conditions.environment.push_back(std::string("QEMU_SET_ENV=LD_PRELOAD=") + STAND_IN_PRELOAD);
             words = {"sh", "-c", "exec " + emulator + " \"$@\"", "sh", DEVICE_USER, "status=1"};
         } else {
