@@ -196,7 +196,7 @@ Range RefCntOf(const QirCtxt &before, const Call &call, bool ep) {
 }
 
 std::size_t CounterOf(const Call &call) {
-    return call.entry + sizeof(HdrEntry) + call.cmpOp * call.numTypes + call.type;
+    return call.entry + sizeof(HdrEntry) + std::size_t{call.cmpOp} * call.numTypes + call.type;
 }
 
 Range InFlowPart(const Call &call, Part part) {
