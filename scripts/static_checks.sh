@@ -39,7 +39,10 @@ prepare() {
     rm -rf "$work"
     mkdir -p "$work/files" "$work/batches"
     awk -v repo="$repo" -v out="$work" -f "$here/tidy_batches.awk" "$repo/build/static/compile_commands.json"
-    cp "$repo/tests/.clang-tidy" "$work/batches/tests/" # found beside what is checked
+    local checks
+    for checks in */.clang-tidy */*/.clang-tidy; do # found beside what is checked
+        cp "$checks" "$work/batches/$checks"
+    done
 }
 
 # All files, whatever they are compiled with. The 32-bit platform has nothing more to say.

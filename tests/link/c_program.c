@@ -9,7 +9,7 @@ typedef void (*Operation)(void);
 /* Every operation that the headers declare. External, so that no address can be left out. */
 extern const Operation operations[];
 const Operation operations[] = {
-#define OPERATION(name) (Operation) name,
+#define OPERATION(name) (Operation)(name),
 #include "operations.inc"
 };
 #define NUM_OPERATIONS (sizeof operations / sizeof *operations)
