@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by run.sh and test.sh: installs what is missing and builds, quietly.
+# Sourced by the scripts of the tree: installs what is missing and builds, quietly.
 #
 # What installing and building have to say goes to a log, which is shown on standard error when a step fails.
 # Standard output belongs to the program that is run.
