@@ -2,6 +2,7 @@
 
 #include "tests/support/capture.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -13,6 +14,37 @@ namespace bad_arguments {
 
 namespace {
 
+#ifdef QIR_COVERAGE
+
+// What has been counted is written down when a program ends by itself. This one may not.
+#ifdef __clang__
+extern "C" int __llvm_profile_write_file();
+void KeepCounts() {
+    __llvm_profile_write_file();
+}
+#else
+extern "C" void __gcov_dump();
+void KeepCounts() {
+    __gcov_dump();
+}
+#endif
+
+void KeepCountsOfAnyEnd() {
+    for (const int fault : {SIGSEGV, SIGBUS, SIGILL, SIGTRAP}) {
+        std::signal(fault, [](int) {
+            KeepCounts();
+            _exit(1);
+        });
+    }
+}
+
+#else
+
+void KeepCounts() {}
+void KeepCountsOfAnyEnd() {}
+
+#endif
+
 [[noreturn]] void RunAndExit(const std::function<void()> &op) {
     setvbuf(stdout, nullptr, _IONBF, 0); // as on a console: nothing is lost
     const rlimit noCore{};
@@ -21,7 +53,9 @@ namespace {
     if (dup2(open("/dev/null", O_WRONLY), STDERR_FILENO) < 0) {
         std::abort();
     }
+    KeepCountsOfAnyEnd();
     op();
+    KeepCounts();
     _exit(0);
 }
 

@@ -112,6 +112,25 @@ TEST_F(NullPointers, NumberOfTags) {
     });
 }
 
+// Where one assertion speaks of two arguments, either one is enough.
+TEST_F(NullPointers, SecondOfTwoInOneAssertion) {
+    static qir::Fcb fcb{};
+    static qir::ReqNode *node_p;
+    ExpectAsserted({
+        {kPrivate,
+         "Alloc_ReqNode",
+         {"((fcb_p != NULL) && (allocReqNode_pp != NULL))"},
+         [] { qir::Alloc_ReqNode(&fcb, nullptr); }},
+        {kPrivate,
+         "Alloc_ReqNode",
+         {"((fcb_p != NULL) && (allocReqNode_pp != NULL))"},
+         [] { qir::Alloc_ReqNode(nullptr, &node_p); }},
+    });
+    // This flow is not in the hardware: its hits are refused before the second pointer is used.
+    EXPECT_EQ(LastWords([] { qir::Get_FCBHits(&fcb, nullptr); }),
+              Assertion(kPrivate, "Get_FCBHits", "(fcb_p != NULL) && (fcbHits_p != NULL)"));
+}
+
 template <class Record>
 NullCall Iterator(const char *fn, void (*next)(qir::Fcb *, void **, Record *), const char *record) {
     return {kAccess, fn, {kFcb, "(infoHdl_pp != NULL)", record}, [next] { next(nullptr, nullptr, nullptr); }};

@@ -206,4 +206,17 @@ TEST_F(Ranges, HeadersTagsAndSections) {
     });
 }
 
+// The only one of the public operations that takes an index out of the shadow without looking at it.
+TEST_F(Ranges, SectionOfAFlowThatIsFreed) {
+    ExpectAssertedFrom({
+        {"qirapi", "QIR_Free_FCB", "(section < e_FLOW_SECTION_MAX)", e_FLOW_SECTION_MAX,
+         [](u32 section) {
+             FlowHdl flowHdl{};
+             QIR_Alloc_FCB(1, &flowHdl);
+             qirCtxt_gp->fcbPool[flowHdl.f1.id].section = section;
+             QIR_Free_FCB(&flowHdl);
+         }},
+    });
+}
+
 } // namespace
