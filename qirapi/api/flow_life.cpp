@@ -130,7 +130,7 @@ u32 QIR_Free_FCB(FlowHdl *flowHdl_p) {
     }
     --cfgFlows;
     fcb_p->status = e_STATUS_FREE;
-    NoteFreeFlow(GetIdxFromFlowHdl(*flowHdl_p));
+    NoteFreeFlow(fcb_p);
     return QIR_END(e_RET_OK);
 }
 

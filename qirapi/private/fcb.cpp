@@ -14,8 +14,9 @@ constexpr u32 kReservedWord = 0xFFFFFFFF;
 constexpr u32 kHostPort = 8;
 
 // No flow below this one is free: the search for a free flow starts here, so that it does not take longer the
-// more flows there are. It moves in steps, which leaves the flows of the last step to their records.
-constinit u32 searchStart = 0;
+// more flows there are. It moves in steps, which leaves the flows of the last step to their records. It must not
+// stand behind the context, where a flow index beyond the pool reaches.
+[[gnu::section(".data")]] constinit u32 searchStart = 0;
 constexpr u32 kSearchStep = 32;
 static_assert(QIR_MAX_FLOWS % kSearchStep == 0);
 
@@ -24,7 +25,8 @@ bool IsFree(u32 flowIdx) {
 }
 
 // Is the start that of the context as it is? One flow of each step that is left out is looked at, so that a
-// context that was cleared or put back is searched from its beginning.
+// context that was cleared is searched from its beginning. A record that something else than this library made
+// FREE is found when it is one of these, or when there is no other.
 bool IsSearchStartValid() {
     for (u32 flowIdx = 0; flowIdx < searchStart; flowIdx += kSearchStep) {
         if (IsFree(flowIdx)) {
@@ -131,7 +133,8 @@ u16 FindFreeFlow() {
     return static_cast<u16>(flowIdx);
 }
 
-void NoteFreeFlow(u16 flowIdx) {
+void NoteFreeFlow(const Fcb *fcb_p) {
+    const u32 flowIdx = static_cast<u32>(fcb_p - qirCtxt_gp->fcbPool);
     if (flowIdx < searchStart) {
         searchStart = flowIdx / kSearchStep * kSearchStep;
     }

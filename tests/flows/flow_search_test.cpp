@@ -1,5 +1,5 @@
-// The flow that an allocation gets is the lowest free one, whatever was allocated and freed before, and
-// whatever became of the context in between.
+// The flow that an allocation gets is the lowest free one, whatever was allocated and freed before; also in a
+// context that was cleared or put back.
 #include "tests/flows/flow_test.h"
 
 #include <random>
