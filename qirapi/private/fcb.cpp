@@ -36,12 +36,12 @@ bool IsSearchStartValid() {
     return true;
 }
 
-// The first FREE flow from `first` on, or `end`.
-u32 FirstFreeFlow(u32 first, u32 end) {
-    while (first < end && !IsFree(first)) {
-        ++first;
+// The first FREE flow from `flowIdx` on, or QIR_MAX_FLOWS.
+u32 FirstFreeFlow(u32 flowIdx) {
+    while (flowIdx < QIR_MAX_FLOWS && !IsFree(flowIdx)) {
+        ++flowIdx;
     }
-    return first;
+    return flowIdx;
 }
 
 void InitFilterBlk(FilterBlk &blk) {
@@ -125,9 +125,9 @@ u32 Init_FcbPool() {
 }
 
 u16 FindFreeFlow() {
-    u32 flowIdx = FirstFreeFlow(IsSearchStartValid() ? searchStart : 0, QIR_MAX_FLOWS);
+    u32 flowIdx = FirstFreeFlow(IsSearchStartValid() ? searchStart : 0);
     if (flowIdx == QIR_MAX_FLOWS) {
-        flowIdx = FirstFreeFlow(0, QIR_MAX_FLOWS); // that there is none is for all records to say
+        flowIdx = FirstFreeFlow(0); // that there is none is for all records to say
     }
     searchStart = flowIdx / kSearchStep * kSearchStep;
     return static_cast<u16>(flowIdx);

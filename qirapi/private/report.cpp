@@ -10,12 +10,17 @@ namespace {
 
 constexpr QelModInfo kAnyLevel = {QEL_LOG_ID_ORXAPI, "", UINT32_MAX, 0};
 
+// This library's row, as error lines get it: they always pass the gate.
+const QelModInfo *ErrorRow() {
+    return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR);
+}
+
 } // namespace
 
 constinit const QelModInfo *orxapiRow_p = &kAnyLevel;
 
 void FindLogRow() {
-    orxapiRow_p = qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR); // which always passes
+    orxapiRow_p = ErrorRow();
 }
 
 #define QIR_NAME_OF(code)                                                                                    \
@@ -87,22 +92,13 @@ const char *RetCodeName(u32 code) {
 
 #undef QIR_NAME_OF
 
-namespace {
-
-// Error lines always pass the gate.
-const char *ModuleName() {
-    return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR)->name;
-}
-
-} // namespace
-
 u32 Refuse(const char *fn, int line, u32 code) {
-    printf("[ERROR %s] %-10s,%d: \"%s\"\n", ModuleName(), fn, line, RetCodeName(code));
+    printf("[ERROR %s] %-10s,%d: \"%s\"\n", ErrorRow()->name, fn, line, RetCodeName(code));
     return code;
 }
 
 u32 CloseFailed(const char *fn, int line, u32 code) {
-    printf("[ERROR %s] %-10s,%d: retVal <%u>\n", ModuleName(), fn, line, code);
+    printf("[ERROR %s] %-10s,%d: retVal <%u>\n", ErrorRow()->name, fn, line, code);
     return code;
 }
 

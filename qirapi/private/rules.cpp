@@ -38,7 +38,7 @@ void FillTable(const char *fn, const RuleSet (&sets)[NumSets], Row (&table)[NumR
     }
 }
 
-// Is the address of a table that is part of the context not null?
+// Asserts that a table, which is part of the context, has an address; in the name of the caller.
 void AssertIsThere(const char *fn, const void *table, const char *text) {
     QEL_ASSERT_AS(fn, !QEL_NEVER(table == nullptr, "the context is an object of the process"), text);
 }
