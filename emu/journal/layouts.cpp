@@ -229,47 +229,32 @@ constexpr Field kHitsRecordFields[] = {
 static_assert(Fits<qir::HitsRecord>(kHitsRecordFields));
 constexpr Layout kHitsRecordLayout = {kHitsRecordFields};
 
-constexpr Field kFwdSrcFields[] = {Number(PLACE(FwdSrc, gemPortIdxMask)), Number(PLACE(FwdSrc, portMask))};
-constexpr Layout kFwdSrcLayout = {kFwdSrcFields};
+// kBytes: which bytes of the GEM ports and queues count. While forwarding is not set as a whole these are the
+// written ones: an allocated flow has some of it, QIR_Add_DstPortInfo and QIR_Rem_DstPortInfo write the
+// destination.
+template <const When &kBytes>
+constexpr Field kFwdSrcFields[] = {Number(PLACE(FwdSrc, gemPortIdxMask), kBytes),
+                                   Number(PLACE(FwdSrc, portMask))};
+template <const When &kBytes> constexpr Layout kFwdSrcLayout = {kFwdSrcFields<kBytes>};
 
+template <const When &kBytes>
 constexpr Field kDstMaskFields[] = {
-    Number(PLACE(DstMask, gemQid)),
+    Number(PLACE(DstMask, gemQid), kBytes),
     Number(PLACE(DstMask, gemPortIdxMask)),
-    Number(PLACE(DstMask, portQid)),
+    Number(PLACE(DstMask, portQid), kBytes),
     Number(PLACE(DstMask, portMask)),
 };
-static_assert(Fits<DstMask>(kDstMaskFields));
-constexpr Layout kDstMaskLayout = {kDstMaskFields};
+static_assert(Fits<DstMask>(kDstMaskFields<kAlways>));
+template <const When &kBytes> constexpr Layout kDstMaskLayout = {kDstMaskFields<kBytes>};
 
+template <const When &kBytes>
 constexpr Field kFwdInfoFields[] = {
     Number(PLACE(FwdInfo, flowPrio)),
-    Nested(PLACE(FwdInfo, src), kFwdSrcLayout),
-    Nested(PLACE(FwdInfo, dst), kDstMaskLayout),
+    Nested(PLACE(FwdInfo, src), kFwdSrcLayout<kBytes>),
+    Nested(PLACE(FwdInfo, dst), kDstMaskLayout<kBytes>),
     BitSet(PLACE(FwdInfo, fwdAction), kFwdActionNames),
 };
-static_assert(Fits<FwdInfo>(kFwdInfoFields));
-
-// An allocated flow has some of it, QIR_Add_DstPortInfo and QIR_Rem_DstPortInfo write the destination.
-constexpr Field kNotSetFwdSrcFields[] = {Number(PLACE(FwdSrc, gemPortIdxMask), kWritten),
-                                         Number(PLACE(FwdSrc, portMask))};
-constexpr Layout kNotSetFwdSrcLayout = {kNotSetFwdSrcFields};
-
-constexpr Field kNotSetDstMaskFields[] = {
-    Number(PLACE(DstMask, gemQid), kWritten),
-    Number(PLACE(DstMask, gemPortIdxMask)),
-    Number(PLACE(DstMask, portQid), kWritten),
-    Number(PLACE(DstMask, portMask)),
-};
-static_assert(Fits<DstMask>(kNotSetDstMaskFields));
-constexpr Layout kNotSetDstMaskLayout = {kNotSetDstMaskFields};
-
-constexpr Field kNotSetFwdInfoFields[] = {
-    Number(PLACE(FwdInfo, flowPrio)),
-    Nested(PLACE(FwdInfo, src), kNotSetFwdSrcLayout),
-    Nested(PLACE(FwdInfo, dst), kNotSetDstMaskLayout),
-    BitSet(PLACE(FwdInfo, fwdAction), kFwdActionNames),
-};
-static_assert(Fits<FwdInfo>(kNotSetFwdInfoFields));
+static_assert(Fits<FwdInfo>(kFwdInfoFields<kAlways>));
 
 constexpr Field kFwdRecordFields[] = {
     Number(PLACE(qir::FwdRecord, flowIdx)),
@@ -405,8 +390,8 @@ constexpr RequestRow kRequests[] = {
 
 constexpr Layout kHitsLayout = {kHitsFields};
 constexpr Layout kRlCfgLayout = {kRlEntFields};
-constexpr Layout kFwdInfoLayout = {kFwdInfoFields};
-constexpr Layout kNotSetFwdInfoLayout = {kNotSetFwdInfoFields};
+constexpr Layout kFwdInfoLayout = {kFwdInfoFields<kAlways>};
+constexpr Layout kNotSetFwdInfoLayout = {kFwdInfoFields<kWritten>};
 constexpr Layout kFcbLayout = {kFcbFields};
 
 const Layout &RequestLayout(int request) {

@@ -13,9 +13,9 @@ constexpr u32 kReservedWord = 0xFFFFFFFF;
 // Port whose queue id has an initial value: the host.
 constexpr u32 kHostPort = 8;
 
-// No flow below this one is free: the search for a free flow starts here, so that it does not take longer the
-// more flows there are. It moves in steps, which leaves the flows of the last step to their records. It must not
-// stand behind the context, where a flow index beyond the pool reaches.
+// No flow below this one is free: the search for a free flow starts here, so that it does not take longer
+// the more flows there are. It moves in steps, which leaves the flows of the last step to their records. It
+// must not stand behind the context, where a flow index beyond the pool reaches.
 [[gnu::section(".data")]] constinit u32 searchStart = 0;
 constexpr u32 kSearchStep = 32;
 static_assert(QIR_MAX_FLOWS % kSearchStep == 0);
