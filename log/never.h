@@ -1,8 +1,9 @@
 // Marks what cannot happen: QEL_NEVER(condition, "why not").
 //
-// The value is the condition's, so that the mark costs nothing and what follows it stays written down: what the
-// code would do if its tables, or its neighbours, ever changed. A build that counts coverage leaves out what
-// only a true condition leads to. A build with sanitizers stops the program when a condition is true after all.
+// The value is the condition's, so that the mark costs nothing and what follows it stays written down: what
+// the code would do if its tables, or its neighbours, ever changed. A build that counts coverage leaves out
+// what only a true condition leads to. A build with sanitizers stops the program when a condition is true
+// after all.
 //
 // A mark stands on one line, where scripts/coverage.sh finds it.
 #ifndef QEL_NEVER_H
