@@ -1,5 +1,5 @@
 // The default ACL type of a port: ports 0 to 8.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

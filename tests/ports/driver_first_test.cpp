@@ -1,6 +1,6 @@
 // The driver comes first: a setting that it did not take leaves the shadow as it was. The getters answer from
 // the shadow alone. The hardware has limits of its own.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

@@ -1,5 +1,5 @@
 // The corners of the settings, one test each.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

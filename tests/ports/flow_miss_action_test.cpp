@@ -1,5 +1,5 @@
 // What happens to frames that match no flow.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

@@ -1,5 +1,5 @@
 // The length that the frames of a port are padded to: ports 0 to 7, one fewer than the other settings have.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

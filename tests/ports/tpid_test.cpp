@@ -1,5 +1,5 @@
 // The TPIDs that are recognised on a port: ports 0 to 8, four of any value.
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 namespace ports_test {
 

@@ -2,7 +2,7 @@
 #ifndef TESTS_RATE_LIMITERS_LIMITERS_H
 #define TESTS_RATE_LIMITERS_LIMITERS_H
 
-#include "tests/ports/calls.h"
+#include "tests/support/calls.h"
 
 #include <array>
 #include <string>

@@ -1,8 +1,8 @@
 // Calls of operations that keep a setting and tell the driver: what they print at each log level, what they
 // send, what they change in the context and in the hardware. Shared by the tests of the ports and of the rate
 // limiters.
-#ifndef TESTS_PORTS_CALLS_H
-#define TESTS_PORTS_CALLS_H
+#ifndef TESTS_SUPPORT_CALLS_H
+#define TESTS_SUPPORT_CALLS_H
 
 #include "tests/support/library.h"
 
