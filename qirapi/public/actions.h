@@ -93,6 +93,8 @@ QIR_PIN_SIZE(EthAction, 20);
 QIR_PIN_FIELD(EthAction, op, 0);
 QIR_PIN_FIELD(EthAction, type, 4);
 QIR_PIN_FIELD(EthAction, val, 8);
+QIR_PIN_BYTES(EthAction, val.mac, 6);
+QIR_PIN_BYTES(EthAction, val.bytes, 12);
 
 /** VLAN action request, 16 bytes: op 0, type 4, value 8, toTagNum 12. */
 typedef struct {

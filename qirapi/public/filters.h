@@ -142,6 +142,7 @@ QIR_PIN_FIELD(EthFilter, op, 0);
 QIR_PIN_FIELD(EthFilter, type, 4);
 QIR_PIN_FIELD(EthFilter, cmpOp, 8);
 QIR_PIN_FIELD(EthFilter, val, 12);
+QIR_PIN_BYTES(EthFilter, val.bytes, 24);
 
 /** VLAN filter request, 24 bytes: op 0, toTagNum 4, type 8, cmpOp 12, value 16, second value 20. */
 typedef struct {
@@ -215,6 +216,7 @@ QIR_PIN_FIELD(Ipv4Filter, type, 4);
 QIR_PIN_FIELD(Ipv4Filter, cmpOp, 8);
 QIR_PIN_FIELD(Ipv4Filter, val, 12);
 QIR_PIN_FIELD(Ipv4Filter, val2, 20);
+QIR_PIN_BYTES(Ipv4Filter, val2.bytes, 8);
 
 /** TCP filter request, 16 bytes: op 0, type 4, cmpOp 8, value 12. */
 typedef struct {

@@ -99,8 +99,12 @@ typedef struct {
 } DstMask;
 QIR_PIN_SIZE(DstMask, 52);
 QIR_PIN_FIELD(DstMask, gemQid, 0);
+QIR_PIN_BYTES(DstMask, gemQid, 32);
 QIR_PIN_FIELD(DstMask, gemPortIdxMask, 32);
 QIR_PIN_FIELD(DstMask, portQid, 36);
+QIR_PIN_BYTES(DstMask, portQid, 9);
+QIR_PIN_FIELD(DstMask, rsvd, 45);
+QIR_PIN_BYTES(DstMask, rsvd, 3);
 QIR_PIN_FIELD(DstMask, portMask, 48);
 
 /**

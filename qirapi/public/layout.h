@@ -23,5 +23,8 @@
 /** The field starts at this offset. */
 #define QIR_PIN_FIELD(record, field, offset)                                                                 \
     QIR_STATIC_ASSERT(offsetof(record, field) == (offset), #record "." #field)
+/** The field has this many bytes: of an array in front of padding, or in a union, where nothing else tells. */
+#define QIR_PIN_BYTES(record, field, bytes)                                                                  \
+    QIR_STATIC_ASSERT(sizeof(((record *)0)->field) == (bytes), "size of " #record "." #field)
 
 #endif

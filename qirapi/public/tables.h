@@ -107,6 +107,7 @@ QIR_PIN_FIELD(AsEnt, macDA, 0);
 QIR_PIN_FIELD(AsEnt, macDAMask, 6);
 QIR_PIN_FIELD(AsEnt, macSA, 12);
 QIR_PIN_FIELD(AsEnt, macSAMask, 18);
+QIR_PIN_BYTES(AsEnt, macSAMask, 6);
 QIR_PIN_FIELD(AsEnt, ipAddr, 24);
 QIR_PIN_FIELD(AsEnt, ipPrefixLen, 28);
 QIR_PIN_FIELD(AsEnt, ethType, 32);
@@ -114,6 +115,7 @@ QIR_PIN_FIELD(AsEnt, vlanTag0, 34);
 QIR_PIN_FIELD(AsEnt, vlanTag1, 36);
 QIR_PIN_FIELD(AsEnt, destPort, 38);
 QIR_PIN_FIELD(AsEnt, ipProto, 40);
+QIR_PIN_BYTES(AsEnt, rsvd, 3);
 QIR_PIN_FIELD(AsEnt, aclMask, 44);
 QIR_PIN_FIELD(AsEnt, aclType, 48);
 
@@ -215,6 +217,7 @@ typedef struct {
 QIR_PIN_SIZE(DscpDefPbits, 8);
 QIR_PIN_FIELD(DscpDefPbits, srcPort, 0);
 QIR_PIN_FIELD(DscpDefPbits, pbits, 4);
+QIR_PIN_BYTES(DscpDefPbits, rsvd, 3);
 
 /** A range of DSCP values and their pbits, 4 bytes. */
 typedef struct {
@@ -318,6 +321,7 @@ QIR_PIN_FIELD(PacRawAction, ofst, 4);
 QIR_PIN_FIELD(PacRawAction, size, 5);
 QIR_PIN_FIELD(PacRawAction, val, 6);
 QIR_PIN_FIELD(PacRawAction, mask, 8);
+QIR_PIN_BYTES(PacRawAction, rsvd, 2);
 
 /** Bits of PacTblCfg::ovrd. Any bit above 0x010 is refused. */
 enum QirPacOvrd {
