@@ -1,31 +1,38 @@
+#include "emu/journal/file_names.h"
 #include "emu/journal/file_size_limit.h"
 #include "emu/journal/state_file.h"
 
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
+#include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace orxemu::journal {
 
 namespace {
 
+namespace fs = std::filesystem;
+
+// Closing it leaves errno as it is, which says what has gone wrong before.
 class Descriptor {
   public:
     explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
     ~Descriptor() {
+        const int savedErrno = errno;
         if (fd_ >= 0) {
             close(fd_);
         }
+        errno = savedErrno;
     }
     int fd() const { return fd_; }
+    // It is the caller's from here on.
+    int Release() { return std::exchange(fd_, -1); }
 
   private:
     int fd_;
@@ -47,12 +54,6 @@ bool WriteAll(int fd, std::string_view text) {
     return true;
 }
 
-// What a symbolic link leads to, so that the link stays; `path` itself when there is nothing yet.
-std::string RealPath(const std::string &path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
-    return real != nullptr ? real.get() : path;
-}
-
 // Whether the file still has the name, which its writer gives up when it is done. (Its number may not fit
 // into what the older call tells.)
 bool HasName(int fd, const std::string &name) {
@@ -64,49 +65,88 @@ bool HasName(int fd, const std::string &name) {
            file.stx_dev_minor == named.stx_dev_minor;
 }
 
-bool LockFile(int fd) {
+// Impossible: the file system has no locks, or, over a network, none for a descriptor that is only read from.
+enum class Lock { Taken, Impossible, Failed };
+
+// Failed has an errno.
+Lock LockFile(int fd) {
     int result;
     do {
         result = flock(fd, LOCK_EX);
     } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
-// Waits for the writer whose file has the name, and removes the file of one that was killed. False, with
-// errno, when that is not possible.
-bool RemoveLeft(const std::string &name) {
-    const Descriptor left(open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (left.fd() < 0) {
-        return errno == ENOENT;
+    if (result == 0) {
+        return Lock::Taken;
     }
-    return LockFile(left.fd()) && (!HasName(left.fd(), name) || unlink(name.c_str()) == 0);
+    const bool impossible = errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EBADF;
+    return impossible ? Lock::Impossible : Lock::Failed;
 }
 
-// A new file, locked. The name is the same every time, so that what a writer leaves that is killed is found;
-// another one waits for its turn.
-int CreateBeside(const std::string &name) {
-    for (;;) {
-        const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0) {
-            const bool locked = LockFile(fd);
-            if (locked && HasName(fd, name)) {
-                return fd;
-            }
-            close(fd);
-            if (!locked) {
-                unlink(name.c_str());
-                return -1;
-            }
-            // Another writer came in between and took it for left.
-        } else if (errno != EEXIST || !RemoveLeft(name)) {
-            return -1;
+// To be locked: over a network that takes the right to write, which what is left may not give.
+int OpenLeft(const std::string &name) {
+    constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int fd = open(name.c_str(), O_RDWR | kFlags);
+    return fd >= 0 || errno == ENOENT ? fd : open(name.c_str(), O_RDONLY | kFlags);
+}
+
+// Waits for the writer whose file has the name, and removes the file of one that was killed. Taken when it is
+// gone; without a lock nobody knows whose it is, and it stays.
+Lock RemoveLeft(const std::string &name) {
+    const Descriptor left(OpenLeft(name));
+    if (left.fd() < 0) {
+        return errno == ENOENT ? Lock::Taken : Lock::Failed;
+    }
+    const Lock lock = LockFile(left.fd());
+    const bool stays = lock == Lock::Taken && HasName(left.fd(), name) && unlink(name.c_str()) != 0;
+    return stays ? Lock::Failed : lock;
+}
+
+int Create(const std::string &name) {
+    return open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+}
+
+// Where there are no locks each writer has a name of its own.
+int CreateUnlocked(std::string &name) {
+    const std::string own = name + "-" + std::to_string(getpid());
+    for (unsigned i = 0;; ++i) {
+        name = own + (i == 0 ? "" : "-" + std::to_string(i));
+        const int fd = Create(name);
+        if (fd >= 0 || errno != EEXIST) {
+            return fd;
         }
     }
 }
 
+// A new file, locked where that is possible. The name is the same every time, so that what a writer leaves that
+// is killed is found; another one waits for its turn. -1, with errno, when there is none.
+int CreateBeside(std::string &name) {
+    for (;;) {
+        Descriptor file(Create(name));
+        if (file.fd() < 0 && errno != EEXIST) {
+            return -1;
+        }
+        const bool isNew = file.fd() >= 0;
+        const Lock lock = isNew ? LockFile(file.fd()) : RemoveLeft(name);
+        if (isNew && lock == Lock::Taken && HasName(file.fd(), name)) {
+            return file.Release();
+        }
+        if (isNew && lock != Lock::Taken) {
+            const int savedErrno = errno;
+            unlink(name.c_str());
+            errno = savedErrno;
+        }
+        if (lock == Lock::Failed) {
+            return -1;
+        }
+        if (lock == Lock::Impossible) {
+            return CreateUnlocked(name);
+        }
+        // A new one has no name any more when another writer came in between and took it for left.
+    }
+}
+
 // Fills a new file; it gets the permissions of the one it replaces, if there is one.
-bool WriteContents(int fd, std::string_view text, const struct stat *replaced) {
-    if (replaced != nullptr && fchmod(fd, replaced->st_mode & 07777) != 0) {
+bool WriteContents(int fd, std::string_view text, const fs::file_status &replaced) {
+    if (fs::exists(replaced) && fchmod(fd, static_cast<mode_t>(replaced.permissions())) != 0) {
         return false;
     }
     return WriteAll(fd, text) && fsync(fd) == 0;
@@ -140,23 +180,26 @@ bool ReadFile(const std::string &path, std::string &text, Problem &problem) {
 
 bool WriteFileAtomically(const std::string &path, std::string_view text, Problem &problem) {
     constexpr const char *kCannotWrite = "cannot be written";
-    const std::string target = RealPath(path);
-    struct stat replaced = {};
-    const bool exists = stat(target.c_str(), &replaced) == 0;
+    std::error_code err;
+    const fs::path target = FileBehind(path, err); // so that links stay
+    const fs::file_status replaced = err ? fs::file_status() : fs::status(path, err);
+    if (replaced.type() == fs::file_type::none) {
+        problem = About(path, kCannotWrite, err.value());
+        return false;
+    }
     // A device or a pipe would be replaced by a file.
-    if (exists && !S_ISREG(replaced.st_mode)) {
+    if (fs::exists(replaced) && !fs::is_regular_file(replaced)) {
         problem = {path, 0, "cannot be written: it is no regular file"};
         return false;
     }
-    const std::string name = target + ".orxemu-new";
-    Descriptor file(CreateBeside(name));
+    std::string name = target.string() + ".orxemu-new";
+    const Descriptor file(CreateBeside(name));
     if (file.fd() < 0) {
         problem = About(path, kCannotWrite, errno);
         return false;
     }
     // It is closed, and with that unlocked, when it has given up the name.
-    if (WriteContents(file.fd(), text, exists ? &replaced : nullptr) &&
-        rename(name.c_str(), target.c_str()) == 0) {
+    if (WriteContents(file.fd(), text, replaced) && rename(name.c_str(), target.c_str()) == 0) {
         return true;
     }
     problem = About(path, kCannotWrite, errno);
