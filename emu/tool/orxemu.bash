@@ -44,7 +44,7 @@ _orxemu() {
         case $command:$word in
         run:*)
             _orxemu_words "--log --state --summary --fail --fail-after --fail-request --fail-open --emulator
-                --library --help --" "$word"
+                --launcher --library --help --" "$word"
             ;;
         show:-*) _orxemu_words "--verbose --no-colour --help" "$word" ;;
         diff:-*) _orxemu_words "--brief --no-colour --help" "$word" ;;

@@ -1,18 +1,17 @@
 // orxemu replay: sends the requests of a log again, to the stand-in or to a device.
 #include "emu/hardware.h"
+#include "emu/journal/file_names.h"
 #include "emu/journal/state_file.h"
 #include "emu/tool/commands.h"
 #include "emu/tool/journal_file.h"
 #include "emu/tool/replay_requests.h"
+#include "emu/tool/state_place.h"
 #include "emu/tool/summary.h"
 #include "emu/tool/terminal.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <filesystem>
 #include <memory>
-#include <sys/stat.h>
 
 namespace orxemu::tool {
 
@@ -49,8 +48,12 @@ bool LoadLog(const std::string &path, journal::Log &log) {
 
 // What the hardware holds at first. There is no file before the first run, and that is power-on.
 bool LoadState(const std::string &path) {
-    struct stat info;
-    if (stat(path.c_str(), &info) != 0 && errno == ENOENT) {
+    journal::Problem problem;
+    bool isThere = false;
+    if (!LookAtStatePlace(path, isThere, problem)) {
+        return Trouble(problem);
+    }
+    if (!isThere) {
         return true;
     }
     JournalFile file;
@@ -109,15 +112,10 @@ std::unique_ptr<ReplayTarget> TargetOf(const Options &options) {
     return std::make_unique<StandInTarget>();
 }
 
-bool SameFile(const std::string &a, const std::string &b) {
-    std::error_code none; // of files that are not there
-    return a == b || std::filesystem::equivalent(a, b, none);
-}
-
 // False, with the reason on standard error, when the written log would take the place of what is read.
 bool LogHasItsOwnFile(const Options &options) {
-    if (options.logPath.empty() ||
-        (!SameFile(options.logPath, options.path) && !SameFile(options.logPath, options.statePath))) {
+    if (options.logPath.empty() || (!journal::NameOneFile(options.logPath, options.path) &&
+                                    !journal::NameOneFile(options.logPath, options.statePath))) {
         return true;
     }
     return Trouble({options.logPath, 0, "is another file of this command, and --log would overwrite it"});

@@ -1,17 +1,19 @@
 // `orxemu run`: a program on the stand-in, from its start to what it leaves behind.
+#include "emu/journal/file_names.h"
 #include "emu/journal/log_file.h"
 #include "emu/journal/state_file.h"
 #include "emu/tool/commands.h"
 #include "emu/tool/run_faults.h"
 #include "emu/tool/run_process.h"
 #include "emu/tool/run_trouble.h"
+#include "emu/tool/state_place.h"
 #include "emu/tool/summary.h"
 #include "emu/tool/terminal.h"
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <poll.h>
 
 namespace orxemu::tool {
@@ -88,6 +90,8 @@ class Run {
     bool ReadMessages(int most);
     // False when a process still was in the middle of a request.
     bool ReadRest();
+    // Messages that are due and have not been read, at the end.
+    std::uint32_t Missing() const;
     void WaitForMessages(int milliseconds);
     // What is to be told at the end; each returns whether it could do what was asked for.
     bool CheckRest(bool settled);
@@ -99,6 +103,7 @@ class Run {
     Session session_;
     journal::LogWriter log_;
     journal::LogEnd end_;
+    std::uint32_t due_ = 0; // messages, when the log ends
 };
 
 int Run::Do() {
@@ -123,22 +128,15 @@ void Run::LoadState() {
     if (options_.state.empty()) {
         return;
     }
-    const std::filesystem::path path = options_.state;
-    std::error_code err;
-    const std::filesystem::file_type type = std::filesystem::status(path, err).type();
-    if (type == std::filesystem::file_type::not_found) {
-        // Said now, and not when the program has run.
-        if (path.has_parent_path() && !std::filesystem::is_directory(path.parent_path(), err)) {
-            throw RunTrouble(options_.state + ": its folder is not there");
-        }
+    journal::Problem problem;
+    bool isThere = false;
+    if (!LookAtStatePlace(options_.state, isThere, problem)) {
+        throw RunTrouble(problem.Text());
+    }
+    if (!isThere) {
         return;
     }
-    // A pipe would be waited for, and none of the others can be replaced by a file.
-    if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::none) {
-        throw RunTrouble(options_.state + ": is no regular file");
-    }
     std::string text;
-    journal::Problem problem;
     journal::ByteOrder writtenOrder = journal::kHostOrder;
     if (!journal::ReadFile(options_.state, text, problem) ||
         !journal::ReadState(text, options_.state, session_.memory().hardware.state, writtenOrder, problem)) {
@@ -150,9 +148,7 @@ void Run::OpenLog() {
     if (options_.log.empty()) {
         return;
     }
-    std::error_code ignored;
-    if (options_.log == options_.state ||
-        std::filesystem::equivalent(options_.log, options_.state, ignored)) {
+    if (journal::NameOneFile(options_.log, options_.state)) {
         throw RunTrouble("--log and --state are the same file");
     }
     if (!log_.Open(options_.log, journal::kHostOrder)) {
@@ -190,20 +186,29 @@ bool Run::ReadMessages(int most) {
 // Processes that outlive the program may still send requests: the log ends, and the state is taken, between
 // two of them. One that was stopped in the middle of a request is not waited for without end.
 bool Run::ReadRest() {
-    constexpr int kAttempts = 1000;
+    constexpr std::chrono::seconds kPatience(10);
     constexpr int kAtATime = 256;
     constexpr int kMilliseconds = 10;
-    bool locked = false;
-    for (int i = 0; i < kAttempts && !locked; ++i) {
-        const bool more = ReadMessages(kAtATime);
-        locked = session_.TryLock();
-        if (!locked && !more) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    bool locked = session_.TryLock();
+    while (!locked && std::chrono::steady_clock::now() < end) {
+        if (!ReadMessages(kAtATime)) {
             WaitForMessages(kMilliseconds);
         }
+        locked = session_.TryLock();
     }
-    while (ReadMessages(kAtATime)) {
+    // Others may go on sending all the time when it is not ours.
+    due_ = session_.memory().reports;
+    while (Missing() != 0 && ReadMessages(1)) {
     }
     return locked;
+}
+
+std::uint32_t Run::Missing() const {
+    const auto received = static_cast<std::uint32_t>(end_.requests + end_.failedOpens);
+    const std::uint32_t missing = due_ - received;
+    // More than were due have come from a program that has made some up.
+    return missing <= INT32_MAX ? missing : 0;
 }
 
 void Run::WaitForMessages(int milliseconds) {
@@ -224,8 +229,7 @@ bool Run::CloseLog() {
         return true;
     }
     // Those of processes that died or stopped in the middle of a request are among them.
-    const std::size_t received = end_.requests + end_.failedOpens;
-    end_.lost = session_.memory().reports - static_cast<std::uint32_t>(received);
+    end_.lost = Missing();
     end_.openDescriptors = static_cast<int>(session_.memory().openDescriptors);
     const bool closed = log_.Close(end_);
     if (!closed) {
@@ -306,6 +310,8 @@ void AddRun(CLI::App &app, int &status, std::vector<std::string> program) {
     run.add_option("--emulator", options->program.emulator,
                    "Run a program of another processor by COMMAND, a user-mode emulator and its arguments")
         ->type_name("COMMAND");
+    run.add_flag("--launcher", options->program.isLauncher,
+                 "Run PROGRAM though it is linked statically: it only starts others, which use the device");
     run.add_option("--library", options->program.library, "The stand-in, when it is not found beside orxemu")
         ->type_name("FILE");
     run.callback([options, &status] { status = RunAndExplain(*options); });

@@ -73,7 +73,7 @@ bool HasMoreRights(const std::string &path) {
 } // namespace
 
 void CheckProgram(const std::string &file, const std::filesystem::path &library, const ElfKind &libraryKind,
-                  bool emulated) {
+                  bool emulated, bool isLauncher) {
     const std::string program = emulated ? file : ProgramBehind(file);
     const std::string name = program == file ? file : program + ", which runs " + file + ",";
     const std::optional<ElfKind> kind = ElfKindOf(program);
@@ -86,8 +86,10 @@ void CheckProgram(const std::string &file, const std::filesystem::path &library,
     if (!kind && emulated) {
         throw RunTrouble(name + " is no program that --emulator can run", kStatusCannotRun);
     }
-    if (IsStatic(program)) {
-        throw RunTrouble(name + " is linked statically and cannot load the stand-in", kStatusCannotRun);
+    if (!isLauncher && IsStatic(program)) {
+        throw RunTrouble(name + " is linked statically and cannot load the stand-in; when it only starts "
+                                "programs that can, --launcher runs it",
+                         kStatusCannotRun);
     }
     if (!emulated && HasMoreRights(program)) {
         throw RunTrouble(name + " has more rights than its user and cannot load the stand-in",

@@ -11,9 +11,9 @@ namespace orxemu::tool {
 
 // Throws RunTrouble (126) about a program that the library cannot be loaded into, or that the emulator cannot
 // run. Of a script the program that runs it is looked at. What is no program at all is left to the system to
-// refuse.
+// refuse. One that only starts others (`isLauncher`) may do without the library.
 void CheckProgram(const std::string &file, const std::filesystem::path &library, const ElfKind &libraryKind,
-                  bool emulated);
+                  bool emulated, bool isLauncher);
 
 } // namespace orxemu::tool
 

@@ -13,23 +13,34 @@ namespace {
 
 // With the real-time signals, those that others send and that end a process. A timer that was set before the
 // tool is the tool's, and its signal meant for the program.
-constexpr int kPassedOn[] = {SIGTERM,   SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGABRT,
+constexpr int kPassedOn[] = {SIGINT,    SIGQUIT, SIGTERM,   SIGHUP,  SIGUSR1,
+                             SIGUSR2,   SIGALRM, SIGVTALRM, SIGPROF, SIGABRT,
 #ifdef SIGSTKFLT
                              SIGSTKFLT,
 #endif
                              SIGIO,     SIGPWR};
-// The keyboard's, and that of a standard stream whose reader is gone.
-constexpr int kIgnored[] = {SIGINT, SIGQUIT, SIGPIPE};
 
-// Where the handler writes the numbers of signals.
+// Where the handler writes what has come.
 volatile sig_atomic_t signalPipe = -1;
 
-void NoteSignal(int signal) {
+void NoteSignal(int number, siginfo_t *info, void * /*context*/) {
     const int savedErrno = errno;
-    const auto number = static_cast<unsigned char>(signal);
-    // A full pipe has news enough.
-    [[maybe_unused]] const ssize_t written = write(signalPipe, &number, sizeof number);
+    const CameSignal signal = {number, info->si_code, info->si_pid};
+    // Written as a whole or not at all; a full pipe has news enough.
+    [[maybe_unused]] const ssize_t written = write(signalPipe, &signal, sizeof signal);
     errno = savedErrno;
+}
+
+// Somebody has sent it, who then is its sender.
+bool IsSent(const CameSignal &signal) {
+    return signal.code == SI_USER || signal.code == SI_TKILL || signal.code == SI_QUEUE;
+}
+
+// The terminal sends the signals of its keys to all processes in front, and so it tells them that it is gone,
+// when its first process has not lived to hear of that: that one alone is told.
+bool IsTerminals(const CameSignal &signal) {
+    return signal.number == SIGINT || signal.number == SIGQUIT ||
+           (signal.number == SIGHUP && getsid(0) != getpid());
 }
 
 // Pointers to the texts, as execve takes them.
@@ -79,16 +90,17 @@ SignalHandling::SignalHandling() {
     readingEnd_.Reset(ends[0]);
     writingEnd_.Reset(ends[1]);
     signalPipe = ends[1];
-    Handle(SIGCHLD, NoteSignal);
+    Note(SIGCHLD);
     for (const int signal : kPassedOn) {
-        PassOn(signal);
+        NoteUnlessIgnored(signal);
     }
     for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
-        PassOn(signal);
+        NoteUnlessIgnored(signal);
     }
-    for (const int signal : kIgnored) {
-        Handle(signal, SIG_IGN);
-    }
+    // The reader of a standard stream may go away.
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    Set(SIGPIPE, ignore);
     sigset_t own;
     sigemptyset(&own);
     for (const Before &before : before_) {
@@ -102,10 +114,7 @@ SignalHandling::~SignalHandling() {
     signalPipe = -1;
 }
 
-void SignalHandling::Handle(int signal, void (*handler)(int)) {
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
+void SignalHandling::Set(int signal, const struct sigaction &action) {
     Before before = {signal, {}};
     // An emulator may keep a signal for itself.
     if (sigaction(signal, &action, &before.action) == 0) {
@@ -113,10 +122,18 @@ void SignalHandling::Handle(int signal, void (*handler)(int)) {
     }
 }
 
-void SignalHandling::PassOn(int signal) {
+void SignalHandling::Note(int signal) {
+    struct sigaction action = {};
+    action.sa_sigaction = NoteSignal;
+    action.sa_flags = SA_SIGINFO | SA_RESTART | SA_NOCLDSTOP;
+    sigfillset(&action.sa_mask); // one after the other
+    Set(signal, action);
+}
+
+void SignalHandling::NoteUnlessIgnored(int signal) {
     struct sigaction now = {};
-    if (sigaction(signal, nullptr, &now) == 0) {
-        Handle(signal, now.sa_handler == SIG_IGN ? SIG_IGN : NoteSignal);
+    if (sigaction(signal, nullptr, &now) == 0 && now.sa_handler != SIG_IGN) {
+        Note(signal);
     }
 }
 
@@ -127,9 +144,10 @@ void SignalHandling::Restore() const {
     sigprocmask(SIG_SETMASK, &blockedBefore_, nullptr);
 }
 
-int SignalHandling::Next() const {
-    unsigned char number = 0;
-    return read(readingEnd_.get(), &number, sizeof number) == 1 ? number : 0;
+CameSignal SignalHandling::Next() const {
+    CameSignal signal = {};
+    const ssize_t size = read(readingEnd_.get(), &signal, sizeof signal);
+    return size == static_cast<ssize_t>(sizeof signal) ? signal : CameSignal{};
 }
 
 Process::Process(Program &program, Session &session) {
@@ -174,12 +192,20 @@ Process::Process(Program &program, Session &session) {
 }
 
 void Process::HandleSignals() {
-    for (int signal = signals_.Next(); signal != 0; signal = signals_.Next()) {
-        if (signal != SIGCHLD && !hasEnded_) {
-            kill(pid_, signal);
+    for (CameSignal signal = signals_.Next(); signal.number != 0; signal = signals_.Next()) {
+        if (!hasEnded_ && IsToBePassedOn(signal)) {
+            kill(pid_, signal.number);
         }
     }
     hasEnded_ = hasEnded_ || waitpid(pid_, &waitStatus_, WNOHANG) == pid_;
+}
+
+bool Process::IsToBePassedOn(const CameSignal &signal) const {
+    if (signal.number == SIGCHLD) {
+        return false;
+    }
+    // A program that sends one to all of its group has meant, and got, it itself.
+    return IsSent(signal) ? signal.sender != pid_ : !IsTerminals(signal);
 }
 
 int Process::ExitStatus() const {

@@ -11,8 +11,15 @@
 
 namespace orxemu::tool {
 
-// What the tool does with signals while it lives: those that would end it are passed on, those of the
-// keyboard are the program's, which gets them too. Signals about the tool itself stay as they are.
+// A signal that has come to the tool.
+struct CameSignal {
+    int number; // 0: none has come
+    int code;   // whose it is, as siginfo_t says it
+    pid_t sender;
+};
+
+// What the tool does with signals while it lives: it notes those that would end it, which may be meant for the
+// program. Signals about the tool itself stay as they are.
 class SignalHandling {
   public:
     SignalHandling();
@@ -21,18 +28,19 @@ class SignalHandling {
     ~SignalHandling();
     // As they were before: for the process that becomes the program.
     void Restore() const;
-    // Readable when a signal has come; Next() is its number, 0 when there is none.
+    // Readable when Next() has one.
     int descriptor() const { return readingEnd_.get(); }
-    int Next() const;
+    CameSignal Next() const;
 
   private:
     struct Before {
         int signal;
         struct sigaction action;
     };
-    void Handle(int signal, void (*handler)(int));
+    void Set(int signal, const struct sigaction &action);
+    void Note(int signal);
     // One that was ignored stays so: a program that was started with nohup keeps that.
-    void PassOn(int signal);
+    void NoteUnlessIgnored(int signal);
 
     OwnedDescriptor readingEnd_;
     OwnedDescriptor writingEnd_;
@@ -54,6 +62,9 @@ class Process {
     int ExitStatus() const;
 
   private:
+    // Whether the program has not got it already.
+    bool IsToBePassedOn(const CameSignal &signal) const;
+
     SignalHandling signals_;
     pid_t pid_ = -1;
     bool hasEnded_ = false;

@@ -181,7 +181,7 @@ Program::Program(const ProgramOptions &options) {
     const ElfKind libraryKind = CheckLibrary(library);
     name_ = options.words.front();
     file_ = FindCommand(name_, kStatusNotFound, kStatusCannotRun);
-    CheckProgram(file_, library, libraryKind, emulated);
+    CheckProgram(file_, library, libraryKind, emulated, options.isLauncher);
     words_ = options.words;
     if (emulated) {
         std::vector<std::string> emulator = SplitWords(options.emulator);

@@ -13,6 +13,7 @@ struct ProgramOptions {
     std::vector<std::string> words; // the program and its arguments
     std::string library;            // liborxemu.so; empty: the one beside the tool or in the library folder
     std::string emulator;           // a command line, empty when the program is for this machine
+    bool isLauncher = false;        // it may be linked statically, for it only starts others
 };
 
 // A symbolic link to the library in a folder of its own, for where its path cannot be written. Both go with

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -291,12 +292,49 @@ TEST_F(ReplayToolTest, DamagedStateIsLeftAsItIs) {
     EXPECT_EQ(Contents("s.json"), damaged);
 }
 
-TEST_F(ReplayToolTest, StateThatCannotBeWrittenIsTrouble) {
+// A run that would send something writes a log.
+TEST_F(ReplayToolTest, StateThatCannotBeKeptIsTroubleBeforeAnythingIsSent) {
     SendSession();
-    const std::string path = Path("none/s.json");
-    const ChildResult run = Replay({Write("a.json", RecordedText()), "--state", path});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "orxemu: " + path + ": cannot be written: No such file or directory\n");
+    const std::string log = Write("a.json", RecordedText());
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("none/s.json", Path("link"));
+    std::filesystem::create_symlink("circle", Path("circle"));
+    const std::string rows[][2] = {
+        {Path("none/s.json"), "its folder is not there"},
+        {Path("link"), "leads to " + Path("none/s.json") + ": its folder is not there"},
+        {Path("circle"), "cannot be opened: Too many levels of symbolic links"},
+        {Path("pipe"), "is no regular file"},
+        {Path(""), "is no regular file"},
+        {"/dev/null", "is no regular file"},
+    };
+    for (const auto &[path, message] : rows) {
+        const ChildResult run = Replay({log, "--state", path, "--log", Path("b.json")});
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.err, "orxemu: " + path + ": " + message + "\n");
+        EXPECT_EQ(run.out, "");
+        EXPECT_FALSE(Exists("b.json")) << path;
+    }
+}
+
+TEST_F(ReplayToolTest, StateIsWrittenWhereALinkLeads) {
+    SendSession();
+    std::filesystem::create_symlink("s.json", Path("link"));
+    EXPECT_EQ(Replay({Write("a.json", RecordedText()), "--state", Path("link")}).err, "");
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+    EXPECT_EQ(Contents("s.json"), SessionState());
+}
+
+TEST_F(ReplayToolTest, LogAndStateThatWouldBecomeOneFile) {
+    const std::string log = Write("a.json", RecordedText());
+    std::filesystem::create_directory_symlink(".", Path("folder"));
+    std::filesystem::create_symlink("s.json", Path("link"));
+    for (const char *name : {"./s.json", "folder/s.json", "link"}) {
+        const ChildResult run = Replay({log, "--state", Path("s.json"), "--log", Path(name)});
+        EXPECT_EQ(run.status, 2) << name;
+        EXPECT_EQ(run.err, "orxemu: " + Path(name) +
+                               ": is another file of this command, and --log would overwrite it\n");
+        EXPECT_FALSE(Exists("s.json")) << name;
+    }
 }
 
 TEST_F(ReplayToolTest, LogOnAFullDiskIsTrouble) {

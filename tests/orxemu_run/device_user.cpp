@@ -18,14 +18,19 @@
 //   thread-tables=N   the same with threads
 //   outlive=PATH      starts a process that has the standard streams closed, waits for PATH, sends a request
 //                     and creates PATH.done
+//   flood=PATH        starts a process that sends requests all the time until PATH is there
+//   flood-behind=PATH the same, without waiting for its turn
 //   wait=PATH         waits until PATH is there
 //   touch=PATH        creates PATH
 //   copy-input        copies standard input to standard output
 //   error=TEXT        prints TEXT on standard error
 //   environment=NAME  prints a variable
 //   await-signal=N    prints "ready", waits for signal N and prints that it came
+//   note-signal=N     prints the last digit of N each time that signal N comes
+//   parent            prints the process that started it
 //   handling=N        prints how signal N is handled at the start
 //   signal=N          sends itself a signal
+//   signal-group=N    sends one to all processes of its group
 //   exit=N            ends with that status
 //   quick-exit=N      the same without a last word
 #include <algorithm>
@@ -259,6 +264,21 @@ void HoldLock(const std::string &path) {
     std::_Exit(0);
 }
 
+// It ends with the test's folder, too.
+void Flood(const std::string &path, bool behind) {
+    const std::string folder = path.substr(0, path.rfind('/'));
+    if (fork() != 0) {
+        return;
+    }
+    if (behind) {
+        syscall(SYS_close, LockFile());
+    }
+    while (access(path.c_str(), F_OK) != 0 && access(folder.c_str(), F_OK) == 0) {
+        SendMany(100);
+    }
+    std::_Exit(0);
+}
+
 void InChild(const std::string &step);
 
 volatile std::sig_atomic_t cameSignal = 0;
@@ -274,6 +294,12 @@ void AwaitSignal(int signal) {
         usleep(1000);
     }
     Print("signal " + std::to_string(signal));
+}
+
+void PrintNoted(int signal) {
+    char text[] = "noted ?\n";
+    text[6] = static_cast<char>('0' + signal % 10);
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, sizeof text - 1);
 }
 
 std::string Handling(int signal) {
@@ -326,6 +352,8 @@ constexpr Step kSteps[] = {
     {"tables", [](const std::string &v) { PrintFailures(FailedProcesses(UseTables, Number(v))); }},
     {"thread-tables", [](const std::string &v) { PrintFailures(FailedThreads(UseTables, Number(v))); }},
     {"outlive", Outlive},
+    {"flood", [](const std::string &v) { Flood(v, false); }},
+    {"flood-behind", [](const std::string &v) { Flood(v, true); }},
     {"wait", WaitFor},
     {"touch", Touch},
     {"copy-input", [](const std::string &) { CopyInput(); }},
@@ -336,8 +364,11 @@ constexpr Step kSteps[] = {
          Print(v + "=" + (value != nullptr ? value : "(none)"));
      }},
     {"await-signal", [](const std::string &v) { AwaitSignal(Number(v)); }},
+    {"note-signal", [](const std::string &v) { std::signal(Number(v), PrintNoted); }},
+    {"parent", [](const std::string &) { Print("parent " + std::to_string(getppid())); }},
     {"handling", [](const std::string &v) { Print("signal " + v + " " + Handling(Number(v))); }},
     {"signal", [](const std::string &v) { kill(getpid(), Number(v)); }},
+    {"signal-group", [](const std::string &v) { kill(0, Number(v)); }},
     {"exit", [](const std::string &v) { std::exit(Number(v)); }},
     {"quick-exit", [](const std::string &v) { std::_Exit(Number(v)); }},
 };

@@ -15,6 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char *kIsStatic = " is linked statically and cannot load the stand-in; when it only starts "
+                                  "programs that can, --launcher runs it";
+
 // Where a program names its loader.
 struct Interpreter {
     std::size_t header = 0; // of the segment
@@ -60,7 +63,7 @@ class LoadingTest : public RunTest {
 
 TEST_F(LoadingTest, StaticProgram) {
     WriteStatic("static");
-    ExpectRefused(Path("static"), Path("static") + " is linked statically and cannot load the stand-in");
+    ExpectRefused(Path("static"), Path("static") + kIsStatic);
 }
 
 TEST_F(LoadingTest, ScriptIsLookedAtByWhatRunsIt) {
@@ -71,8 +74,7 @@ TEST_F(LoadingTest, ScriptIsLookedAtByWhatRunsIt) {
     WriteProgram("script", "#! \t" + Path("static") + " one argument\necho no\n");
     WriteProgram("script of a script", "#!" + Path("script") + "\n");
     for (const char *script : {"script", "script of a script"}) {
-        ExpectRefused(Path(script), Path("static") + ", which runs " + Path(script) +
-                                        ", is linked statically and cannot load the stand-in");
+        ExpectRefused(Path(script), Path("static") + ", which runs " + Path(script) + "," + kIsStatic);
     }
     std::string other = Contents(DEVICE_USER).substr(0, 4096);
     other[EI_DATA] = other[EI_DATA] == ELFDATA2LSB ? ELFDATA2MSB : ELFDATA2LSB;

@@ -164,15 +164,6 @@ TEST_F(ProgramTest, WhatIsPassedOnEndsAProgramThatDoesNotExpectIt) {
     }
 }
 
-TEST_F(ProgramTest, KeyboardSignalsAreTheProgramsOnly) {
-    Child child(RunWords({}, {DEVICE_USER, "await-signal=15", "exit=4"}), {});
-    AwaitOutput(child, "ready\n");
-    kill(child.pid(), SIGINT);
-    kill(child.pid(), SIGQUIT);
-    kill(child.pid(), SIGTERM);
-    EXPECT_EQ(child.Finish().status, 4);
-}
-
 TEST_F(ProgramTest, ProgramInheritsHowSignalsAreHandled) {
     EXPECT_EQ(RunSteps({}, {"handling=1", "handling=2", "handling=3", "handling=13", "handling=15"}).out,
               "signal 1 default\nsignal 2 default\nsignal 3 default\nsignal 13 default\nsignal 15 default\n");

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -42,6 +43,10 @@ void SetUpChild(const Conditions &conditions, int in, int out, int err) {
     dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
+    if (conditions.terminal >= 0) {
+        setsid();
+        ioctl(conditions.terminal, TIOCSCTTY, 0);
+    }
     if (conditions.fileLimit != 0) {
         const rlimit limit = {static_cast<rlim_t>(conditions.fileLimit),
                               static_cast<rlim_t>(conditions.fileLimit)};
@@ -182,6 +187,13 @@ std::string Contents(const std::string &path) {
 
 void Write(const std::string &path, const std::string &text) {
     std::ofstream(path, std::ios::binary) << text;
+}
+
+bool Prints(const Child &child, const std::string &text) {
+    for (int i = 0; i < 60000 && child.OutputSoFar().find(text) == std::string::npos; ++i) {
+        usleep(1000);
+    }
+    return child.OutputSoFar().find(text) != std::string::npos;
 }
 
 void AwaitOutput(const Child &child, const std::string &text) {

@@ -30,6 +30,7 @@ struct Conditions {
     unsigned long long fileLimit = 0; // bytes that a file may have, the child's output too; 0: no limit
     int ignoredSignal = 0;            // 0: none
     int blockedSignal = 0;
+    int terminal = -1; // of a session that begins with the child; -1: the child is in the test's session
 };
 
 // Whether an emulator runs the programs of this build: then a program can execute no other.
@@ -81,6 +82,8 @@ class RunTest : public ::testing::Test {
 
 std::string Contents(const std::string &path);
 void Write(const std::string &path, const std::string &text);
+// Whether the program, or what outlives the child, prints the text; a minute is for a machine that is busy.
+bool Prints(const Child &child, const std::string &text);
 // Waits until the child has printed the text; adds a failure when it ended without.
 void AwaitOutput(const Child &child, const std::string &text);
 

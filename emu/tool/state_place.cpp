@@ -1,0 +1,31 @@
+#include "emu/tool/state_place.h"
+
+#include "emu/journal/file_names.h"
+
+namespace orxemu::tool {
+
+namespace fs = std::filesystem;
+
+bool LookAtStatePlace(const std::string &path, bool &isThere, journal::Problem &problem) {
+    std::error_code err;
+    const fs::file_type type = fs::status(path, err).type();
+    isThere = type != fs::file_type::not_found;
+    // What cannot be looked at cannot be opened either, and that is said then.
+    if (type == fs::file_type::regular || type == fs::file_type::none) {
+        return true;
+    }
+    // A pipe would be waited for, and none of the others can be replaced by a file.
+    if (isThere) {
+        problem = {path, 0, "is no regular file"};
+        return false;
+    }
+    const fs::path end = journal::EndOfLinks(path, err);
+    if (err || !end.has_parent_path() || fs::is_directory(end.parent_path(), err)) {
+        return true;
+    }
+    const std::string where = end == path ? "" : "leads to " + end.string() + ": ";
+    problem = {path, 0, where + "its folder is not there"};
+    return false;
+}
+
+} // namespace orxemu::tool
