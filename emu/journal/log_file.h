@@ -40,6 +40,8 @@ struct LogEntry {
     bool isOpen = false;  // an opening that failed; then only `err` counts
     int request = 0;
     int err = 0; // errno of the answer on this machine, 0 when it was accepted
+    // The errno is a number without a name on the machine that wrote it, whatever has that number here.
+    bool errIsUnnamed = false;
     FaultMark fault = FaultMark::None;
     bool recordRead = false; // the record could be read from the caller's memory
     Bytes in, out; // the record as it came and as the driver left it; empty when it could not be read
@@ -71,9 +73,13 @@ struct Problem {
     std::string Text() const;
 };
 
-// Names of errno values as logs carry them ("EIO"); a value without a name is its number in digits.
+// Names of errno values as logs carry them ("EIO"), because numbers differ between machines; a value without a
+// name is its number in digits.
 std::string ErrnoName(int err);
-// Takes names and numbers above 0; 0 when it is neither.
+// Of an answer that has one.
+std::string ErrnoName(const LogEntry &entry);
+// Takes names and numbers above 0; 0 when it is neither. A name that only other machines have is the nearest of
+// this one's.
 int ErrnoOf(std::string_view text);
 
 // Each is one line, with its line end. `n` counts from 1.

@@ -3,6 +3,8 @@
 #include "emu/journal/json_lines.h"
 #include "qirapi/driver/driver_records.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 
@@ -13,10 +15,39 @@ namespace {
 // Above all errno values of any kernel.
 constexpr int kMaxNamedErrno = 4095;
 
+// Names that the C library does not tell. Which of them are other names of a value, and which are values of
+// their own, differs between machines.
+struct ErrnoRow {
+    std::string_view name;
+    int err;
+};
+constexpr ErrnoRow kOtherErrnos[] = {
+    {"EDEADLOCK", EDEADLOCK}, {"ENOTSUP", ENOTSUP}, {"EWOULDBLOCK", EWOULDBLOCK},
+#ifdef EINIT
+    {"EINIT", EINIT},
+#else
+    {"EINIT", EIO},
+#endif
+#ifdef EREMDEV
+    {"EREMDEV", EREMDEV},
+#else
+    {"EREMDEV", EREMOTEIO},
+#endif
+};
+
+// Empty for a value without a name.
+std::string_view KnownName(int err) {
+    if (const char *const name = err != 0 ? strerrorname_np(err) : nullptr; name != nullptr) {
+        return name;
+    }
+    const auto *row = std::ranges::find(kOtherErrnos, err, &ErrnoRow::err);
+    return row != std::end(kOtherErrnos) ? row->name : std::string_view();
+}
+
 Json AnswerJson(const RequestInfo *info, const LogEntry &entry, ByteOrder order) {
     Json answer = Json::object();
     if (entry.err != 0) {
-        answer["errno"] = ErrnoName(entry.err);
+        answer["errno"] = ErrnoName(entry);
         if (entry.fault != FaultMark::None) {
             answer["fault"] = entry.fault == FaultMark::Fail ? kFaultFail : kFaultAnswerLost;
         }
@@ -38,8 +69,12 @@ bool WasTaken(const LogEntry &entry) {
 }
 
 std::string ErrnoName(int err) {
-    const char *const name = strerrorname_np(err);
-    return name != nullptr && err != 0 ? name : std::to_string(err);
+    const std::string_view name = KnownName(err);
+    return name.empty() ? std::to_string(err) : std::string(name);
+}
+
+std::string ErrnoName(const LogEntry &entry) {
+    return entry.errIsUnnamed ? std::to_string(entry.err) : ErrnoName(entry.err);
 }
 
 int ErrnoOf(std::string_view text) {
@@ -53,7 +88,8 @@ int ErrnoOf(std::string_view text) {
             return err;
         }
     }
-    return 0;
+    const auto *row = std::ranges::find(kOtherErrnos, text, &ErrnoRow::name);
+    return row != std::end(kOtherErrnos) ? row->err : 0;
 }
 
 Json LogEntryJson(const LogEntry &entry, std::size_t n, ByteOrder order) {

@@ -7,6 +7,7 @@
 #include "qirapi/driver/driver_records.h"
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 
 namespace orxemu::journal {
@@ -29,11 +30,13 @@ void ReadAnswer(const Json &line, LogEntry &entry) {
         throw Error{"answer is no object"};
     }
     if (answer.contains("errno")) {
-        entry.err = ErrnoOf(TextMember(answer, "errno"));
+        const std::string text = TextMember(answer, "errno");
+        entry.err = ErrnoOf(text);
         if (entry.err == 0) {
             throw Error{"answer.errno is " + answer["errno"].dump(-1, ' ', true) +
                         ", not a name or a number above 0"};
         }
+        entry.errIsUnnamed = std::isdigit(static_cast<unsigned char>(text.front())) != 0;
     }
     if (answer.contains("fault")) {
         entry.fault = FaultOf(TextMember(answer, "fault"));
@@ -95,7 +98,7 @@ void AnswerMustNotBeLost(const LogEntry &entry, const char *where) {
     }
 }
 
-// The line as it has to be. An errno counts by its name: its number is another one on another machine.
+// The line as it has to be. An errno counts by its name, which may be one of another machine.
 Json Expected(const Json &line, const LogEntry &entry, std::size_t n, ByteOrder order) {
     Json expected = LogEntryJson(entry, n, order);
     if (entry.err != 0) {

@@ -33,7 +33,7 @@ std::string HitsText(const Json &answer) {
 }
 
 std::string ErrorText(const LogEntry &entry) {
-    const std::string err = journal::ErrnoName(entry.err);
+    const std::string err = journal::ErrnoName(entry);
     switch (entry.fault) {
     case FaultMark::Fail:
         return err + " (fault)";

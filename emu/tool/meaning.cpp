@@ -61,7 +61,7 @@ class IndexOwners {
 
 void AddAnswer(const LogEntry &entry, Meaning &meaning) {
     if (entry.err != 0) {
-        meaning.leaves.push_back({"answer.errno", journal::ErrnoName(entry.err)});
+        meaning.leaves.push_back({"answer.errno", journal::ErrnoName(entry)});
     }
     if (entry.fault != FaultMark::None) {
         meaning.leaves.push_back({"answer.fault", entry.fault == FaultMark::Fail ? "fail" : "answer-lost"});
