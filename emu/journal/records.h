@@ -65,7 +65,8 @@ std::size_t TableSize(Assigned kind);
 Json DecodeTable(Assigned kind, ByteView record, ByteOrder order);
 // 16 bytes of a rate limiter's configuration.
 Json DecodeRlCfg(ByteView cfg, ByteOrder order);
-// 68 bytes.
+// 68 bytes that come alone, in an update. They do not say whether they were set as a whole; when they were,
+// there is a source port. Without one, what still has the fill pattern is "unset", as in an FCB.
 Json DecodeFwdInfo(ByteView fwdInfo, ByteOrder order);
 
 // 1884 bytes. {"status", "flowHdl", "hwFlowIdx", "section", "tables": [] or ["ep","pac"], "asOverride",

@@ -158,6 +158,20 @@ std::string FlowRequest(const RequestInfo &info, const Json &record, const Json 
     return info.assigns ? rule : "flow " + PlainText(Member(record, "flowIdx")) + ": " + rule;
 }
 
+// A destination may be added to forwarding that was not set as a whole, which has no source.
+std::string ForwardingUpdate(const Json &record) {
+    const Json &fwdInfo = Member(record, "fwdInfo");
+    const bool isSet = Number(Member(fwdInfo, "src"), "portMask") != 0;
+    const Json &prio = Member(fwdInfo, "flowPrio");
+    Phrase text;
+    text.Add("flow " + PlainText(Member(record, "flowIdx")) + ":");
+    text.Add(isSet ? "in " + SourceText(fwdInfo) : "");
+    text.Add("→ " + DestinationText(fwdInfo));
+    text.Add(isSet ? "" : kForwardingNotSet);
+    text.Add(prio == 0 ? "" : "prio " + PlainText(prio));
+    return text.Text();
+}
+
 struct TextRow {
     std::string_view name;
     std::string (*text)(const Json &record);
@@ -175,13 +189,7 @@ constexpr TextRow kTexts[] = {
     {"activate-rl",
      [](const Json &record) { return RlName(record) + " " + RlText(Member(record, "rlEnt")); }},
     {"deactivate-rl", RlName},
-    {"update-forwarding",
-     [](const Json &record) {
-         const Json &fwdInfo = Member(record, "fwdInfo");
-         const Json &prio = Member(fwdInfo, "flowPrio");
-         return "flow " + PlainText(Member(record, "flowIdx")) + ": in " + SourceText(fwdInfo) + " → " +
-                DestinationText(fwdInfo) + (prio == 0 ? "" : " prio " + PlainText(prio));
-     }},
+    {"update-forwarding", ForwardingUpdate},
 };
 
 } // namespace

@@ -61,7 +61,11 @@ const RequestInfo *FindRequestInfo(std::string_view name) {
 }
 
 Json DecodeRecord(const RequestInfo &info, ByteView record, ByteOrder order) {
-    return DecodeFields(RequestLayout(info.number), record, order);
+    Json decoded = DecodeFields(RequestLayout(info.number), record, order);
+    if (info.number == qir::kOrxUpdateFwdInfo) {
+        decoded["fwdInfo"] = DecodeFwdInfo(record.subspan(offsetof(qir::FwdRecord, fwdInfo)), order);
+    }
+    return decoded;
 }
 
 Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order) {
@@ -104,7 +108,9 @@ Json DecodeRlCfg(ByteView cfg, ByteOrder order) {
 }
 
 Json DecodeFwdInfo(ByteView fwdInfo, ByteOrder order) {
-    return DecodeFields(kFwdInfoLayout, fwdInfo, order);
+    constexpr std::size_t kSrcPortMask = offsetof(FwdInfo, src) + offsetof(FwdSrc, portMask);
+    const bool isSet = Load(fwdInfo, kSrcPortMask, sizeof(FwdSrc::portMask), order) != 0;
+    return DecodeFields(isSet ? kFwdInfoLayout : kNotSetFwdInfoLayout, fwdInfo, order);
 }
 
 void ConvertRecord(const RequestInfo &info, std::span<std::uint8_t> record, ByteOrder from) {

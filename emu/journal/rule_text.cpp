@@ -391,7 +391,7 @@ std::string RuleText(const Json &fcb) {
         destination.Add("nowhere");
     } else {
         destination.Add(DestinationText(forwarding));
-        destination.Add("forwarding-not-set");
+        destination.Add(kForwardingNotSet);
     }
     destination.Add(OptionsText(fcb));
 

@@ -5,6 +5,7 @@
 #include "emu/journal/records.h"
 
 #include <string>
+#include <string_view>
 
 namespace orxemu::journal {
 
@@ -15,6 +16,9 @@ namespace orxemu::journal {
 // destination though forwarding information was not set as a whole, priority, tables, address-screening
 // override, section.
 std::string RuleText(const Json &fcb);
+
+// Stands behind the destination of forwarding information that was not set as a whole.
+constexpr std::string_view kForwardingNotSet = "forwarding-not-set";
 
 // Source and destination of decoded forwarding information: "uni0" and "gpon gem 3 q7".
 std::string SourceText(const Json &fwdInfo);

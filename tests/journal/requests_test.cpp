@@ -164,6 +164,37 @@ const RecordCase kRecords[] = {
      },
      R"({"notSet0":"unset","rlDir":0,"notSet8":"unset","rlIndex":3,
         "rlEnt":{"tci":43981,"cirRate":0,"cirUnit":0,"cbs":0}})"},
+    // Not set as a whole: a destination was added, and its queue written.
+    {"update-forwarding", 72,
+     [](Image &image) {
+         image.Put32(0, 5)
+             .Fill(4, 68, 0xA5)
+             .Put32(4, 0)
+             .Put32(12, 0)
+             .Put32(48, 0)
+             .Put8(52, 7)
+             .Put8(60, 0)
+             .Put32(64, 3);
+         image.Put32(68, 4);
+     },
+     R"({"flowIdx":5,"fwdInfo":{"flowPrio":0,"src":{"gemPortIdxMask":"unset","portMask":0},
+        "dst":{"gemQid":"unset","gemPortIdxMask":0,"portQid":[7,"unset","unset","unset","unset","unset",
+        "unset","unset",0],"portMask":3},"fwdAction":["e_FWD_ACTION_LRN_ENABLE"]}})"},
+    // Set as a whole: the bytes are numbers, whichever they are.
+    {"update-forwarding", 72,
+     [](Image &image) {
+         image.Put32(0, 5)
+             .Fill(4, 68, 0xA5)
+             .Put32(4, 0)
+             .Put32(12, 128)
+             .Put32(48, 0)
+             .Put32(64, 3)
+             .Put32(68, 1);
+     },
+     R"({"flowIdx":5,"fwdInfo":{"flowPrio":0,"src":{"gemPortIdxMask":2779096485,"portMask":128},
+        "dst":{"gemQid":[165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,165,
+        165,165,165,165,165,165,165,165,165,165,165],"gemPortIdxMask":0,
+        "portQid":[165,165,165,165,165,165,165,165,165],"portMask":3},"fwdAction":["e_FWD_ACTION_DROP"]}})"},
     {"update-forwarding", 72,
      [](Image &image) {
          image.Put32(0, 400);

@@ -110,6 +110,33 @@ TEST_F(OrxemuRequests, EveryKindHasALine) {
     EXPECT_EQ(seen.size(), AllRequests().size()) << "a kind of request has no row here";
 }
 
+// Nothing that was not written is told as a number, and it is no difference.
+TEST_F(OrxemuRequests, DestinationsOfForwardingThatWasNotSet) {
+    FlowHdl flow = {};
+    ASSERT_EQ(QIR_Alloc_FCB(1, &flow), e_RET_OK);
+    AllocHdrs(flow, e_BLKTYPE_FILTER, {e_FLOWHDR_ETH});
+    ASSERT_EQ(QIR_Activate_FCB(&flow), e_RET_OK);
+    DstMask more = {};
+    more.portMask = 0x101;
+    ASSERT_EQ(QIR_Add_DstPortInfo(&flow, &more), e_RET_OK);
+    ASSERT_EQ(QIR_Rem_DstPortInfo(&flow, &more), e_RET_OK);
+    const Log log = RecordedLog();
+    ASSERT_EQ(log.entries.size(), 3u);
+    const std::string texts[] = {
+        "flow 0: → uni0 host queue unset learn no-override forwarding-not-set",
+        "flow 0: → no port learn no-override forwarding-not-set",
+    };
+    for (const Log &either : {log, InOtherOrder(log)}) {
+        for (std::size_t i = 0; i < std::size(texts); ++i) {
+            const LogEntry &entry = either.entries[i + 1];
+            EXPECT_EQ(TextOfEntry(entry, either.order), texts[i]);
+            const Json fields = DecodeRecord(*FindRequestInfo(entry.request), entry.in, either.order);
+            EXPECT_EQ(fields.dump().find("165"), std::string::npos) << fields;
+            EXPECT_EQ(fields.dump().find("2779096485"), std::string::npos) << fields;
+        }
+    }
+}
+
 TEST_F(OrxemuRequests, RowsThatSayTheSameStandTogether) {
     PacTblHdl table = PacTable(5);
     constexpr uint8_t kOwn[] = {0, 2, 4, 5, 6, 7};
