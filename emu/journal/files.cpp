@@ -116,8 +116,8 @@ int CreateUnlocked(std::string &name) {
     }
 }
 
-// A new file, locked where that is possible. The name is the same every time, so that what a writer leaves that
-// is killed is found; another one waits for its turn. -1, with errno, when there is none.
+// A new file, locked where that is possible. The name is the same every time, so that what a writer leaves
+// that is killed is found; another one waits for its turn. -1, with errno, when there is none.
 int CreateBeside(std::string &name) {
     for (;;) {
         Descriptor file(Create(name));

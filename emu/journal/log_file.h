@@ -73,13 +73,13 @@ struct Problem {
     std::string Text() const;
 };
 
-// Names of errno values as logs carry them ("EIO"), because numbers differ between machines; a value without a
-// name is its number in digits.
+// Names of errno values as logs carry them ("EIO"), because numbers differ between machines; a value without
+// a name is its number in digits.
 std::string ErrnoName(int err);
 // Of an answer that has one.
 std::string ErrnoName(const LogEntry &entry);
-// Takes names and numbers above 0; 0 when it is neither. A name that only other machines have is the nearest of
-// this one's.
+// Takes names and numbers above 0; 0 when it is neither. A name that only other machines have is the nearest
+// of this one's.
 int ErrnoOf(std::string_view text);
 
 // Each is one line, with its line end. `n` counts from 1.

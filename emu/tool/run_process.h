@@ -18,8 +18,8 @@ struct CameSignal {
     pid_t sender;
 };
 
-// What the tool does with signals while it lives: it notes those that would end it, which may be meant for the
-// program. Signals about the tool itself stay as they are.
+// What the tool does with signals while it lives: it notes those that would end it, which may be meant for
+// the program. Signals about the tool itself stay as they are.
 class SignalHandling {
   public:
     SignalHandling();

@@ -1,5 +1,5 @@
-// File systems that have no locks, or locks of their own kind. The lock of this program stands in front of the
-// system's.
+// File systems that have no locks, or locks of their own kind. The lock of this program stands in front of
+// the system's.
 #include "emu/journal/state_file.h"
 #include "tests/journal/temp_folder.h"
 

@@ -33,8 +33,8 @@ TEST_F(OutlivingTest, ThoseThatSendAllTheTime) {
     Write(end, "");
 }
 
-// Nobody gets a turn, and some do not wait for their own. They are faster than the log, a pipe that is read from
-// in small pieces, so that there is always another message.
+// Nobody gets a turn, and some do not wait for their own. They are faster than the log, a pipe that is read
+// from in small pieces, so that there is always another message.
 TEST_F(OutlivingTest, ThoseThatSendAllTheTimeWhileTheToolCannotHaveATurn) {
     ASSERT_EQ(mkfifo(Path("a.json").c_str(), 0600), 0);
     const int log = open(Path("a.json").c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);

@@ -1,5 +1,5 @@
-// A program that is linked statically and uses no device: it starts the program of its arguments and ends with
-// its status.
+// A program that is linked statically and uses no device: it starts the program of its arguments and ends
+// with its status.
 #include <cstdio>
 #include <sys/wait.h>
 #include <unistd.h>
