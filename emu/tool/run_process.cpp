@@ -98,9 +98,7 @@ SignalHandling::SignalHandling() {
         NoteUnlessIgnored(signal);
     }
     // The reader of a standard stream may go away.
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN;
-    Set(SIGPIPE, ignore);
+    Ignore(SIGPIPE);
     sigset_t own;
     sigemptyset(&own);
     for (const Before &before : before_) {
@@ -132,9 +130,15 @@ void SignalHandling::Note(int signal) {
 
 void SignalHandling::NoteUnlessIgnored(int signal) {
     struct sigaction now = {};
-    if (sigaction(signal, nullptr, &now) == 0 && now.sa_handler != SIG_IGN) {
-        Note(signal);
+    if (sigaction(signal, nullptr, &now) == 0) {
+        now.sa_handler == SIG_IGN ? Ignore(signal) : Note(signal);
     }
+}
+
+void SignalHandling::Ignore(int signal) {
+    struct sigaction action = {};
+    action.sa_handler = SIG_IGN;
+    Set(signal, action);
 }
 
 void SignalHandling::Restore() const {

@@ -39,7 +39,9 @@ class SignalHandling {
     };
     void Set(int signal, const struct sigaction &action);
     void Note(int signal);
-    // One that was ignored stays so: a program that was started with nohup keeps that.
+    void Ignore(int signal);
+    // One that was ignored stays so: a program that was started with nohup keeps that. It is said again,
+    // because an emulator may tell what it found and do otherwise.
     void NoteUnlessIgnored(int signal);
 
     OwnedDescriptor readingEnd_;
