@@ -2,10 +2,9 @@
 // does between two processes; where that is not possible the bytes go through a pipe, which takes two
 // descriptors that the program may not have left.
 //
-// The plain system calls are used, because a sanitizer's wrappers look at the addresses themselves.
+// The plain system calls are used, because a sanitizer's wrappers look at the addresses themselves, and
+// because no thread can be cancelled in them.
 #include "emu/caller_memory.h"
-
-#include "emu/next.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -84,8 +83,8 @@ int CopyThroughPipe(void *to, const void *from, std::size_t size) {
     if (err == 0) {
         err = MoveAll(SYS_read, ends[0], to, size);
     }
-    NextClose(ends[0]);
-    NextClose(ends[1]);
+    syscall(SYS_close, static_cast<long>(ends[0]));
+    syscall(SYS_close, static_cast<long>(ends[1]));
     return err;
 }
 

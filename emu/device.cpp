@@ -349,6 +349,9 @@ int Exchange::CopyFcb(u32 fcbAddr) {
 
 void orxemu_reset() {
     const orxemu::HardwareLock lock;
+    if (!lock.isHeld()) {
+        return;
+    }
     std::memset(&orxemu::TheHardware(), 0, sizeof(orxemu::Hardware));
     orxemu_clearLog();
 }
@@ -359,7 +362,7 @@ const OrxEmuState *orxemu_state() {
 
 int orxemu_addHits(uint32_t flowIdx, uint32_t counter, uint32_t count) {
     const orxemu::HardwareLock lock;
-    OrxEmuFlow *flow = orxemu::ActiveFlow(flowIdx);
+    OrxEmuFlow *flow = lock.isHeld() ? orxemu::ActiveFlow(flowIdx) : nullptr;
     if (flow == nullptr || counter >= sizeof flow->hits / sizeof *flow->hits) {
         return -1;
     }

@@ -1,6 +1,7 @@
 #include "emu/device_node.h"
 
 #include "emu/caller_memory.h"
+#include "emu/cancellation.h"
 #include "emu/device.h"
 #include "emu/hardware.h"
 #include "emu/next.h"
@@ -8,10 +9,13 @@
 #include "emu/session.h"
 #include "qirapi/driver/driver_records.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
+#include <string_view>
 #include <unistd.h>
 
 namespace orxemu {
@@ -30,14 +34,22 @@ struct Place {
 };
 constinit Place places[ORXEMU_MAX_DESCRIPTORS] = {};
 
-// Null when it is not the device's.
-Place *FindDescriptor(int fd) {
-    for (Place &place : places) {
-        if (fd >= 0 && place.taken.load() == fd + 1) {
-            return &place;
-        }
+// The process whose memory this is; 0 before it was asked for.
+constinit std::atomic<pid_t> memoryOwner = 0;
+
+bool OwnsMemory() {
+    pid_t owner = 0;
+    return memoryOwner.compare_exchange_strong(owner, getpid()) || owner == getpid();
+}
+
+// Of what a parent has opened, a child in the parent's memory has copies.
+void Forget(Place &place, int fd) {
+    const pid_t opener = place.opener;
+    const bool isOpener = opener == getpid();
+    int expected = fd + 1;
+    if ((isOpener || OwnsMemory()) && place.taken.compare_exchange_strong(expected, 0) && isOpener) {
+        CountDescriptors(-1);
     }
-    return nullptr;
 }
 
 // False when all places are taken.
@@ -56,9 +68,8 @@ bool RememberDescriptor(int fd) {
 // Errno of a new descriptor that cannot be had, or 0.
 int TryOpen(int flags, int &fd) {
     Hardware &hardware = TheHardware();
-    const int fault = TakeOpenFault(hardware.faults);
-    if (fault != 0 || hardware.missing != 0) {
-        return fault != 0 ? fault : ENOENT;
+    if (hardware.missing != 0) {
+        return ENOENT;
     }
     fd = NextOpen(kPlaceholderPath, O_RDWR | (flags & O_CLOEXEC), 0);
     if (fd < 0) {
@@ -72,6 +83,24 @@ int TryOpen(int flags, int &fd) {
     }
     ++hardware.numOpens;
     return 0;
+}
+
+// What a process gets that has lost the lock of its session. It is no errno of a driver's answer.
+constexpr int kUnserved = ENODEV;
+
+// Errno, or 0.
+int OpenUnderLock(int flags, int &fd) {
+    const HardwareLock lock;
+    if (!lock.isHeld()) {
+        CountUnserved();
+        return kUnserved;
+    }
+    const int fault = TakeOpenFault(TheHardware().faults);
+    const int err = fault != 0 ? fault : TryOpen(flags, fd);
+    if (err != 0) {
+        ReportFailedOpen(err, fault != 0 ? FaultKind::FailOpen : FaultKind::None);
+    }
+    return err;
 }
 
 // Errno of the answer. Of the fault that the request meets it leaves what has become of it: an answer is lost
@@ -102,26 +131,49 @@ int Serve(OrxEmuRequest &entry, Fault &fault, void *record, bool &recordRead) {
     return fault.err;
 }
 
+int ServeUnderLock(int request, void *record) {
+    const HardwareLock lock;
+    if (!lock.isHeld()) {
+        CountUnserved();
+        return kUnserved;
+    }
+    ExpectReport();
+    Fault fault = TakeRequestFault(TheHardware().faults, request);
+    bool recordRead = false;
+    OrxEmuRequest &entry = NewLogEntry();
+    entry.request = request;
+    entry.err = Serve(entry, fault, record, recordRead);
+    ReportRequest(entry, fault.kind, recordRead);
+    return entry.err;
+}
+
 } // namespace
 
 bool IsDevicePath(const char *path) {
-    return path != nullptr && std::strcmp(path, qir::kPktOrxDevice) == 0;
+    if (path == nullptr) {
+        return false;
+    }
+    constexpr std::size_t kSize = std::string_view(qir::kPktOrxDevice).size() + 1;
+    char beginning[kSize];
+    const int savedErrno = errno;
+    const int err = CopyFromCaller(beginning, path, kSize);
+    errno = savedErrno;
+    if (err == 0) {
+        return std::memcmp(beginning, qir::kPktOrxDevice, kSize) == 0;
+    }
+    // A path that is shorter may end where memory ends, and a bad one is the kernel's to refuse. When it could
+    // not be looked at, for want of descriptors, say, it has to be a good one.
+    return err != EFAULT && std::strcmp(path, qir::kPktOrxDevice) == 0;
 }
 
 bool IsDeviceDescriptor(int fd) {
-    return FindDescriptor(fd) != nullptr;
+    return fd >= 0 && std::any_of(std::begin(places), std::end(places),
+                                  [fd](const Place &place) { return place.taken.load() == fd + 1; });
 }
 
 int OpenDevice(int flags) {
     int fd = -1;
-    int err;
-    {
-        const HardwareLock lock;
-        err = TryOpen(flags, fd);
-        if (err != 0) {
-            ReportFailedOpen(err);
-        }
-    }
+    const int err = OpenUnderLock(flags, fd);
     if (err != 0) {
         errno = err;
         return -1;
@@ -129,34 +181,37 @@ int OpenDevice(int flags) {
     return fd;
 }
 
+// Once it is forgotten it has to be closed.
+int CloseDevice(int fd) {
+    const CancellationOff whole;
+    ForgetDescriptor(fd);
+    return NextClose(fd);
+}
+
 int IoctlDevice(int request, void *record) {
     const int savedErrno = errno;
-    int err;
-    {
-        const HardwareLock lock;
-        ExpectReport();
-        Fault fault = TakeRequestFault(TheHardware().faults, request);
-        bool recordRead = false;
-        OrxEmuRequest &entry = NewLogEntry();
-        entry.request = request;
-        entry.err = Serve(entry, fault, record, recordRead);
-        ReportRequest(entry, fault.kind, recordRead);
-        err = entry.err;
-    }
+    const int err = ServeUnderLock(request, record);
     errno = err != 0 ? err : savedErrno;
     return err != 0 ? -1 : 0;
 }
 
 void ForgetDescriptor(int fd) {
-    Place *found = FindDescriptor(fd);
-    if (found == nullptr) {
-        return;
+    if (fd >= 0) {
+        ForgetDescriptors(static_cast<unsigned>(fd), static_cast<unsigned>(fd));
     }
-    const pid_t opener = found->opener;
-    int expected = fd + 1;
-    if (found->taken.compare_exchange_strong(expected, 0) && opener == getpid()) {
-        CountDescriptors(-1);
+}
+
+void ForgetDescriptors(unsigned first, unsigned last) {
+    for (Place &place : places) {
+        const int fd = place.taken.load() - 1;
+        if (fd >= 0 && static_cast<unsigned>(fd) >= first && static_cast<unsigned>(fd) <= last) {
+            Forget(place, fd);
+        }
     }
+}
+
+void OwnMemory() {
+    memoryOwner = getpid();
 }
 
 } // namespace orxemu

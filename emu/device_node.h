@@ -4,6 +4,7 @@
 
 namespace orxemu {
 
+// The caller's path may be any address.
 bool IsDevicePath(const char *path);
 bool IsDeviceDescriptor(int fd);
 
@@ -11,8 +12,14 @@ bool IsDeviceDescriptor(int fd);
 int OpenDevice(int flags);
 // 0, or -1 with errno. On success errno stays as it was.
 int IoctlDevice(int request, void *record);
-// The descriptor is no longer the device's; does nothing when it is not.
+// 0, or -1 with errno, of a descriptor that is the device's.
+int CloseDevice(int fd);
+// The descriptor is no longer the device's; does nothing when it is not. Neither does either of them in a child
+// that runs in its parent's memory (vfork): what it closes are its own copies of what the parent has open.
 void ForgetDescriptor(int fd);
+void ForgetDescriptors(unsigned first, unsigned last);
+// This process has the memory to itself: from the start, and after a fork.
+void OwnMemory();
 
 } // namespace orxemu
 

@@ -27,6 +27,9 @@ template <class Concerns> Fault Take(FaultList &list, Concerns concerns) {
 
 void Arm(FaultKind kind, int request, unsigned nth, int err) {
     const HardwareLock lock;
+    if (!lock.isHeld()) {
+        return;
+    }
     ArmFault(TheHardware().faults, kind, request, nth, err);
 }
 

@@ -5,6 +5,7 @@
 #undef _TIME_BITS
 #undef _FILE_OFFSET_BITS
 
+#include "emu/close_range.h"
 #include "emu/device_node.h"
 #include "emu/next.h"
 #include "emu/orxemu.h"
@@ -14,6 +15,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -27,6 +29,7 @@ mode_t ModeOf(int flags, std::va_list args) {
 
 template <class Next> int HookedOpen(const char *path, int flags, Next next) {
     if (orxemu::IsDevicePath(path)) {
+        pthread_testcancel();  // here and not where the thread would leave something behind
         orxemu::JoinSession(); // before Join() when another library opens the device while it is loaded
         return orxemu::OpenDevice(flags);
     }
@@ -56,7 +59,23 @@ template <class Next> int HookedIoctl(int fd, unsigned long request, void *arg, 
     return orxemu::IoctlDevice(static_cast<int>(request), arg);
 }
 
+// The number of a session's descriptor is refused as one that another call is about to take: programs know that
+// answer. The session could not give way, because its numbers stand in the environment of what is executed.
+template <class Next> int HookedDup(int from, int to, Next next) {
+    if (from != to && orxemu::IsSessionDescriptor(to)) {
+        errno = fcntl(from, F_GETFD) < 0 ? EBADF : EBUSY;
+        return -1;
+    }
+    const int fd = next();
+    if (from != to) {
+        orxemu::ForgetDescriptor(fd);
+    }
+    return fd;
+}
+
 __attribute__((constructor)) void Join() {
+    orxemu::OwnMemory();
+    pthread_atfork(nullptr, nullptr, orxemu::OwnMemory);
     orxemu::JoinSession();
 }
 
@@ -142,8 +161,27 @@ int close(int fd) {
         errno = EBADF;
         return -1;
     }
-    orxemu::ForgetDescriptor(fd);
-    return orxemu::NextClose(fd);
+    if (!orxemu::IsDeviceDescriptor(fd)) {
+        return orxemu::NextClose(fd);
+    }
+    pthread_testcancel();
+    return orxemu::CloseDevice(fd);
+}
+
+int close_range(unsigned first, unsigned last, int flags) noexcept {
+    return orxemu::CloseRange(first, last, flags);
+}
+
+void closefrom(int first) noexcept {
+    orxemu::CloseFrom(first);
+}
+
+int dup2(int from, int to) noexcept {
+    return HookedDup(from, to, [=] { return orxemu::NextDup2(from, to); });
+}
+
+int dup3(int from, int to, int flags) noexcept {
+    return HookedDup(from, to, [=] { return orxemu::NextDup3(from, to, flags); });
 }
 
 #pragma GCC visibility pop

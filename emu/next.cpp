@@ -13,16 +13,23 @@ using OpenAtFn = int (*)(int, const char *, int, ...);
 using FortifiedOpenAtFn = int (*)(int, const char *, int);
 using IoctlFn = int (*)(int, unsigned long, ...);
 using CloseFn = int (*)(int);
+using CloseRangeFn = int (*)(unsigned, unsigned, int);
+using CloseFromFn = void (*)(int);
+using Dup2Fn = int (*)(int, int);
+using Dup3Fn = int (*)(int, int, int);
 
-template <class Fn, class... Args> int CallNext(Fn &fn, const char *name, Args... args) {
+template <class Fn> bool FindNext(Fn &fn, const char *name) {
     if (fn == nullptr) {
         fn = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
     }
     if (fn == nullptr) {
         errno = ENOSYS;
-        return -1;
     }
-    return fn(args...);
+    return fn != nullptr;
+}
+
+template <class Fn, class... Args> int CallNext(Fn &fn, const char *name, Args... args) {
+    return FindNext(fn, name) ? fn(args...) : -1;
 }
 
 } // namespace
@@ -80,6 +87,28 @@ int NextIoctlTime64(int fd, unsigned long request, void *arg) {
 int NextClose(int fd) {
     static constinit CloseFn fn = nullptr;
     return CallNext(fn, "close", fd);
+}
+
+int NextCloseRange(unsigned first, unsigned last, int flags) {
+    static constinit CloseRangeFn fn = nullptr;
+    return CallNext(fn, "close_range", first, last, flags);
+}
+
+void NextCloseFrom(int first) {
+    static constinit CloseFromFn fn = nullptr;
+    if (FindNext(fn, "closefrom")) {
+        fn(first);
+    }
+}
+
+int NextDup2(int from, int to) {
+    static constinit Dup2Fn fn = nullptr;
+    return CallNext(fn, "dup2", from, to);
+}
+
+int NextDup3(int from, int to, int flags) {
+    static constinit Dup3Fn fn = nullptr;
+    return CallNext(fn, "dup3", from, to, flags);
 }
 
 } // namespace orxemu

@@ -19,6 +19,10 @@ int NextFortifiedOpenAt64(int folder, const char *path, int flags);
 int NextIoctl(int fd, unsigned long request, void *arg);
 int NextIoctlTime64(int fd, unsigned long request, void *arg);
 int NextClose(int fd);
+int NextCloseRange(unsigned first, unsigned last, int flags);
+void NextCloseFrom(int first);
+int NextDup2(int from, int to);
+int NextDup3(int from, int to, int flags);
 
 } // namespace orxemu
 

@@ -6,6 +6,7 @@
 
 #include "emu/session_memory.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -26,10 +27,14 @@ struct SessionDescriptor {
     unsigned long long inode;
 };
 
+// Errno of a session whose tool is of another version than this library.
+constexpr int kOtherLayout = EPROTO;
+
 constinit bool asked = false;
 constinit SessionMemory *memory = nullptr; // null outside a session
-constinit SessionDescriptor file = {};
-constinit SessionDescriptor channel = {};
+constinit int joinErr = 0;                 // why a session could not be joined
+constinit SessionDescriptor file = {-1, 0, 0};
+constinit SessionDescriptor channel = {-1, 0, 0};
 // The lock on the file holds off other processes only.
 constinit pthread_mutex_t threads = PTHREAD_MUTEX_INITIALIZER;
 
@@ -49,12 +54,18 @@ bool ParseNumbers(const char *text, unsigned long long (&numbers)[kSessionNumber
 // The program may have closed the descriptor, and opened something else since.
 bool IsThere(const SessionDescriptor &descriptor) {
     struct stat st;
-    return fstat(descriptor.fd, &st) == 0 && st.st_dev == descriptor.device && st.st_ino == descriptor.inode;
+    return descriptor.fd >= 0 && fstat(descriptor.fd, &st) == 0 && st.st_dev == descriptor.device &&
+           st.st_ino == descriptor.inode;
 }
 
+// Null with errno when it cannot be had.
 SessionMemory *Attach(int segment) {
     struct shmid_ds description;
-    if (shmctl(segment, IPC_STAT, &description) != 0 || description.shm_segsz != sizeof(SessionMemory)) {
+    if (shmctl(segment, IPC_STAT, &description) != 0) {
+        return nullptr;
+    }
+    if (description.shm_segsz != sizeof(SessionMemory)) {
+        errno = kOtherLayout;
         return nullptr;
     }
     void *attached = shmat(segment, nullptr, 0);
@@ -65,6 +76,7 @@ SessionMemory *Attach(int segment) {
     if (found->magic != kSessionMagic || found->layout != kSessionLayout ||
         found->size != sizeof(SessionMemory)) {
         shmdt(attached);
+        errno = kOtherLayout;
         return nullptr;
     }
     return found;
@@ -73,6 +85,7 @@ SessionMemory *Attach(int segment) {
 SessionMemory *FindMemory(const char *text) {
     unsigned long long numbers[kSessionNumbers];
     if (!ParseNumbers(text, numbers)) {
+        errno = EINVAL;
         return nullptr;
     }
     file = {static_cast<int>(numbers[1]), numbers[2], numbers[3]};
@@ -80,10 +93,10 @@ SessionMemory *FindMemory(const char *text) {
     return Attach(static_cast<int>(numbers[0]));
 }
 
-// F_WRLCK or F_UNLCK on the whole file.
-void SetFileLock(short type) {
+// F_WRLCK or F_UNLCK on the whole file. False when the lock is not to be had.
+bool SetFileLock(short type) {
     if (!IsThere(file)) {
-        return;
+        return false;
     }
     struct flock lock = {};
     lock.l_type = type;
@@ -92,37 +105,76 @@ void SetFileLock(short type) {
     do {
         result = fcntl(file.fd, F_SETLKW, &lock);
     } while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
-// A child of a thread must not begin with the lock of another one.
+sigset_t BlockSignals() {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    return before;
+}
+
+// How the thread that forks was before; the mutex keeps other threads away from it.
+struct Forking {
+    int cancellation;
+    sigset_t signals;
+};
+constinit Forking forking = {};
+
+// A child of a thread must not begin with the lock of another one. What a signal handler or the end of this
+// thread could do in between, it could not do with the mutex.
 void HoldThreads() {
+    Forking before;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before.cancellation);
+    before.signals = BlockSignals();
     pthread_mutex_lock(&threads);
+    forking = before;
 }
 void ReleaseThreads() {
+    const Forking before = forking;
     pthread_mutex_unlock(&threads);
+    pthread_sigmask(SIG_SETMASK, &before.signals, nullptr);
+    pthread_setcancelstate(before.cancellation, nullptr);
 }
 
-// A process that was stopped while it waits for room is interrupted when it goes on.
-bool Send(const msghdr &message, int flags) {
+// 0 or an errno. A process that was stopped while it waits for room is interrupted when it goes on.
+int Send(SessionMessage::Head head, const OrxEmuRequest &request, int flags) {
+    if (!IsThere(channel)) {
+        return EBADF;
+    }
+    iovec parts[] = {{&head, sizeof head}, {const_cast<OrxEmuRequest *>(&request), sizeof request}};
+    msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = sizeof parts / sizeof *parts;
     ssize_t sent;
     do {
-        sent = sendmsg(channel.fd, &message, flags);
+        sent = sendmsg(channel.fd, &message, flags | MSG_NOSIGNAL);
     } while (sent < 0 && errno == EINTR);
-    return sent >= 0;
+    return sent < 0 ? errno : 0;
 }
 
 void Report(SessionMessage::Head head, const OrxEmuRequest &request) {
     if (memory == nullptr) {
         return;
     }
-    iovec parts[] = {{&head, sizeof head}, {const_cast<OrxEmuRequest *>(&request), sizeof request}};
-    msghdr message = {};
-    message.msg_iov = parts;
-    message.msg_iovlen = sizeof parts / sizeof *parts;
-    const int flags = MSG_NOSIGNAL | (memory->lost != 0 ? MSG_DONTWAIT : 0);
-    if (!IsThere(channel) || !Send(message, flags)) {
-        ++memory->lost;
+    const bool waits = memory->unread == 0;
+    // Other failures are this process's own: it has closed its channel, say.
+    if (Send(head, request, waits ? 0 : MSG_DONTWAIT) == EAGAIN && waits) {
+        memory->unread = 1;
     }
+}
+
+// Once, and only when the process wants the device: what else a program starts need not join.
+void ReportNotJoined() {
+    static constinit std::atomic<bool> told = false;
+    if (joinErr == 0 || told.exchange(true)) {
+        return;
+    }
+    static constinit OrxEmuRequest request = {};
+    request.err = joinErr;
+    Send({MessageKind::NotJoined, FaultKind::None, 0}, request, 0);
 }
 
 } // namespace
@@ -135,6 +187,7 @@ void JoinSession() {
     }
     const int savedErrno = errno;
     memory = FindMemory(text);
+    joinErr = memory == nullptr ? errno : 0;
     errno = savedErrno;
     if (memory == nullptr) {
         TheHardware().missing = 1;
@@ -142,7 +195,6 @@ void JoinSession() {
     }
     pthread_atfork(HoldThreads, ReleaseThreads, ReleaseThreads);
     UseHardware(memory->hardware);
-    const HardwareLock lock;
     ++memory->joined;
 }
 
@@ -153,18 +205,27 @@ void CountDescriptors(int change) {
 }
 
 bool IsSessionDescriptor(int fd) {
-    return memory != nullptr && ((fd == file.fd && IsThere(file)) || (fd == channel.fd && IsThere(channel)));
+    return fd >= 0 && ((fd == file.fd && IsThere(file)) || (fd == channel.fd && IsThere(channel)));
+}
+
+int SessionDescriptorsInOrder(int (&fds)[kSessionDescriptors]) {
+    int num = 0;
+    for (const SessionDescriptor *descriptor :
+         {file.fd < channel.fd ? &file : &channel, file.fd < channel.fd ? &channel : &file}) {
+        if (IsThere(*descriptor)) {
+            fds[num++] = descriptor->fd;
+        }
+    }
+    return num;
 }
 
 HardwareLock::HardwareLock() {
     if (memory == nullptr) {
         return;
     }
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &signals_);
+    signals_ = BlockSignals();
     pthread_mutex_lock(&threads);
-    SetFileLock(F_WRLCK);
+    isHeld_ = SetFileLock(F_WRLCK);
 }
 
 HardwareLock::~HardwareLock() {
@@ -186,11 +247,19 @@ void ReportRequest(const OrxEmuRequest &request, FaultKind fault, bool recordRea
     Report({MessageKind::Request, fault, recordRead ? 1u : 0u}, request);
 }
 
-void ReportFailedOpen(int err) {
+void ReportFailedOpen(int err, FaultKind fault) {
+    if (memory == nullptr) {
+        ReportNotJoined();
+        return;
+    }
     static constinit OrxEmuRequest request = {}; // too large for the stack of a small thread
     request.err = err;
     ExpectReport();
-    Report({MessageKind::FailedOpen, FaultKind::None, 0}, request);
+    Report({MessageKind::FailedOpen, fault, 0}, request);
+}
+
+void CountUnserved() {
+    ++memory->unserved;
 }
 
 } // namespace orxemu

@@ -62,9 +62,9 @@ journal::LogEntry EntryOf(const SessionMessage &message) {
     entry.isOpen = message.head.kind == MessageKind::FailedOpen;
     entry.request = request.request;
     entry.err = request.err;
-    entry.fault = message.head.fault == FaultKind::FailRequest  ? journal::FaultMark::Fail
+    entry.fault = message.head.fault == FaultKind::None         ? journal::FaultMark::None
                   : message.head.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
-                                                                : journal::FaultMark::None;
+                                                                : journal::FaultMark::Fail;
     entry.recordRead = message.head.recordRead != 0;
     if (entry.recordRead) {
         entry.in.assign(request.in, request.in + request.recordSize);
@@ -97,6 +97,7 @@ class Run {
     bool CheckRest(bool settled);
     bool CloseLog();
     bool SaveState();
+    bool CheckServed();
     bool CheckJoined();
 
     const RunOptions &options_;
@@ -119,9 +120,11 @@ int Run::Do() {
     }
     const bool logClosed = CloseLog();
     const bool stateSaved = SaveState();
+    const bool served = CheckServed();
     const bool joined = CheckJoined();
     const int status = process.ExitStatus();
-    return status == 0 && !(settled && logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
+    return status == 0 && !(settled && logClosed && stateSaved && served && joined) ? kStatusRunTrouble
+                                                                                    : status;
 }
 
 void Run::LoadState() {
@@ -201,6 +204,8 @@ bool Run::ReadRest() {
     due_ = session_.memory().reports;
     while (Missing() != 0 && ReadMessages(1)) {
     }
+    // No message is due from a process that could not join; it may have told so behind the last one.
+    ReadMessages(kAtATime);
     return locked;
 }
 
@@ -228,8 +233,9 @@ bool Run::CloseLog() {
     if (!log_.IsOpen()) {
         return true;
     }
-    // Those of processes that died or stopped in the middle of a request are among them.
-    end_.lost = Missing();
+    // Those of processes that died or stopped in the middle of a request are among them, and those that came
+    // to nothing without the lock.
+    end_.lost = Missing() + session_.memory().unserved;
     end_.openDescriptors = static_cast<int>(session_.memory().openDescriptors);
     const bool closed = log_.Close(end_);
     if (!closed) {
@@ -253,6 +259,21 @@ bool Run::SaveState() {
     }
     Complain(problem.Text());
     return false;
+}
+
+bool Run::CheckServed() {
+    const bool served = session_.memory().unserved == 0;
+    if (!served) {
+        Complain("a process had closed the descriptors of the stand-in: the device was refused to it with " +
+                 journal::ErrnoName(ENODEV));
+    }
+    const int err = session_.joinErr();
+    if (err != 0) {
+        Complain(SystemTrouble(
+                     "a process found no device, because it could not reach what the session shares", err)
+                     .what());
+    }
+    return served && err == 0;
 }
 
 bool Run::CheckJoined() {

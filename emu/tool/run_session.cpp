@@ -113,7 +113,11 @@ bool Session::Receive(SessionMessage &message) {
     for (;;) {
         const ssize_t size = recv(receivingEnd_.get(), &message, sizeof message, MSG_DONTWAIT);
         if (size == static_cast<ssize_t>(sizeof message)) {
-            return true;
+            if (message.head.kind != MessageKind::NotJoined) {
+                return true;
+            }
+            joinErr_ = message.request.err;
+            continue;
         }
         if (size == 0) {
             hasSenders_ = false;

@@ -41,8 +41,10 @@ class Session {
 
     // Readable when a message waits, or all senders are gone.
     int channel() const { return receivingEnd_.get(); }
-    // False when no message waits.
+    // A request or an opening that failed; false when no message waits.
     bool Receive(SessionMessage &message);
+    // Why a process could not join and found no device, as far as Receive() has seen; 0: there was none.
+    int joinErr() const { return joinErr_; }
     // Whether processes that can send are left, as far as Receive() has seen.
     bool hasSenders() const { return hasSenders_; }
 
@@ -60,6 +62,7 @@ class Session {
     OwnedDescriptor sendingEnd_;
     OwnedDescriptor receivingEnd_;
     bool hasSenders_ = true;
+    int joinErr_ = 0;
 };
 
 } // namespace orxemu::tool

@@ -4,7 +4,7 @@
 //   request=N         the same with request number N and a record of zeros
 //   bad-record        the same with a record that cannot be read
 //   leave-open        opens the device and leaves it open
-//   in-child=STEP     does a step that has no value in a child, which ends without a last word
+//   in-child=STEP     does a step in a child, which ends without a last word
 //   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a
 //                     request that the hardware has taken, and lets the tool go on
 //   stop-in-request   the same with a process that is stopped there and goes on
@@ -19,7 +19,6 @@
 //   outlive=PATH      starts a process that has the standard streams closed, waits for PATH, sends a request
 //                     and creates PATH.done
 //   flood=PATH        starts a process that sends requests all the time until PATH is there
-//   flood-behind=PATH the same, without waiting for its turn
 //   wait=PATH         waits until PATH is there
 //   touch=PATH        creates PATH
 //   copy-input        copies standard input to standard output
@@ -33,6 +32,10 @@
 //   signal-group=N    sends one to all processes of its group
 //   exit=N            ends with that status
 //   quick-exit=N      the same without a last word
+//
+// Those in rough_steps.cpp besides.
+#include "tests/orxemu_run/device_user.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -51,13 +54,8 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
+namespace device_user {
 
-constexpr const char *kDevice = "/dev/pktorx";
-constexpr unsigned long kSetRlStatus = 39;
-constexpr int kDescriptors = 4096;
-
-// Errno, or 0.
 int Send(unsigned long request, void *record) {
     const int fd = open(kDevice, O_RDWR);
     if (fd < 0) {
@@ -72,11 +70,6 @@ int SendStatus(std::uint32_t status) {
     return Send(kSetRlStatus, &status);
 }
 
-int SendZeros(unsigned long request) {
-    std::vector<std::uint8_t> record(512);
-    return Send(request, record.data());
-}
-
 void Print(const std::string &text) {
     std::printf("%s\n", text.c_str());
     std::fflush(stdout);
@@ -84,6 +77,28 @@ void Print(const std::string &text) {
 
 void PrintOutcome(const std::string &what, int err) {
     Print(what + ": " + (err == 0 ? "ok" : strerrorname_np(err)));
+}
+
+void Touch(const std::string &path) {
+    close(open(path.c_str(), O_CREAT | O_WRONLY, 0666));
+}
+
+int NumberOfSession(SessionNumber which) {
+    const char *text = std::getenv("ORXEMU_SESSION");
+    for (int i = 0; i < which && text != nullptr; ++i) {
+        text = std::strchr(text, ',');
+        text = text != nullptr ? text + 1 : nullptr;
+    }
+    return text != nullptr ? std::atoi(text) : -1;
+}
+
+namespace {
+
+constexpr int kDescriptors = 4096;
+
+int SendZeros(unsigned long request) {
+    std::vector<std::uint8_t> record(512);
+    return Send(request, record.data());
 }
 
 bool SendMany(int count) {
@@ -151,18 +166,14 @@ int CloseAll(bool behind) {
     return closed;
 }
 
-// Behind the C library's back, like the numbers that a program is given by another one.
+// Behind the C library's back, which would keep the session's numbers.
 int CoverAll() {
     const int null = open("/dev/null", O_RDWR);
     int covered = 0;
     for (int fd = 3; fd < 1024; ++fd) {
-        covered += fd == null || dup2(null, fd) == fd ? 1 : 0;
+        covered += fd == null || syscall(SYS_dup3, null, fd, 0) == fd ? 1 : 0;
     }
     return covered;
-}
-
-void Touch(const std::string &path) {
-    close(open(path.c_str(), O_CREAT | O_WRONLY, 0666));
 }
 
 // With an end, for when the test has failed and removed its folder.
@@ -187,19 +198,12 @@ void Outlive(const std::string &path) {
     std::_Exit(0);
 }
 
-// The descriptor of the session's file, which the environment names behind the memory.
-int LockFile() {
-    const char *session = std::getenv("ORXEMU_SESSION");
-    const char *comma = session != nullptr ? std::strchr(session, ',') : nullptr;
-    return comma != nullptr ? std::atoi(comma + 1) : -1;
-}
-
 // The process that has the lock, or 0.
 pid_t LockHolder() {
     struct flock lock = {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
-    return fcntl(LockFile(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : 0;
+    return fcntl(NumberOfSession(kLockFile), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : 0;
 }
 
 // Behind the name in brackets stands the state, S for one that waits.
@@ -212,6 +216,12 @@ bool Sleeps(pid_t pid) {
     return bracket != nullptr && bracket[1] == ' ' && bracket[2] == 'S';
 }
 
+bool HasEnded(pid_t child) {
+    siginfo_t ended = {};
+    return waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           ended.si_pid == child;
+}
+
 // Stops the tool, and starts a process that sends more requests than there is room for. Who has the lock
 // waits for nothing but that room.
 pid_t StartBlockedSender() {
@@ -221,7 +231,7 @@ pid_t StartBlockedSender() {
     if (child == 0) {
         std::_Exit(SendMany(kMoreThanThereIsRoomFor) ? 0 : 1);
     }
-    while (LockHolder() != child || !Sleeps(child) || LockHolder() != child) {
+    while (!HasEnded(child) && (LockHolder() != child || !Sleeps(child) || LockHolder() != child)) {
         usleep(1000);
     }
     return child;
@@ -248,30 +258,11 @@ void StopInRequest() {
     Print(WIFEXITED(status) ? "went on" : "did not go on");
 }
 
-void HoldLock(const std::string &path) {
-    const pid_t child = fork();
-    if (child != 0) {
-        while (LockHolder() != child) {
-            usleep(1000);
-        }
-        return;
-    }
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    fcntl(LockFile(), F_SETLKW, &lock);
-    WaitFor(path);
-    std::_Exit(0);
-}
-
 // With requests that take the tool longer to read than to send; it ends with the test's folder, too.
-void Flood(const std::string &path, bool behind) {
+void Flood(const std::string &path) {
     const std::string folder = path.substr(0, path.rfind('/'));
     if (fork() != 0) {
         return;
-    }
-    if (behind) {
-        syscall(SYS_close, LockFile());
     }
     while (access(path.c_str(), F_OK) != 0 && access(folder.c_str(), F_OK) == 0) {
         UseTables(50);
@@ -320,11 +311,6 @@ void CopyInput() {
     std::fflush(stdout);
 }
 
-struct Step {
-    const char *name;
-    void (*run)(const std::string &value);
-};
-
 int Number(const std::string &text) {
     return std::stoi(text);
 }
@@ -352,8 +338,7 @@ constexpr Step kSteps[] = {
     {"tables", [](const std::string &v) { PrintFailures(FailedProcesses(UseTables, Number(v))); }},
     {"thread-tables", [](const std::string &v) { PrintFailures(FailedThreads(UseTables, Number(v))); }},
     {"outlive", Outlive},
-    {"flood", [](const std::string &v) { Flood(v, false); }},
-    {"flood-behind", [](const std::string &v) { Flood(v, true); }},
+    {"flood", Flood},
     {"wait", WaitFor},
     {"touch", Touch},
     {"copy-input", [](const std::string &) { CopyInput(); }},
@@ -373,34 +358,52 @@ constexpr Step kSteps[] = {
     {"quick-exit", [](const std::string &v) { std::_Exit(Number(v)); }},
 };
 
-// False when there is no such step.
-bool Do(std::string_view name, const std::string &value) {
-    for (const Step &step : kSteps) {
-        if (name == step.name) {
-            step.run(value);
-            return true;
-        }
-    }
-    return false;
-}
-
 void InChild(const std::string &step) {
     const pid_t child = fork();
     if (child == 0) {
-        std::_Exit(Do(step, "") ? 0 : 1);
+        std::_Exit(Do(step) ? 0 : 1);
     }
     waitpid(child, nullptr, 0);
 }
 
 } // namespace
 
+void HoldLock(const std::string &path) {
+    const pid_t child = fork();
+    if (child != 0) {
+        while (LockHolder() != child) {
+            usleep(1000);
+        }
+        return;
+    }
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    fcntl(NumberOfSession(kLockFile), F_SETLKW, &lock);
+    WaitFor(path);
+    std::_Exit(0);
+}
+
+bool Do(std::string_view word) {
+    const std::size_t equals = std::min(word.find('='), word.size());
+    const std::string value(equals < word.size() ? word.substr(equals + 1) : "");
+    for (const std::span<const Step> steps : {std::span<const Step>(kSteps), RoughSteps()}) {
+        for (const Step &step : steps) {
+            if (word.substr(0, equals) == step.name) {
+                step.run(value);
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace device_user
+
 int main(int argc, char **argv) {
     for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const std::size_t equals = std::min(word.find('='), word.size());
-        const std::string value = equals < word.size() ? word.substr(equals + 1) : "";
-        if (!Do(std::string_view(word).substr(0, equals), value)) {
-            std::fprintf(stderr, "no such step: %s\n", word.c_str());
+        if (!device_user::Do(argv[i])) {
+            std::fprintf(stderr, "no such step: %s\n", argv[i]);
             return 99;
         }
     }

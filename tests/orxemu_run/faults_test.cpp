@@ -55,12 +55,12 @@ TEST_F(FaultsTest, EveryKind) {
         {{"--fail-open", "1"},
          {"status=1", "status=1"},
          "status 1: EIO\nstatus 1: ok\n",
-         {"open EIO", "39 ok"},
+         {"open EIO fail", "39 ok"},
          1},
         {{"--fail-open", "2:ENODEV"},
          {"status=1", "status=0"},
          "status 1: ok\nstatus 0: ENODEV\n",
-         {"39 ok", "open ENODEV"},
+         {"39 ok", "open ENODEV fail"},
          1},
         {{"--fail-request", "set-rl-status"},
          {"request=38", "status=1", "status=1"},
@@ -77,7 +77,7 @@ TEST_F(FaultsTest, EveryKind) {
         {{"--fail", "4", "--fail-after", "2", "--fail-open", "3", "--fail-request", "set-rl-status:EPERM"},
          {"status=1", "status=1", "status=0", "status=0", "status=0"},
          "status 1: EPERM\nstatus 1: EIO\nstatus 0: EIO\nstatus 0: ok\nstatus 0: EIO\n",
-         {"39 EPERM fail", "39 EIO answer-lost", "open EIO", "39 ok", "39 EIO fail"},
+         {"39 EPERM fail", "39 EIO answer-lost", "open EIO fail", "39 ok", "39 EIO fail"},
          0},
     };
     for (const FaultRow &row : rows) {

@@ -33,7 +33,7 @@ TEST_F(OutlivingTest, ThoseThatSendAllTheTime) {
     Write(end, "");
 }
 
-// Nobody gets a turn, and some do not wait for their own. They are faster than the log, a pipe that is read
+// Nobody gets a turn, and some send what they have made up. They are faster than the log, a pipe that is read
 // from in small pieces, so that there is always another message.
 TEST_F(OutlivingTest, ThoseThatSendAllTheTimeWhileTheToolCannotHaveATurn) {
     ASSERT_EQ(mkfifo(Path("a.json").c_str(), 0600), 0);
@@ -41,7 +41,7 @@ TEST_F(OutlivingTest, ThoseThatSendAllTheTimeWhileTheToolCannotHaveATurn) {
     ASSERT_GE(log, 0);
     const std::string end = Path("end");
     Child child(RunWords({"--log", Path("a.json")}, {DEVICE_USER, "status=0", "hold-lock=" + end,
-                                                     "flood-behind=" + end, "flood-behind=" + end}),
+                                                     "flood-channel=" + end, "flood-channel=" + end}),
                 {});
     for (int i = 0; i < 12000 && !HasEnded(child); ++i) { // a minute is for a machine that is busy
         char piece[4096];

@@ -173,29 +173,36 @@ TEST_F(ProcessesTest, ClosingEverythingLeavesTheStandIn) {
     EXPECT_EQ(ReadLog("a.json").end.requests, 2u);
 }
 
-TEST_F(ProcessesTest, DescriptorsThatAreGoneCostTheLogOnly) {
+constexpr const char *kRefused = "orxemu: a process had closed the descriptors of the stand-in: the device "
+                                 "was refused to it with ENODEV\n";
+
+TEST_F(ProcessesTest, DescriptorsThatAreGoneCostTheDevice) {
     const Words steps = {"status=0", "close-all-behind", "status=1", "status=1"};
     const Outcome outcome = RunSteps({"--log", Path("a.json"), "--state", Path("s.json")}, steps);
-    EXPECT_EQ(outcome.out, "status 0: ok\nstatus 1: ok\nstatus 1: ok\n");
+    EXPECT_EQ(outcome.out, "status 0: ok\nstatus 1: ENODEV\nstatus 1: ENODEV\n");
     EXPECT_EQ(
         outcome.err,
         "orxemu: " + Path("a.json") +
             ": 2 requests are missing: a process had closed the descriptors of the stand-in or ended in "
-            "the middle of a request, or orxemu could not read them in time\n");
+            "the middle of a request, or orxemu could not read them in time\n" +
+            kRefused);
     EXPECT_EQ(outcome.status, 125);
     ExpectLost("a.json", 1, 2);
-    EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
-    EXPECT_EQ(RunSteps({"--state", Path("s.json")}, steps).status, 0) << "nobody asked for a log";
+    EXPECT_EQ(ReadState("s.json")->rlStatus, 0u);
+    EXPECT_EQ(RunSteps({"--state", Path("s.json")}, steps).err, kRefused) << "without a log, too";
 }
 
 // What a program has put under the numbers is its own, and is closed when it says so.
 TEST_F(ProcessesTest, OthersUnderTheNumbersAreLeftAlone) {
     const Outcome outcome =
-        RunSteps({"--state", Path("s.json")}, {"cover-all", "status=1", "close-all", "status=1"});
-    const std::string covered = outcome.out.substr(0, outcome.out.find('\n'));
-    EXPECT_EQ(covered.rfind("covered ", 0), 0u) << outcome.out;
-    EXPECT_EQ(outcome.out, covered + "\nstatus 1: ok\nclosed " + covered.substr(8) + "\nstatus 1: ok\n");
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
+        RunSteps({"--state", Path("s.json")}, {"status=1", "cover-all", "status=0", "close-all", "status=0"});
+    const std::size_t line = outcome.out.find("covered ");
+    ASSERT_NE(line, std::string::npos) << outcome.out;
+    const std::string number = outcome.out.substr(line + 8, outcome.out.find('\n', line) - line - 8);
+    EXPECT_EQ(outcome.out, "status 1: ok\ncovered " + number + "\nstatus 0: ENODEV\nclosed " + number +
+                               "\nstatus 0: ENODEV\n");
+    EXPECT_EQ(outcome.err, kRefused);
+    EXPECT_EQ(outcome.status, 125);
     EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
 }
 

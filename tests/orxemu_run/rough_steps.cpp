@@ -1,0 +1,284 @@
+// The steps that no program should be told to do:
+//
+//   close-range[=cloexec]    closes all descriptors from 3 on with close_range(), or has them closed by exec
+//   close-from               closes all descriptors from 3 on with closefrom()
+//   dup-over=lock|channel    puts /dev/null under the number of a descriptor of the session, by dup2 and dup3
+//   lose=lock|channel        closes a descriptor of the session behind the C library's back
+//   unheard                  loses the channel and sends a request
+//   lose-while-open          opens the device, loses the lock and sends a request; prints the outcome
+//   in-clone=STEP            does a step in a child that runs in this process's memory, like one of vfork()
+//   execute=STEP             does a step in a child that executes this program anew
+//   execute-as-nobody=STEP   the same as another user
+//   execute-elsewhere=STEP   the same with the session's memory under a number that nothing has
+//   cancel-open=PATH         another process has the lock until PATH is there; a thread that waits for it in
+//                            open() is cancelled, sends a request then, and opens the device once more
+//   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
+//   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
+//                            there, or its folder is not
+//   unread                   stops the tool, and sends until a request finds no room; then there is no limit
+//                            for the wait, and one more is sent
+#include "tests/orxemu_run/device_user.h"
+
+#include "emu/session_memory.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <grp.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace device_user {
+
+namespace {
+
+constexpr unsigned kFirst = 3;
+
+int OutcomeOf(int result) {
+    return result < 0 ? errno : 0;
+}
+
+int SessionDescriptor(const std::string &which) {
+    return NumberOfSession(which == "lock" ? kLockFile : kChannel);
+}
+
+// A step that waits for ever, because a lock was left behind, ends the program.
+void EndIfItHangs() {
+    constexpr unsigned kSeconds = 30;
+    alarm(kSeconds);
+}
+
+// --- Descriptors
+
+void CloseRange(const std::string &how) {
+    const int flags = how == "cloexec" ? static_cast<int>(CLOSE_RANGE_CLOEXEC) : 0;
+    PrintOutcome("close-range", OutcomeOf(close_range(kFirst, ~0U, flags)));
+}
+
+void CloseFrom() {
+    closefrom(static_cast<int>(kFirst));
+    Print("close-from");
+}
+
+void DupOver(const std::string &which) {
+    const int null = open("/dev/null", O_RDWR);
+    const int number = SessionDescriptor(which);
+    PrintOutcome("dup2", OutcomeOf(dup2(null, number)));
+    PrintOutcome("dup3", OutcomeOf(dup3(null, number, O_CLOEXEC)));
+    PrintOutcome("of nothing", OutcomeOf(dup2(-1, number)));
+    PrintOutcome("of itself", OutcomeOf(dup2(number, number)));
+    close(null);
+}
+
+void Lose(const std::string &which) {
+    syscall(SYS_close, SessionDescriptor(which));
+}
+
+void Unheard() {
+    Lose("channel");
+    SendStatus(1);
+}
+
+void LoseWhileOpen() {
+    const int fd = open(kDevice, O_RDWR);
+    Lose("lock");
+    std::uint32_t status = 1;
+    PrintOutcome("ioctl", OutcomeOf(ioctl(fd, kSetRlStatus, &status)));
+    close(fd);
+}
+
+// --- Children
+
+int DoInClone(void *step) {
+    return Do(*static_cast<std::string *>(step)) ? 0 : 1;
+}
+
+void InClone(const std::string &step) {
+    constexpr std::size_t kStackSize = 256 * 1024;
+    std::vector<char> stack(kStackSize);
+    std::string copy = step;
+    const pid_t child =
+        clone(DoInClone, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK | SIGCHLD, &copy);
+    waitpid(child, nullptr, 0);
+}
+
+void BecomeNobody() {
+    constexpr uid_t kNobody = 65534;
+    const bool became = setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0;
+    if (!became) {
+        std::perror("nobody");
+    }
+}
+
+void LoseMemory() {
+    const std::string session = std::getenv("ORXEMU_SESSION");
+    setenv("ORXEMU_SESSION", ("2147483647" + session.substr(session.find(','))).c_str(), 1);
+}
+
+void Execute(const std::string &step, void (*before)()) {
+    const pid_t child = fork();
+    if (child == 0) {
+        before();
+        execl(program_invocation_name, program_invocation_name, step.c_str(), nullptr);
+        std::perror(program_invocation_name);
+        std::_Exit(1);
+    }
+    waitpid(child, nullptr, 0);
+}
+
+// --- Threads that are cancelled
+
+// What a thread has come to.
+struct Course {
+    int fd = -1;
+    int err = -1;
+    bool isAtItsEnd = false;
+    bool isUnwound = false;
+};
+
+// A thread that is cancelled in open() leaves what stands around the call.
+class Unwound {
+  public:
+    explicit Unwound(Course &course) : course_(course) {}
+    Unwound(const Unwound &) = delete;
+    Unwound &operator=(const Unwound &) = delete;
+    ~Unwound() { course_.isUnwound = true; }
+
+  private:
+    Course &course_;
+};
+
+void *OpenTwice(void *argument) {
+    Course &course = *static_cast<Course *>(argument);
+    const Unwound unwound(course);
+    course.fd = open(kDevice, O_RDWR);
+    std::uint32_t status = 1;
+    course.err = OutcomeOf(ioctl(course.fd, kSetRlStatus, &status));
+    open(kDevice, O_RDWR);
+    course.isAtItsEnd = true;
+    return nullptr;
+}
+
+void *SendOnce(void *argument) {
+    Course &course = *static_cast<Course *>(argument);
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+    static std::uint32_t status = 1;
+    ioctl(course.fd, kSetRlStatus, &status);
+    pthread_testcancel();
+    course.isAtItsEnd = true;
+    return nullptr;
+}
+
+// Whether one of this process's threads waits for a lock of a file.
+bool WaitsForLock() {
+    const std::string waiting = " WRITE " + std::to_string(getpid()) + " ";
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != std::string::npos && line.find(waiting) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Cancel(void *(*run)(void *), Course &course, const std::string &path) {
+    EndIfItHangs();
+    HoldLock(path);
+    pthread_t thread;
+    pthread_create(&thread, nullptr, run, &course);
+    while (!WaitsForLock()) {
+        usleep(1000);
+    }
+    pthread_cancel(thread);
+    Touch(path);
+    // Its result does not tell: some C libraries forget it when a thread was cancelled anywhere.
+    pthread_join(thread, nullptr);
+    Print(course.isAtItsEnd ? "not cancelled" : "cancelled");
+}
+
+void CancelOpen(const std::string &path) {
+    Course course;
+    Cancel(OpenTwice, course, path);
+    PrintOutcome("open", course.fd < 0 ? EBADF : 0);
+    PrintOutcome("ioctl", course.err < 0 ? ECANCELED : course.err);
+    Print(course.isUnwound ? "unwound" : "not unwound");
+    close(course.fd);
+}
+
+void CancelIoctl(const std::string &path) {
+    Course course;
+    course.fd = open(kDevice, O_RDWR);
+    Cancel(SendOnce, course, path);
+    close(course.fd);
+}
+
+// --- A tool that does not read
+
+void SetPatience(timeval patience) {
+    setsockopt(NumberOfSession(kChannel), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+}
+
+void Unread() {
+    constexpr timeval kShort = {0, 50000};
+    constexpr timeval kForEver = {0, 0};
+    constexpr int kMoreThanThereIsRoomFor = 1000;
+    EndIfItHangs();
+    kill(getppid(), SIGSTOP);
+    SetPatience(kShort);
+    for (int i = 0; i < kMoreThanThereIsRoomFor; ++i) {
+        SendStatus(1);
+    }
+    SetPatience(kForEver);
+    PrintOutcome("unread", SendStatus(0));
+    kill(getppid(), SIGCONT);
+}
+
+void FloodChannel(const std::string &path) {
+    static orxemu::SessionMessage message = {};
+    message.head.kind = orxemu::MessageKind::Request;
+    message.request.request = kSetRlStatus;
+    const std::string folder = path.substr(0, path.rfind('/'));
+    if (fork() != 0) {
+        return;
+    }
+    while (access(path.c_str(), F_OK) != 0 && access(folder.c_str(), F_OK) == 0) {
+        send(NumberOfSession(kChannel), &message, sizeof message, MSG_NOSIGNAL);
+    }
+    std::_Exit(0);
+}
+
+constexpr Step kSteps[] = {
+    {"close-range", CloseRange},
+    {"close-from", [](const std::string &) { CloseFrom(); }},
+    {"dup-over", DupOver},
+    {"lose", Lose},
+    {"unheard", [](const std::string &) { Unheard(); }},
+    {"lose-while-open", [](const std::string &) { LoseWhileOpen(); }},
+    {"in-clone", InClone},
+    {"execute", [](const std::string &v) { Execute(v, [] {}); }},
+    {"execute-as-nobody", [](const std::string &v) { Execute(v, BecomeNobody); }},
+    {"execute-elsewhere", [](const std::string &v) { Execute(v, LoseMemory); }},
+    {"cancel-open", CancelOpen},
+    {"cancel-ioctl", CancelIoctl},
+    {"flood-channel", FloodChannel},
+    {"unread", [](const std::string &) { Unread(); }},
+};
+
+} // namespace
+
+std::span<const Step> RoughSteps() {
+    return kSteps;
+}
+
+} // namespace device_user
