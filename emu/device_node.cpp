@@ -7,6 +7,7 @@
 #include "emu/next.h"
 #include "emu/request_log.h"
 #include "emu/session.h"
+#include "emu/session_memory.h"
 #include "qirapi/driver/driver_records.h"
 
 #include <algorithm>
@@ -85,9 +86,6 @@ int TryOpen(int flags, int &fd) {
     return 0;
 }
 
-// What a process gets that has lost the lock of its session. It is no errno of a driver's answer.
-constexpr int kUnserved = ENODEV;
-
 // Errno, or 0.
 int OpenUnderLock(int flags, int &fd) {
     const HardwareLock lock;
@@ -161,8 +159,8 @@ bool IsDevicePath(const char *path) {
     if (err == 0) {
         return std::memcmp(beginning, qir::kPktOrxDevice, kSize) == 0;
     }
-    // A path that is shorter may end where memory ends, and a bad one is the kernel's to refuse. When it could
-    // not be looked at, for want of descriptors, say, it has to be a good one.
+    // A path that is shorter may end where memory ends, and a bad one is the kernel's to refuse. When it
+    // could not be looked at, for want of descriptors, say, it has to be a good one.
     return err != EFAULT && std::strcmp(path, qir::kPktOrxDevice) == 0;
 }
 

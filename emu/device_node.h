@@ -14,8 +14,8 @@ int OpenDevice(int flags);
 int IoctlDevice(int request, void *record);
 // 0, or -1 with errno, of a descriptor that is the device's.
 int CloseDevice(int fd);
-// The descriptor is no longer the device's; does nothing when it is not. Neither does either of them in a child
-// that runs in its parent's memory (vfork): what it closes are its own copies of what the parent has open.
+// The descriptors are no longer the device's; nothing happens to those that are not. A child that runs in its
+// parent's memory (vfork) closes copies of what the parent has open, which is why only its own are forgotten.
 void ForgetDescriptor(int fd);
 void ForgetDescriptors(unsigned first, unsigned last);
 // This process has the memory to itself: from the start, and after a fork.

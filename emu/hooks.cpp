@@ -59,8 +59,9 @@ template <class Next> int HookedIoctl(int fd, unsigned long request, void *arg, 
     return orxemu::IoctlDevice(static_cast<int>(request), arg);
 }
 
-// The number of a session's descriptor is refused as one that another call is about to take: programs know that
-// answer. The session could not give way, because its numbers stand in the environment of what is executed.
+// The number of a session's descriptor is refused as one that another call is about to take: programs know
+// that answer. The session could not give way, because its numbers stand in the environment of what is
+// executed.
 template <class Next> int HookedDup(int from, int to, Next next) {
     if (from != to && orxemu::IsSessionDescriptor(to)) {
         errno = fcntl(from, F_GETFD) < 0 ? EBADF : EBUSY;

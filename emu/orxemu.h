@@ -1,10 +1,11 @@
 // The stand-in for the ORX kernel driver, as tests see it.
 //
-// The shared library liborxemu stands in front of the C library's open, openat, ioctl and close. It takes the
-// device node "/dev/pktorx" and the descriptors it handed out for it; everything else passes through, and so
-// does what the kernel does to a descriptor of any kind (FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC). It keeps what
-// the hardware would hold, refuses what a sound driver would refuse (with an errno that says why), and keeps
-// a log of every request. A test that links it asks it what it holds and makes chosen requests fail.
+// The shared library liborxemu stands in front of the C library's open, openat, ioctl and close, and of what
+// else closes descriptors (close_range, closefrom, dup2, dup3). It takes the device node "/dev/pktorx" and
+// the descriptors it handed out for it; everything else passes through, and so does what the kernel does to a
+// descriptor of any kind (FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC). It keeps what the hardware would hold,
+// refuses what a sound driver would refuse (with an errno that says why), and keeps a log of every request. A
+// test that links it asks it what it holds and makes chosen requests fail.
 //
 // It knows the driver's records and nothing else of the library: it is the other side of the wire.
 //
@@ -22,6 +23,7 @@
 //           table other than -1, because EP tables have no requests
 //   ENOSPC  all indexes of the kind are in use
 //   EBUSY   activation of a rate limiter that is active
+//   ENODEV  the process has lost the lock of its session (emu/session.h); openings fail with it, too
 //
 // Everything else in table records, FCBs and forwarding records is the library's own bookkeeping or has
 // meaning only to the hardware: it is kept as it came. A PAC table may be deactivated while a flow uses it,

@@ -12,8 +12,9 @@
 
 namespace orxemu {
 
-// Joins the session that the environment names; further calls do nothing. When its memory is gone, has another
-// layout or is not for this user, the process has no device: one of its own would look like the session's.
+// Joins the session that the environment names; further calls do nothing. When its memory is gone, has
+// another layout or is not for this user, the process has no device: one of its own would look like the
+// session's.
 void JoinSession();
 
 // Descriptors of the device that this process has opened; negative: that it has closed again.
@@ -43,8 +44,8 @@ class HardwareLock {
 };
 
 // Messages to the tool, sent under the lock. A tool that is gone is no failure, and one that does not read
-// is waited for once, for as long as it has set. What was expected and does not come is missing: a message that
-// could not be sent, or a request whose process does not come as far as its report.
+// is waited for once, for as long as it has set. What was expected and does not come is missing: a message
+// that could not be sent, or a request whose process does not come as far as its report.
 void ExpectReport();
 void ReportRequest(const OrxEmuRequest &request, FaultKind fault, bool recordRead);
 void ReportFailedOpen(int err, FaultKind fault);

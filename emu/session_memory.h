@@ -13,9 +13,13 @@
 #include "emu/hardware.h"
 
 #include <atomic>
+#include <cerrno>
 #include <type_traits>
 
 namespace orxemu {
+
+// What a process gets that has lost the lock. It is not among the answers of the device.
+constexpr int kUnserved = ENODEV;
 
 constexpr const char *kSessionVariable = "ORXEMU_SESSION";
 constexpr int kSessionNumbers = 7;

@@ -265,7 +265,7 @@ bool Run::CheckServed() {
     const bool served = session_.memory().unserved == 0;
     if (!served) {
         Complain("a process had closed the descriptors of the stand-in: the device was refused to it with " +
-                 journal::ErrnoName(ENODEV));
+                 journal::ErrnoName(kUnserved));
     }
     const int err = session_.joinErr();
     if (err != 0) {
