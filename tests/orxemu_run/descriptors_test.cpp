@@ -22,11 +22,14 @@ TEST_F(DescriptorsTest, ClosingEverythingAtOnceLeavesTheStandIn) {
         std::string out;
     };
     const Row rows[] = {
-        {{"close-range", "status=1"}, "close-range: ok\nstatus 1: ok\n"},
-        {{"close-from", "status=1"}, "close-from\nstatus 1: ok\n"},
-        {{"in-clone=close-range", "status=1"}, "close-range: ok\nstatus 1: ok\n"},
-        {{"close-range=cloexec", "execute=status=1"}, "close-range: ok\nstatus 1: ok\n"},
-        {{"close-range", "execute=status=1"}, "close-range: ok\nstatus 1: ok\n"},
+        {{"close-range", "status=1"}, "close-range: ok\nleft 2\nstatus 1: ok\n"},
+        {{"close-from", "status=1"}, "left 2\nstatus 1: ok\n"},
+        {{"leave-open", "close-from", "status=1"}, "open: ok\nleft 2\nstatus 1: ok\n"},
+        {{"leave-open", "close-range=cloexec", "status=1"},
+         "open: ok\nclose-range: ok\nleft 2\nstatus 1: ok\n"},
+        {{"in-clone=close-range", "status=1"}, "close-range: ok\nleft 2\nstatus 1: ok\n"},
+        {{"close-range=cloexec", "execute=status=1"}, "close-range: ok\nleft 2\nstatus 1: ok\n"},
+        {{"close-range", "execute=status=1"}, "close-range: ok\nleft 2\nstatus 1: ok\n"},
     };
     for (const Row &row : rows) {
         const std::string name = Joined(row.steps);

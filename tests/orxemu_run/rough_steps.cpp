@@ -1,7 +1,8 @@
 // The steps that no program should be told to do:
 //
-//   close-range[=cloexec]    closes all descriptors from 3 on with close_range(), or has them closed by exec
-//   close-from               closes all descriptors from 3 on with closefrom()
+//   close-range[=cloexec]    closes all descriptors from 3 on with close_range(), or has them closed by exec;
+//                            prints the outcome and how many are left
+//   close-from               the same with closefrom()
 //   dup-over=lock|channel    puts /dev/null under the number of a descriptor of the session, by dup2 and dup3
 //   lose=lock|channel        closes a descriptor of the session behind the C library's back
 //   unheard                  loses the channel and sends a request
@@ -32,6 +33,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -53,22 +55,42 @@ int SessionDescriptor(const std::string &which) {
     return NumberOfSession(which == "lock" ? kLockFile : kChannel);
 }
 
-// A step that waits for ever, because a lock was left behind, ends the program.
+// A step that waits for ever, because a lock was left behind, ends the program, whose signals may wait, too.
 void EndIfItHangs() {
     constexpr unsigned kSeconds = 30;
-    alarm(kSeconds);
+    const pid_t tool = getppid();
+    const pid_t self = getpid();
+    if (fork() == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        sleep(kSeconds);
+        kill(tool, SIGCONT);
+        kill(self, SIGKILL);
+        std::_Exit(0);
+    }
 }
 
 // --- Descriptors
 
+// Descriptors from the first on that are open; those that exec closes do not count when that was asked for.
+int Left(int flags) {
+    constexpr int kDescriptors = 4096;
+    int left = 0;
+    for (int fd = static_cast<int>(kFirst); fd < kDescriptors; ++fd) {
+        const int marks = fcntl(fd, F_GETFD);
+        left += marks == 0 || (marks > 0 && flags == 0) ? 1 : 0;
+    }
+    return left;
+}
+
 void CloseRange(const std::string &how) {
     const int flags = how == "cloexec" ? static_cast<int>(CLOSE_RANGE_CLOEXEC) : 0;
     PrintOutcome("close-range", OutcomeOf(close_range(kFirst, ~0U, flags)));
+    Print("left " + std::to_string(Left(flags)));
 }
 
 void CloseFrom() {
     closefrom(static_cast<int>(kFirst));
-    Print("close-from");
+    Print("left " + std::to_string(Left(0)));
 }
 
 void DupOver(const std::string &which) {
