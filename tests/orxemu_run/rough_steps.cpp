@@ -269,7 +269,7 @@ void Unread() {
 void FloodChannel(const std::string &path) {
     static orxemu::SessionMessage message = {};
     message.head.kind = orxemu::MessageKind::Request;
-    message.request.request = kSetRlStatus;
+    message.request.request = static_cast<int>(kSetRlStatus);
     const std::string folder = path.substr(0, path.rfind('/'));
     if (fork() != 0) {
         return;
