@@ -31,8 +31,8 @@ PROGRAMS = [
 ]  # fmt: skip
 
 # Left out: docs, install, link and words look at what is built, not at what the library does; layout reads
-# debug information, which this build has none of, and finds what the pins beside the records find; journal
-# and the programs orxemu_* are about logs and the tool, which decodes records on its own.
+# debug information, which this build has none of: what the program can see of it is pinned beside the
+# records; journal and the programs orxemu_* are about logs and the tool, which decodes records on its own.
 
 # The rooms that a source file belongs to: their tests come first. The first row that fits counts.
 ROOMS = [
