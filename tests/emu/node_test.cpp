@@ -1,5 +1,6 @@
 // The device node and its descriptors, and what passes through to the C library.
 #include "tests/emu/emu_test.h"
+#include "tests/support/temp_folder.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -28,21 +29,14 @@ namespace {
 
 using EmuNodeTest = EmuTest;
 
-// A temporary file that goes away with the object.
 class TemporaryFile {
   public:
-    TemporaryFile() : fd_(mkstemp(path_)) { EXPECT_GE(fd_, 0) << std::strerror(errno); }
-    TemporaryFile(const TemporaryFile &) = delete;
-    TemporaryFile &operator=(const TemporaryFile &) = delete;
-    ~TemporaryFile() {
-        ::close(fd_);
-        ::unlink(path_);
-    }
-    const char *Path() const { return path_; }
+    TemporaryFile() { test::WriteFile(path_, ""); }
+    const char *Path() const { return path_.c_str(); }
 
   private:
-    char path_[32] = "orxemu_test_XXXXXX";
-    int fd_;
+    const test::TempFolder folder_;
+    const std::string path_ = folder_.File("file");
 };
 
 bool IsOpen(int fd) {
@@ -208,18 +202,14 @@ TEST_F(EmuNodeTest, OtherPathsFromAFolderPassThrough) {
     EXPECT_EQ(orxemu_numOpens(), 0u);
 
     const mode_t savedMask = ::umask(0);
-    std::string path;
-    {
-        const TemporaryFile file;
-        path = file.Path();
-    }
+    const test::TempFolder files;
+    const std::string path = files.File("new");
     const int created = ::openat(AT_FDCWD, path.c_str(), O_RDWR | O_CREAT | O_EXCL, 0604);
     ::umask(savedMask);
     struct stat status = {};
     EXPECT_EQ(::fstat(created, &status), 0);
     EXPECT_EQ(status.st_mode & 0777u, 0604u);
     EXPECT_EQ(::close(created), 0);
-    EXPECT_EQ(::unlink(path.c_str()), 0);
 }
 
 #if defined(__GLIBC__) && __TIMESIZE == 32
@@ -332,11 +322,8 @@ TEST_F(EmuNodeTest, OtherPathsPassThrough) {
 }
 
 TEST_F(EmuNodeTest, ModeOfACreatedFilePassesThrough) {
-    std::string path;
-    {
-        const TemporaryFile file;
-        path = file.Path();
-    }
+    const test::TempFolder files;
+    const std::string path = files.File("new");
     const mode_t savedMask = ::umask(0);
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL, 0640);
     ::umask(savedMask);
@@ -345,7 +332,6 @@ TEST_F(EmuNodeTest, ModeOfACreatedFilePassesThrough) {
     EXPECT_EQ(::fstat(fd, &status), 0);
     EXPECT_EQ(status.st_mode & 0777u, 0640u);
     EXPECT_EQ(::close(fd), 0);
-    EXPECT_EQ(::unlink(path.c_str()), 0);
 }
 
 TEST_F(EmuNodeTest, RequestsOfOtherDescriptorsPassThrough) {

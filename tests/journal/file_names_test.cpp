@@ -1,11 +1,10 @@
 // Paths that lead to one file, or to none, and what becomes of links when a file is written.
 #include "emu/journal/file_names.h"
 #include "emu/journal/state_file.h"
-#include "tests/journal/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
-using namespace journal_test;
 using namespace orxemu::journal;
 
 namespace fs = std::filesystem;
@@ -15,7 +14,7 @@ class JournalNames : public ::testing::Test {
     JournalNames() {
         fs::create_directory(folder_.File("folder"));
         fs::create_directory_symlink("folder", folder_.File("other"));
-        WriteText(folder_.File("folder/file"), "old");
+        test::WriteFile(folder_.File("folder/file"), "old");
         fs::create_symlink("folder/file", folder_.File("to file"));
         fs::create_symlink("folder/new", folder_.File("to new"));
         fs::create_symlink(folder_.File("to new"), folder_.File("to link"));
@@ -25,7 +24,7 @@ class JournalNames : public ::testing::Test {
         fs::create_symlink("circle b", folder_.File("circle a"));
         fs::create_symlink("circle a", folder_.File("circle b"));
     }
-    const TempFolder folder_;
+    const test::TempFolder folder_;
 };
 
 TEST_F(JournalNames, TheFileBehindLinksNeedNotBeThere) {
@@ -98,7 +97,7 @@ TEST_F(JournalNames, AtomicWritingMakesTheFileThatALinkLeadsTo) {
         Problem problem;
         EXPECT_TRUE(WriteFileAtomically(folder_.File(link), link, problem)) << problem.Text();
         EXPECT_TRUE(fs::is_symlink(folder_.File(link))) << link;
-        EXPECT_EQ(link, TextOf(file));
+        EXPECT_EQ(link, test::FileText(file));
         if (isNew) {
             fs::remove(file);
         }
@@ -110,14 +109,14 @@ TEST_F(JournalNames, AtomicWritingReplacesNoLinkThatLeadsNowhere) {
     const std::string rows[][2] = {{"to no folder", "No such file or directory"},
                                    {"into a file", "Not a directory"},
                                    {"circle a", "Too many levels of symbolic links"}};
-    const std::size_t before = folder_.NumFiles();
+    const std::size_t before = folder_.Names().size();
     for (const auto &[link, what] : rows) {
         Problem problem;
         EXPECT_FALSE(WriteFileAtomically(folder_.File(link), "new", problem)) << link;
         EXPECT_EQ(folder_.File(link) + ": cannot be written: " + what, problem.Text());
         EXPECT_TRUE(fs::is_symlink(folder_.File(link))) << link;
     }
-    EXPECT_EQ(before, folder_.NumFiles());
+    EXPECT_EQ(before, folder_.Names().size());
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Files on a disk that may be full, missing or somebody else's.
 #include "emu/journal/state_file.h"
 #include "tests/journal/sample_log.h"
-#include "tests/journal/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -40,9 +40,9 @@ void ExpectInChildWithLimit(rlim_t limit, const std::function<bool()> &body) {
 constexpr uid_t kNobody = 65534;
 
 TEST(JournalFiles, AFileIsReadWhole) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string contents = std::string("a\0b\r\n", 5) + std::string(200000, 'x');
-    WriteText(folder.File("f"), contents);
+    test::WriteFile(folder.File("f"), contents);
     std::string text = "old";
     Problem problem;
     EXPECT_TRUE(ReadFile(folder.File("f"), text, problem));
@@ -50,7 +50,7 @@ TEST(JournalFiles, AFileIsReadWhole) {
 }
 
 TEST(JournalFiles, AFileThatCannotBeReadIsAProblem) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     std::string text = "old";
     Problem problem;
     EXPECT_FALSE(ReadFile(folder.File("missing"), text, problem));
@@ -61,12 +61,12 @@ TEST(JournalFiles, AFileThatCannotBeReadIsAProblem) {
 }
 
 TEST(JournalFiles, AtomicWritingMakesAndReplacesTheFileAndLeavesNothingBeside) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     Problem problem;
     for (const std::string &text : {std::string("first\n"), std::string(100000, 'y'), std::string()}) {
         EXPECT_TRUE(WriteFileAtomically(folder.File("state"), text, problem)) << problem.Text();
-        EXPECT_EQ(text, TextOf(folder.File("state")));
-        EXPECT_EQ(1u, folder.NumFiles());
+        EXPECT_EQ(text, test::FileText(folder.File("state")));
+        EXPECT_EQ(1u, folder.Names().size());
     }
 }
 
@@ -77,7 +77,7 @@ unsigned ModeOf(const std::string &path) {
 }
 
 TEST(JournalFiles, AtomicWritingKeepsPermissionsAndHeedsTheMask) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     Problem problem;
     const mode_t before = umask(027);
     EXPECT_TRUE(WriteFileAtomically(folder.File("state"), "x", problem));
@@ -89,42 +89,42 @@ TEST(JournalFiles, AtomicWritingKeepsPermissionsAndHeedsTheMask) {
 }
 
 TEST(JournalFiles, AtomicWritingFollowsALink) {
-    const TempFolder folder;
-    WriteText(folder.File("real"), "old");
+    const test::TempFolder folder;
+    test::WriteFile(folder.File("real"), "old");
     ASSERT_EQ(0, symlink("real", folder.File("link").c_str()));
     Problem problem;
     EXPECT_TRUE(WriteFileAtomically(folder.File("link"), "new", problem)) << problem.Text();
-    EXPECT_EQ("new", TextOf(folder.File("real")));
+    EXPECT_EQ("new", test::FileText(folder.File("real")));
     EXPECT_TRUE(std::filesystem::is_symlink(folder.File("link")));
 }
 
 TEST(JournalFiles, AtomicWritingRemovesWhatAKilledWriterHasLeft) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string left = folder.File("state.orxemu-new");
-    WriteText(left, "half of a");
+    test::WriteFile(left, "half of a");
     ASSERT_EQ(0, link(left.c_str(), folder.File("other name").c_str()));
     Problem problem;
     EXPECT_TRUE(WriteFileAtomically(folder.File("state"), "new", problem)) << problem.Text();
-    EXPECT_EQ("new", TextOf(folder.File("state")));
+    EXPECT_EQ("new", test::FileText(folder.File("state")));
     EXPECT_FALSE(std::filesystem::exists(left));
-    EXPECT_EQ("half of a", TextOf(folder.File("other name"))) << "nothing is written into it";
+    EXPECT_EQ("half of a", test::FileText(folder.File("other name"))) << "nothing is written into it";
 }
 
 TEST(JournalFiles, WhatIsInTheWayIsLeft) {
-    const TempFolder folder;
-    WriteText(folder.File("state"), "old");
+    const test::TempFolder folder;
+    test::WriteFile(folder.File("state"), "old");
     ASSERT_EQ(0, symlink("elsewhere", folder.File("state.orxemu-new").c_str()));
     Problem problem;
     EXPECT_FALSE(WriteFileAtomically(folder.File("state"), "new", problem));
     EXPECT_EQ(folder.File("state") + ": cannot be written: Too many levels of symbolic links",
               problem.Text());
-    EXPECT_EQ("old", TextOf(folder.File("state")));
+    EXPECT_EQ("old", test::FileText(folder.File("state")));
     EXPECT_TRUE(std::filesystem::is_symlink(folder.File("state.orxemu-new")));
 }
 
 // Each finds the other's file in its way, again and again, and must never take it for its own.
 TEST(JournalFiles, WritersOfOneFileTakeTurns) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("state");
     constexpr int kWriters = 4;
     constexpr int kTimes = 100;
@@ -149,11 +149,11 @@ TEST(JournalFiles, WritersOfOneFileTakeTurns) {
         ASSERT_EQ(writer, waitpid(writer, &status, 0));
         EXPECT_EQ(0, status);
     }
-    EXPECT_EQ(1u, folder.NumFiles());
+    EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(JournalFiles, AtomicWritingReplacesRegularFilesOnly) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     ASSERT_EQ(0, mkfifo(folder.File("pipe").c_str(), 0600));
     Problem problem;
     EXPECT_FALSE(WriteFileAtomically(folder.File("pipe"), "new", problem));
@@ -161,20 +161,20 @@ TEST(JournalFiles, AtomicWritingReplacesRegularFilesOnly) {
     EXPECT_TRUE(std::filesystem::is_fifo(folder.File("pipe")));
     EXPECT_FALSE(WriteFileAtomically("/dev/null", "new", problem));
     EXPECT_EQ("/dev/null: cannot be written: it is no regular file", problem.Text());
-    EXPECT_EQ(1u, folder.NumFiles());
+    EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(JournalFiles, AtomicWritingIntoAMissingFolderIsAProblem) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     Problem problem;
     EXPECT_FALSE(WriteFileAtomically(folder.File("none/state"), "new", problem));
     EXPECT_EQ(folder.File("none/state") + ": cannot be written: No such file or directory", problem.Text());
 }
 
 TEST(JournalFiles, AtomicWritingIntoAReadOnlyFolderIsAProblem) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("state");
-    WriteText(path, "old");
+    test::WriteFile(path, "old");
     ASSERT_EQ(0, chmod(path.c_str(), 0666));
     ASSERT_EQ(0, chmod(folder.File("").c_str(), 0555));
     ExpectInChild([&path] {
@@ -183,26 +183,26 @@ TEST(JournalFiles, AtomicWritingIntoAReadOnlyFolderIsAProblem) {
         return (geteuid() != 0 || setuid(kNobody) == 0) && !WriteFileAtomically(path, "new", problem) &&
                problem.Text() == path + ": cannot be written: Permission denied";
     });
-    EXPECT_EQ("old", TextOf(path));
-    EXPECT_EQ(1u, folder.NumFiles());
+    EXPECT_EQ("old", test::FileText(path));
+    EXPECT_EQ(1u, folder.Names().size());
     ASSERT_EQ(0, chmod(folder.File("").c_str(), 0700));
 }
 
 TEST(JournalFiles, OnAFullDiskTheOldFileStays) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("state");
-    WriteText(path, "old");
+    test::WriteFile(path, "old");
     ExpectInChildWithLimit(1000, [&path] {
         Problem problem;
         return !WriteFileAtomically(path, std::string(5000, 'x'), problem) &&
                problem.Text() == path + ": cannot be written: File too large";
     });
-    EXPECT_EQ("old", TextOf(path));
-    EXPECT_EQ(1u, folder.NumFiles());
+    EXPECT_EQ("old", test::FileText(path));
+    EXPECT_EQ(1u, folder.Names().size());
 }
 
 TEST(JournalFiles, TheSignalOfAFullDiskIsAsItWasAfterwards) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("state");
     ExpectInChildWithLimit(1000, [&path] {
         Problem problem;
@@ -223,26 +223,26 @@ LogEntry Status() {
 }
 
 TEST(JournalLogWriter, WritesWhatIsReadAgain) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("log");
     LogWriter writer;
     EXPECT_FALSE(writer.IsOpen());
     ASSERT_TRUE(writer.Open(path, ByteOrder::Big)) << writer.problem().Text();
     EXPECT_TRUE(writer.IsOpen());
     std::string expected = LogHeadLine(ByteOrder::Big);
-    EXPECT_EQ(expected, TextOf(path));
+    EXPECT_EQ(expected, test::FileText(path));
     for (const LogEntry &entry : SampleEntries(ByteOrder::Big)) {
         writer.Write(entry);
     }
     // A line is in the file as soon as it is written.
-    EXPECT_NE(std::string::npos, TextOf(path).find("\"n\":12,"));
+    EXPECT_NE(std::string::npos, test::FileText(path).find("\"n\":12,"));
     EXPECT_TRUE(writer.Close(SampleEnd()));
     EXPECT_FALSE(writer.IsOpen());
-    EXPECT_EQ(Joined(SampleLines(ByteOrder::Big)), TextOf(path));
+    EXPECT_EQ(Joined(SampleLines(ByteOrder::Big)), test::FileText(path));
 }
 
 TEST(JournalLogWriter, AFileThatCannotBeCreatedIsAProblem) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     LogWriter writer;
     EXPECT_FALSE(writer.Open(folder.File("none/log"), kHostOrder));
     EXPECT_FALSE(writer.IsOpen());
@@ -253,7 +253,7 @@ TEST(JournalLogWriter, AFileThatCannotBeCreatedIsAProblem) {
 }
 
 TEST(JournalLogWriter, AfterTheFirstFailureNothingMoreIsWritten) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     const std::string path = folder.File("log");
     ExpectInChildWithLimit(400, [&path] {
         LogWriter writer;
@@ -261,12 +261,12 @@ TEST(JournalLogWriter, AfterTheFirstFailureNothingMoreIsWritten) {
         for (int i = 0; i < 20; ++i) {
             writer.Write(Status());
         }
-        const std::string written = TextOf(path);
+        const std::string written = test::FileText(path);
         const rlimit files = {RLIM_INFINITY, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &files);
         writer.Write(Status());
         good = good && !writer.Close({});
-        return good && written.size() == 400 && TextOf(path) == written &&
+        return good && written.size() == 400 && test::FileText(path) == written &&
                writer.problem().Text() == path + ": cannot be written: File too large";
     });
 }
@@ -282,17 +282,17 @@ TEST(JournalLogWriter, AFullDiskIsAProblemAtOnce) {
 }
 
 TEST(JournalLogWriter, AWriterMayBeUsedAgain) {
-    const TempFolder folder;
+    const test::TempFolder folder;
     LogWriter writer;
     for (const char *name : {"a", "b"}) {
         ASSERT_TRUE(writer.Open(folder.File(name), kHostOrder));
         writer.Write(Status());
         ASSERT_TRUE(writer.Close({.requests = 1, .failedOpens = 0, .openDescriptors = 0}));
     }
-    EXPECT_EQ(TextOf(folder.File("a")), TextOf(folder.File("b")));
+    EXPECT_EQ(test::FileText(folder.File("a")), test::FileText(folder.File("b")));
     Log log;
     Problem problem;
-    EXPECT_TRUE(ReadLog(TextOf(folder.File("b")), "b", log, problem)) << problem.Text();
+    EXPECT_TRUE(ReadLog(test::FileText(folder.File("b")), "b", log, problem)) << problem.Text();
 }
 
 } // namespace

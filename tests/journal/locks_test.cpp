@@ -1,7 +1,7 @@
 // File systems that have no locks, or locks of their own kind. The lock of this program stands in front of
 // the system's.
 #include "emu/journal/state_file.h"
-#include "tests/journal/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -30,7 +30,6 @@ extern "C" int LockInFront(int fd, int operation) noexcept {
 
 namespace {
 
-using namespace journal_test;
 using namespace orxemu::journal;
 
 class JournalLocks : public ::testing::Test {
@@ -40,7 +39,7 @@ class JournalLocks : public ::testing::Test {
     void ExpectWritten(const std::string &text) const {
         Problem problem;
         EXPECT_TRUE(WriteFileAtomically(State(), text, problem)) << problem.Text();
-        EXPECT_EQ(text, TextOf(State()));
+        EXPECT_EQ(text, test::FileText(State()));
     }
     void ExpectNotWritten(const std::string &what) const {
         Problem problem;
@@ -50,7 +49,7 @@ class JournalLocks : public ::testing::Test {
     std::string State() const { return folder_.File("state"); }
     std::string Left() const { return State() + ".orxemu-new"; }
 
-    const TempFolder folder_;
+    const test::TempFolder folder_;
 };
 
 constexpr int kNoLocks[] = {ENOLCK, EOPNOTSUPP, ENOSYS};
@@ -60,7 +59,7 @@ TEST_F(JournalLocks, WithoutThemAStateIsWritten) {
     for (const int err : kNoLocks) {
         lockErrno = err;
         ExpectWritten("with errno " + std::to_string(err));
-        EXPECT_EQ(1u, folder_.NumFiles()) << err;
+        EXPECT_EQ(1u, folder_.Names().size()) << err;
     }
     ASSERT_EQ(0, chmod(State().c_str(), 0604));
     ExpectWritten("again");
@@ -72,14 +71,14 @@ TEST_F(JournalLocks, WithoutThemAStateIsWritten) {
 // It may be a writer's that is at work: nobody knows. Further writers have other names.
 TEST_F(JournalLocks, WithoutThemNobodysFileIsTouched) {
     lockInstead = Fail;
-    WriteText(Left(), "half of a");
-    WriteText(Left() + "-" + std::to_string(getpid()), "half of one, too");
+    test::WriteFile(Left(), "half of a");
+    test::WriteFile(Left() + "-" + std::to_string(getpid()), "half of one, too");
     for (const int err : kNoLocks) {
         lockErrno = err;
         ExpectWritten("with errno " + std::to_string(err));
-        EXPECT_EQ("half of a", TextOf(Left()));
-        EXPECT_EQ("half of one, too", TextOf(Left() + "-" + std::to_string(getpid())));
-        EXPECT_EQ(3u, folder_.NumFiles()) << err;
+        EXPECT_EQ("half of a", test::FileText(Left()));
+        EXPECT_EQ("half of one, too", test::FileText(Left() + "-" + std::to_string(getpid())));
+        EXPECT_EQ(3u, folder_.Names().size()) << err;
     }
 }
 
@@ -94,9 +93,9 @@ int NeedsTheRightToWrite(int fd) {
 
 TEST_F(JournalLocks, WhatIsLeftIsLockedByADescriptorForWriting) {
     lockInstead = NeedsTheRightToWrite;
-    WriteText(Left(), "half of a");
+    test::WriteFile(Left(), "half of a");
     ExpectWritten("new");
-    EXPECT_EQ(1u, folder_.NumFiles()) << "what was left is gone";
+    EXPECT_EQ(1u, folder_.Names().size()) << "what was left is gone";
 }
 
 // While it lives somebody acts to whom files can be closed, which to root they cannot.
@@ -116,15 +115,15 @@ class AsNobody {
 
 TEST_F(JournalLocks, WhatIsLeftMayBeClosedToWriters) {
     const AsNobody nobody(folder_.File(""));
-    WriteText(Left(), "half of a");
+    test::WriteFile(Left(), "half of a");
     ASSERT_EQ(0, chmod(Left().c_str(), 0444));
     ExpectWritten("new");
-    EXPECT_EQ(1u, folder_.NumFiles());
+    EXPECT_EQ(1u, folder_.Names().size());
     lockInstead = NeedsTheRightToWrite;
-    WriteText(Left(), "half of a");
+    test::WriteFile(Left(), "half of a");
     ASSERT_EQ(0, chmod(Left().c_str(), 0444));
     ExpectWritten("newer");
-    EXPECT_EQ("half of a", TextOf(Left())) << "nobody knows whose it is";
+    EXPECT_EQ("half of a", test::FileText(Left())) << "nobody knows whose it is";
 }
 
 // The descriptor is not open any more when it is to be closed, and that is not what went wrong.
@@ -135,17 +134,17 @@ int FailAndSpoilTheDescriptor(int fd) {
 }
 
 TEST_F(JournalLocks, WhatWentWrongIsSaid) {
-    WriteText(State(), "old");
+    test::WriteFile(State(), "old");
     lockInstead = Fail;
     lockErrno = EIO;
     ExpectNotWritten("Input/output error");
     lockInstead = FailAndSpoilTheDescriptor;
     ExpectNotWritten("Input/output error");
-    EXPECT_EQ(1u, folder_.NumFiles()) << "nothing is left beside";
-    WriteText(Left(), "half of a");
+    EXPECT_EQ(1u, folder_.Names().size()) << "nothing is left beside";
+    test::WriteFile(Left(), "half of a");
     ExpectNotWritten("Input/output error");
-    EXPECT_EQ("old", TextOf(State()));
-    EXPECT_EQ("half of a", TextOf(Left()));
+    EXPECT_EQ("old", test::FileText(State()));
+    EXPECT_EQ("half of a", test::FileText(Left()));
 }
 
 } // namespace

@@ -3,13 +3,11 @@
 #include "emu/tool/summary.h"
 #include "tests/orxemu_replay/replay_test.h"
 #include "tests/support/child_process.h"
+#include "tests/support/temp_folder.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -23,26 +21,12 @@ using test::ChildResult;
 
 class ReplayToolTest : public ReplayTest {
   protected:
-    void SetUp() override {
-        ReplayTest::SetUp();
-        std::string folder = (std::filesystem::temp_directory_path() / "replayXXXXXX").string();
-        ASSERT_NE(mkdtemp(folder.data()), nullptr) << folder;
-        folder_ = folder;
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(folder_);
-        ReplayTest::TearDown();
-    }
-
-    std::string Path(const std::string &name) const { return folder_ + "/" + name; }
+    std::string Path(const std::string &name) const { return folder_.File(name); }
     std::string Write(const std::string &name, const std::string &text) const {
-        std::ofstream(Path(name), std::ios::binary) << text;
+        test::WriteFile(Path(name), text);
         return Path(name);
     }
-    std::string Contents(const std::string &name) const {
-        std::ifstream file(Path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Contents(const std::string &name) const { return test::FileText(Path(name)); }
     bool Exists(const std::string &name) const { return std::filesystem::exists(Path(name)); }
 
     // `path` in front of what is expected of a message about a file.
@@ -58,7 +42,7 @@ class ReplayToolTest : public ReplayTest {
     static std::string SessionState() { return orxemu::journal::StateText(*orxemu_state()); }
 
   private:
-    std::string folder_;
+    const test::TempFolder folder_;
 };
 
 TEST_F(ReplayToolTest, ReplaysOnTheStandIn) {

@@ -102,10 +102,10 @@ struct ProgramRow {
 };
 
 TEST_F(ArgumentsTest, ProgramCannotBeRun) {
-    Write(Path("plain"), "echo no\n");
-    Write(Path("script"), "#!/nowhere/interpreter\n");
+    WriteFile(Path("plain"), "echo no\n");
+    WriteFile(Path("script"), "#!/nowhere/interpreter\n");
     fs::permissions(Path("script"), fs::perms::owner_all);
-    Write(Path("nothing executable"), "echo no\n");
+    WriteFile(Path("nothing executable"), "echo no\n");
     fs::permissions(Path("nothing executable"), fs::perms::owner_all);
     std::vector<ProgramRow> rows = {
         {Path("nothing"), 127, Path("nothing") + " is not there, or not in PATH\n"},
@@ -130,7 +130,7 @@ TEST_F(ArgumentsTest, ProgramCannotBeRun) {
 
 // The bytes of a program's head in the other byte order of this machine, or with another word size.
 std::string OtherHead(std::size_t offset, char from, char to) {
-    std::string head = Contents(DEVICE_USER).substr(0, 4096);
+    std::string head = FileText(DEVICE_USER).substr(0, 4096);
     head[offset] = head[offset] == from ? to : from;
     return head;
 }
@@ -139,7 +139,7 @@ TEST_F(EmulatorTest, ProgramOfAnotherProcessorIsRefused) {
     constexpr std::size_t kWordSize = 4;
     constexpr std::size_t kByteOrder = 5;
     for (const std::size_t offset : {kWordSize, kByteOrder}) {
-        Write(Path("other"), OtherHead(offset, 1, 2));
+        WriteFile(Path("other"), OtherHead(offset, 1, 2));
         fs::permissions(Path("other"), fs::perms::owner_all);
         const Outcome outcome = Finished(RunWords({}, {Path("other")}));
         EXPECT_EQ(outcome.status, 126);
@@ -149,7 +149,7 @@ TEST_F(EmulatorTest, ProgramOfAnotherProcessorIsRefused) {
 }
 
 TEST_F(EmulatorTest, LibraryOfTheOtherByteOrderIsRefused) {
-    Write(Path("lib.so"), OtherHead(5, 1, 2));
+    WriteFile(Path("lib.so"), OtherHead(5, 1, 2));
     const Outcome outcome = RunSteps({"--library", Path("lib.so")}, {});
     EXPECT_EQ(outcome.status, 125);
     EXPECT_NE(outcome.err.find("-endian: use the orxemu that was built with it\n"), std::string::npos)
@@ -161,7 +161,7 @@ Outcome WithEmulator(const std::string &emulator, const std::string &program) {
 }
 
 TEST_F(EmulatorTest, RefusedOnes) {
-    Write(Path("script"), "#!/bin/sh\n");
+    WriteFile(Path("script"), "#!/bin/sh\n");
     fs::permissions(Path("script"), fs::perms::owner_all);
     const Outcome script = WithEmulator("env", Path("script"));
     EXPECT_EQ(script.status, 126);
@@ -183,12 +183,12 @@ TEST_F(EmulatorTest, GetsItsWordsAndTheVariable) {
     if (Emulated()) {
         GTEST_SKIP() << "the real one runs every other test";
     }
-    Write(Path("my emulator"), "#!/bin/sh\n"
-                               "printf '<%s>' \"$1\" \"$2\"; shift 2\n"
-                               "echo \" $LD_PRELOAD\"\n"
-                               "echo \"$QEMU_SET_ENV\"\n"
-                               "export \"${QEMU_SET_ENV#A=1,}\"\n"
-                               "exec \"$@\"\n");
+    WriteFile(Path("my emulator"), "#!/bin/sh\n"
+                                   "printf '<%s>' \"$1\" \"$2\"; shift 2\n"
+                                   "echo \" $LD_PRELOAD\"\n"
+                                   "echo \"$QEMU_SET_ENV\"\n"
+                                   "export \"${QEMU_SET_ENV#A=1,}\"\n"
+                                   "exec \"$@\"\n");
     fs::permissions(Path("my emulator"), fs::perms::owner_all);
     Conditions conditions;
     conditions.environment = {"QEMU_SET_ENV=A=1"};

@@ -112,7 +112,7 @@ TEST_F(DescriptorsTest, HardwareIsNotUsedWithoutTheLock) {
         EXPECT_NE(outcome.err.find(told), std::string::npos) << name << outcome.err;
         orxemu::journal::Log log;
         orxemu::journal::Problem problem;
-        EXPECT_FALSE(orxemu::journal::ReadLog(Contents(Path("a.json")), "a.json", log, problem)) << name;
+        EXPECT_FALSE(orxemu::journal::ReadLog(FileText(Path("a.json")), "a.json", log, problem)) << name;
         EXPECT_EQ(log.entries.size(), row.requests) << name;
         EXPECT_EQ(log.end.lost, row.refused) << name;
     }

@@ -92,10 +92,10 @@ TEST_P(ElfTest, LoaderIsAskedForOrNot) {
         {"empty", "", false},
     };
     for (const Row &row : rows) {
-        Write(Path("program"), row.text);
+        WriteFile(Path("program"), row.text);
         EXPECT_EQ(tool::IsStatic(Path("program")), row.isStatic) << row.name;
     }
-    Write(Path("program"), dynamic);
+    WriteFile(Path("program"), dynamic);
     const auto kind = tool::ElfKindOf(Path("program"));
     ASSERT_TRUE(kind.has_value());
     EXPECT_EQ(kind->wordSize, wordSize);

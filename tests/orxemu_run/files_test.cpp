@@ -88,10 +88,10 @@ TEST_F(LogTest, FullDiskDoesNotHarmTheProgram) {
     Conditions conditions;
     conditions.fileLimit = 8192;
     const Outcome outcome = RunOrxtest({"--log", Path("a.json")}, 3, conditions);
-    EXPECT_EQ(outcome.out, Contents(GOLDENS_DIR "/standin_test3.txt"));
+    EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
     EXPECT_EQ(outcome.err, "orxemu: " + Path("a.json") + ": cannot be written: File too large\n");
     EXPECT_EQ(outcome.status, 125);
-    EXPECT_LE(Contents(Path("a.json")).size(), conditions.fileLimit);
+    EXPECT_LE(FileText(Path("a.json")).size(), conditions.fileLimit);
     EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"processes=10", "exit=3"}, conditions).status, 3)
         << "the program's own failure comes first";
 }
@@ -125,9 +125,9 @@ TEST_F(StateTest, StateIsWrittenWhenTheProgramFails) {
 
 TEST_F(StateTest, StateStaysWhenNothingHasRun) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
-    const std::string before = Contents(Path("s.json"));
+    const std::string before = FileText(Path("s.json"));
     EXPECT_EQ(Finished(RunWords({"--state", Path("s.json")}, {Path("nothing")})).status, 127);
-    EXPECT_EQ(Contents(Path("s.json")), before);
+    EXPECT_EQ(FileText(Path("s.json")), before);
 }
 
 struct BadFile {
@@ -137,8 +137,8 @@ struct BadFile {
 
 TEST_F(StateTest, DamagedOrForeignStateIsRefusedAndLeft) {
     ASSERT_EQ(RunOrxtest({"--state", Path("good"), "--log", Path("log")}, 3).status, 0);
-    const std::string good = Contents(Path("good"));
-    const std::string log = Contents(Path("log"));
+    const std::string good = FileText(Path("good"));
+    const std::string log = FileText(Path("log"));
     std::string edited = good;
     edited.replace(edited.find("\"rlStatus\":0"), 12, "\"rlStatus\":x");
     const BadFile files[] = {
@@ -152,13 +152,13 @@ TEST_F(StateTest, DamagedOrForeignStateIsRefusedAndLeft) {
         {"zeros", std::string(5000, '\0')},
     };
     for (const BadFile &file : files) {
-        Write(Path("bad"), file.text);
+        WriteFile(Path("bad"), file.text);
         const Outcome outcome = RunSteps({"--state", Path("bad"), "--log", Path("new")}, {"error=ran"});
         EXPECT_EQ(outcome.status, 125) << file.name;
         EXPECT_EQ(outcome.err.rfind("orxemu: " + Path("bad") + ":", 0), 0u)
             << file.name << ": " << outcome.err;
         EXPECT_EQ(outcome.err.find("ran"), std::string::npos) << file.name;
-        EXPECT_EQ(Contents(Path("bad")), file.text) << file.name;
+        EXPECT_EQ(FileText(Path("bad")), file.text) << file.name;
         EXPECT_FALSE(fs::exists(Path("new"))) << file.name << ": the log of an earlier run would be gone";
     }
 }
@@ -183,39 +183,39 @@ TEST_F(StateTest, PlacesThatCannotBe) {
 TEST_F(StateTest, LogAndStateAreTwoFiles) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {}).status, 0);
     fs::create_symlink("s.json", Path("link"));
-    const std::string before = Contents(Path("s.json"));
+    const std::string before = FileText(Path("s.json"));
     for (const char *log : {"s.json", "link"}) {
         const Outcome outcome = RunSteps({"--state", Path("s.json"), "--log", Path(log)}, {"error=ran"});
         EXPECT_EQ(outcome.status, 125) << log;
         EXPECT_EQ(outcome.err, "orxemu: --log and --state are the same file\n") << log;
     }
-    EXPECT_EQ(Contents(Path("s.json")), before);
+    EXPECT_EQ(FileText(Path("s.json")), before);
 }
 
 TEST_F(StateTest, FullDiskLeavesTheOldState) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
-    const std::string before = Contents(Path("s.json"));
+    const std::string before = FileText(Path("s.json"));
     Conditions conditions;
     conditions.fileLimit = 8192;
     const Outcome outcome = RunOrxtest({"--state", Path("s.json")}, 3, conditions);
-    EXPECT_EQ(outcome.out, Contents(GOLDENS_DIR "/standin_test3.txt"));
+    EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
     EXPECT_EQ(outcome.err, "orxemu: " + Path("s.json") + ": cannot be written: File too large\n");
     EXPECT_EQ(outcome.status, 125);
-    EXPECT_EQ(Contents(Path("s.json")), before);
+    EXPECT_EQ(FileText(Path("s.json")), before);
     EXPECT_EQ(Files(), Words({"s.json"}));
 }
 
 // Killed in the middle of the file, when it is whole, and in front of the moment that makes it the state.
 TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
-    const std::string before = Contents(Path("s.json"));
+    const std::string before = FileText(Path("s.json"));
     for (const char *call : {"write", "fsync", "rename"}) {
         Conditions conditions;
         conditions.environment = {std::string("KILL_AT=") + call,
                                   std::string(Emulated() ? "QEMU_SET_ENV=" : "") +
                                       "LD_PRELOAD=" KILLER_PRELOAD};
         EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3, conditions).status, kKilled + SIGKILL) << call;
-        EXPECT_EQ(Contents(Path("s.json")), before) << call;
+        EXPECT_EQ(FileText(Path("s.json")), before) << call;
         EXPECT_EQ(Files(), Words({"s.json", "s.json.orxemu-new"})) << call;
     }
     EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
@@ -225,7 +225,7 @@ TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {
 
 TEST_F(SummaryTest, WhatAScenarioLeaves) {
     const Outcome outcome = RunOrxtest({"--summary"}, 3);
-    EXPECT_EQ(outcome.out, Contents(GOLDENS_DIR "/standin_test3.txt"));
+    EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
     EXPECT_EQ(outcome.err, kSummaryOfTest3);
     EXPECT_EQ(outcome.status, 0);
 }
@@ -246,7 +246,7 @@ TEST_F(SummaryTest, Settings) {
         state->flow[flow].epTblIdx = -1;
     }
     state->rl[1][4].active = 1;
-    Write(Path("s.json"), orxemu::journal::StateText(*state));
+    WriteFile(Path("s.json"), orxemu::journal::StateText(*state));
     const Outcome outcome = RunSteps({"--state", Path("s.json"), "--summary"}, {"status=1"});
     EXPECT_EQ(outcome.err, "what the hardware holds     active   of  indexes\n"
                            "AS tables                        0   16  -\n"

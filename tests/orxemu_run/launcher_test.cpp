@@ -35,7 +35,7 @@ TEST_F(LauncherTest, WhatItStartsIsOnTheStandIn) {
 }
 
 TEST_F(LauncherTest, MayRunAScript) {
-    Write(Path("script"), std::string("#!" STATIC_LAUNCHER " " DEVICE_USER "\n"));
+    WriteFile(Path("script"), std::string("#!" STATIC_LAUNCHER " " DEVICE_USER "\n"));
     std::filesystem::permissions(Path("script"), std::filesystem::perms::owner_all);
     // The script's own name comes as a word behind the program's, and is no step of it.
     const Outcome outcome = Finished(RunWords({"--launcher"}, {Path("script"), "status=1"}));

@@ -43,12 +43,12 @@ Interpreter InterpreterIn(const std::string &program) {
 class LoadingTest : public RunTest {
   protected:
     void WriteProgram(const std::string &name, const std::string &text) const {
-        Write(Path(name), text);
+        WriteFile(Path(name), text);
         fs::permissions(Path(name), fs::perms::owner_all | fs::perms::others_all);
     }
     // A copy of the program that names no loader.
     void WriteStatic(const std::string &name) const {
-        std::string program = Contents(DEVICE_USER);
+        std::string program = FileText(DEVICE_USER);
         const std::size_t type = InterpreterIn(program).header;
         const std::uint32_t none = PT_NULL;
         std::memcpy(program.data() + type, &none, sizeof none);
@@ -76,7 +76,7 @@ TEST_F(LoadingTest, ScriptIsLookedAtByWhatRunsIt) {
     for (const char *script : {"script", "script of a script"}) {
         ExpectRefused(Path(script), Path("static") + ", which runs " + Path(script) + "," + kIsStatic);
     }
-    std::string other = Contents(DEVICE_USER).substr(0, 4096);
+    std::string other = FileText(DEVICE_USER).substr(0, 4096);
     other[EI_DATA] = other[EI_DATA] == ELFDATA2LSB ? ELFDATA2MSB : ELFDATA2LSB;
     WriteProgram("other", other);
     WriteProgram("script", "#!" + Path("other"));
@@ -103,7 +103,7 @@ TEST_F(LoadingTest, LoaderItself) {
     if (Emulated()) {
         GTEST_SKIP() << "the emulator looks for it under another path";
     }
-    const std::string loader = InterpreterIn(Contents(DEVICE_USER)).name;
+    const std::string loader = InterpreterIn(FileText(DEVICE_USER)).name;
     const Outcome outcome = Finished(RunWords({}, {loader, DEVICE_USER, "status=1"}));
     EXPECT_EQ(outcome.out, "status 1: ok\n");
     EXPECT_EQ(outcome.err, "");
@@ -143,7 +143,7 @@ TEST_F(LoadingTest, ProgramWithMoreRights) {
          false},
     };
     for (const Row &row : rows) {
-        WriteProgram("program", Contents(DEVICE_USER));
+        WriteProgram("program", FileText(DEVICE_USER));
         ASSERT_EQ(chown(Path("program").c_str(), row.owner, row.ownerGroup), 0) << row.name;
         fs::permissions(Path("program"), row.permissions);
         if (row.refused) {

@@ -30,7 +30,7 @@ TEST_F(OutlivingTest, ThoseThatSendAllTheTime) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(ReadLog("a.json").end.lost, 0u);
     ReadState("s.json");
-    Write(end, "");
+    WriteFile(end, "");
 }
 
 // Nobody gets a turn, and some send what they have made up. They are faster than the log, a pipe that is read
@@ -50,7 +50,7 @@ TEST_F(OutlivingTest, ThoseThatSendAllTheTimeWhileTheToolCannotHaveATurn) {
     }
     ASSERT_TRUE(HasEnded(child)) << "the tool reads without end";
     close(log);
-    Write(end, "");
+    WriteFile(end, "");
     const Outcome outcome = child.Finish();
     EXPECT_EQ(outcome.err.rfind("orxemu: a process that outlives " DEVICE_USER
                                 " stays in the middle of a request: what the hardware holds may not be "

@@ -38,10 +38,10 @@ TEST_F(PlacesTest, LogAndStateThatWouldBecomeOneFile) {
 TEST_F(PlacesTest, LogAndStateThatAreOneFileByAnotherName) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {}).status, 0);
     fs::create_hard_link(Path("s.json"), Path("hard"));
-    const std::string before = Contents(Path("s.json"));
+    const std::string before = FileText(Path("s.json"));
     const Outcome outcome = RunSteps({"--log", Path("hard"), "--state", Path("s.json")}, {"error=ran"});
     EXPECT_EQ(outcome.err, "orxemu: --log and --state are the same file\n");
-    EXPECT_EQ(Contents(Path("s.json")), before);
+    EXPECT_EQ(FileText(Path("s.json")), before);
 }
 
 TEST_F(PlacesTest, TwoFilesAreNotTakenForOne) {

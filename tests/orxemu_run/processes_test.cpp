@@ -16,7 +16,7 @@ class ProcessesTest : public RunTest {
     void ExpectLost(const std::string &name, std::size_t requests, std::uint32_t lost) const {
         orxemu::journal::Log log;
         orxemu::journal::Problem problem;
-        EXPECT_FALSE(orxemu::journal::ReadLog(Contents(Path(name)), name, log, problem));
+        EXPECT_FALSE(orxemu::journal::ReadLog(FileText(Path(name)), name, log, problem));
         EXPECT_EQ(problem.Text(), name + ":" + std::to_string(requests + 2) +
                                       ": requests that are missing in this log: " + std::to_string(lost));
         EXPECT_EQ(log.entries.size(), requests);
@@ -102,7 +102,7 @@ TEST_F(ProcessesTest, DeathInTheMiddleOfARequestIsTold) {
         << outcome.err;
     EXPECT_EQ(outcome.status, 125);
     // How many there is room for in the channel is the system's affair.
-    const std::string log = Contents(Path("a.json"));
+    const std::string log = FileText(Path("a.json"));
     const auto lines = static_cast<std::size_t>(std::count(log.begin(), log.end(), '\n'));
     ExpectLost("a.json", lines - 2, 1);
 }
@@ -123,7 +123,7 @@ TEST_F(ProcessesTest, ProcessThatStaysInARequestIsTold) {
                            " stays in the middle of a request: what the hardware holds may not be whole\n");
     EXPECT_EQ(outcome.status, 125);
     EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
-    Write(end, "");
+    WriteFile(end, "");
 }
 
 TEST_F(ProcessesTest, RunInARunHasAHardwareOfItsOwn) {

@@ -57,7 +57,7 @@ TEST_F(ProgramTest, OrxtestPrintsWhatItPrintsOnTheStandIn) {
     for (int test = 0; test <= 5; ++test) {
         const Outcome outcome = RunOrxtest({}, test);
         EXPECT_EQ(outcome.out,
-                  Contents(std::string(GOLDENS_DIR "/standin_test") + std::to_string(test) + ".txt"));
+                  FileText(std::string(GOLDENS_DIR "/standin_test") + std::to_string(test) + ".txt"));
         EXPECT_EQ(outcome.err, "");
         EXPECT_EQ(outcome.status, 0) << "test " << test;
     }
@@ -189,7 +189,7 @@ TEST_F(ProgramTest, ToolThatIsKilledDoesNotHarmTheProgram) {
     AwaitOutput(child, "ready");
     kill(child.pid(), SIGKILL);
     EXPECT_EQ(child.Finish().status, kKilled + SIGKILL);
-    Write(go, "");
+    WriteFile(go, "");
     EXPECT_TRUE(Appears(done)) << "the program went on to its end";
 }
 
@@ -201,7 +201,7 @@ TEST_F(ProgramTest, ToolDoesNotWaitForWhatOutlivesTheProgram) {
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
     EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
-    Write(end, "");
+    WriteFile(end, "");
     EXPECT_TRUE(Appears(end + ".done")) << "it goes on without the tool";
 }
 

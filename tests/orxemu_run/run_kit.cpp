@@ -2,14 +2,10 @@
 
 #include "tests/support/child_process.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -140,32 +136,10 @@ Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions)
     return Finished(RunWords(options, {ORXTEST, "-t", std::to_string(test)}), conditions);
 }
 
-RunTest::RunTest() {
-    std::string pattern = ::testing::TempDir() + "orxemu_run.XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        std::abort();
-    }
-    folder_ = pattern;
-}
-
-RunTest::~RunTest() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-}
-
-Words RunTest::Files() const {
-    Words names;
-    for (const auto &entry : std::filesystem::directory_iterator(folder_)) {
-        names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 orxemu::journal::Log RunTest::ReadLog(const std::string &name) const {
     orxemu::journal::Log log;
     orxemu::journal::Problem problem;
-    EXPECT_TRUE(orxemu::journal::ReadLog(Contents(Path(name)), name, log, problem)) << problem.Text();
+    EXPECT_TRUE(orxemu::journal::ReadLog(FileText(Path(name)), name, log, problem)) << problem.Text();
     return log;
 }
 
@@ -173,20 +147,9 @@ std::unique_ptr<OrxEmuState> RunTest::ReadState(const std::string &name) const {
     auto state = std::make_unique<OrxEmuState>();
     orxemu::journal::Problem problem;
     auto order = orxemu::journal::kHostOrder;
-    EXPECT_TRUE(orxemu::journal::ReadState(Contents(Path(name)), name, *state, order, problem))
+    EXPECT_TRUE(orxemu::journal::ReadState(FileText(Path(name)), name, *state, order, problem))
         << problem.Text();
     return state;
-}
-
-std::string Contents(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void Write(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 bool Prints(const Child &child, const std::string &text) {

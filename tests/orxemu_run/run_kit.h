@@ -4,6 +4,7 @@
 
 #include "emu/journal/log_file.h"
 #include "emu/journal/state_file.h"
+#include "tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,9 @@
 #include <vector>
 
 namespace run_test {
+
+using test::FileText;
+using test::WriteFile;
 
 using Words = std::vector<std::string>;
 
@@ -63,25 +67,20 @@ Outcome Finished(const Words &words, const Conditions &conditions = {});
 Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions = {});
 Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions = {});
 
-// A folder of its own for each test, removed with what is in it.
+// A folder of its own for each test.
 class RunTest : public ::testing::Test {
   protected:
-    RunTest();
-    ~RunTest() override;
-    std::string Path(const std::string &name) const { return folder_ + "/" + name; }
-    // Names of the files in the folder, sorted.
-    Words Files() const;
+    std::string Path(const std::string &name) const { return folder_.File(name); }
+    Words Files() const { return folder_.Names(); }
 
     // A log or state that checks out; adds a failure when it does not.
     orxemu::journal::Log ReadLog(const std::string &name) const;
     std::unique_ptr<OrxEmuState> ReadState(const std::string &name) const;
 
   private:
-    std::string folder_;
+    const test::TempFolder folder_;
 };
 
-std::string Contents(const std::string &path);
-void Write(const std::string &path, const std::string &text);
 // Whether the program, or what outlives the child, prints the text; a minute is for a machine that is busy.
 bool Prints(const Child &child, const std::string &text);
 // Waits until the child has printed the text; adds a failure when it ended without.

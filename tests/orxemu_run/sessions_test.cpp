@@ -17,7 +17,7 @@ class SessionsTest : public RunTest {
     std::size_t EntriesOf(const std::string &name, std::uint32_t &lost) const {
         orxemu::journal::Log log;
         orxemu::journal::Problem problem;
-        orxemu::journal::ReadLog(Contents(Path(name)), name, log, problem);
+        orxemu::journal::ReadLog(FileText(Path(name)), name, log, problem);
         lost = log.end.lost;
         return log.entries.size();
     }

@@ -2,10 +2,7 @@
 
 #include "qirapi/driver/driver_records.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 namespace journal_kit {
 
@@ -78,18 +75,6 @@ std::string TextOf(const Log &log) {
 
 std::string StateText() {
     return orxemu::journal::StateText(*orxemu_state());
-}
-
-TemporaryFile::TemporaryFile(const std::string &text)
-    : path_(::testing::TempDir() + "orxemu_journal_XXXXXX") {
-    const int fd = mkstemp(path_.data());
-    EXPECT_GE(fd, 0) << path_;
-    close(fd);
-    std::ofstream(path_, std::ios::binary) << text;
-}
-
-TemporaryFile::~TemporaryFile() {
-    unlink(path_.c_str());
 }
 
 test::ChildResult RunTool(const std::vector<std::string> &args) {

@@ -7,6 +7,7 @@
 #include "emu/journal/state_file.h"
 #include "tests/support/child_process.h"
 #include "tests/support/library.h"
+#include "tests/support/temp_folder.h"
 
 #include <initializer_list>
 #include <string>
@@ -37,14 +38,12 @@ std::string StateText();
 // A file with this text, which is gone at the end of the test.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const std::string &text);
-    TemporaryFile(const TemporaryFile &) = delete;
-    TemporaryFile &operator=(const TemporaryFile &) = delete;
-    ~TemporaryFile();
+    explicit TemporaryFile(const std::string &text) { test::WriteFile(path_, text); }
     const std::string &Path() const { return path_; }
 
   private:
-    std::string path_;
+    const test::TempFolder folder_;
+    const std::string path_ = folder_.File("journal");
 };
 
 test::ChildResult RunTool(const std::vector<std::string> &args);
