@@ -106,6 +106,7 @@ QIR_PIN_FIELD(ReqNode, next, 2);
 QIR_PIN_FIELD(ReqNode, prev, 4);
 QIR_PIN_FIELD(ReqNode, key, 8);
 QIR_PIN_FIELD(ReqNode, req, 12);
+QIR_PIN_BYTES(ReqNode, req, kReqBytes);
 
 // Bits of Fcb::tblAssoc.
 constexpr u16 kTblAssocEp = 0x1;
