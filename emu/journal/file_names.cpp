@@ -48,4 +48,16 @@ bool NameOneFile(const std::string &a, const std::string &b) {
     return !err && fileA == fileB;
 }
 
+fs::path NewContentsOf(const fs::path &file) {
+    fs::path name = file;
+    name += ".orxemu-new";
+    return name;
+}
+
+bool LogIsInTheWay(const std::string &log, const std::string &state) {
+    std::error_code err;
+    const fs::path file = FileBehind(state, err);
+    return NameOneFile(log, state) || (!err && NameOneFile(log, NewContentsOf(file).string()));
+}
+
 } // namespace orxemu::journal

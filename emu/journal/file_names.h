@@ -20,6 +20,12 @@ std::filesystem::path FileBehind(const std::filesystem::path &path, std::error_c
 // same: opening them says what is wrong.
 bool NameOneFile(const std::string &a, const std::string &b);
 
+// What a state is written into, beside the file that it then takes the place of.
+std::filesystem::path NewContentsOf(const std::filesystem::path &file);
+
+// Whether a log would be gone when the state is written: it is the same file, or has the name of its new contents.
+bool LogIsInTheWay(const std::string &log, const std::string &state);
+
 } // namespace orxemu::journal
 
 #endif

@@ -192,7 +192,7 @@ bool WriteFileAtomically(const std::string &path, std::string_view text, Problem
         problem = {path, 0, "cannot be written: it is no regular file"};
         return false;
     }
-    std::string name = target.string() + ".orxemu-new";
+    std::string name = NewContentsOf(target).string();
     const Descriptor file(CreateBeside(name));
     if (file.fd() < 0) {
         problem = About(path, kCannotWrite, errno);

@@ -26,7 +26,8 @@ std::string Joined(const std::string &a, const std::string &b) {
 }
 
 std::string WholeLine(const Meaning &meaning) {
-    return Joined(meaning.name, meaning.title.empty() ? meaning.text : meaning.title + " " + meaning.text);
+    const bool both = !meaning.title.empty() && !meaning.text.empty();
+    return Joined(meaning.name, meaning.title + (both ? " " : "") + meaning.text);
 }
 
 std::string ChangedLine(const Meaning &before, const Meaning &after) {

@@ -34,7 +34,7 @@ bool LoadJournal(const std::string &path, JournalFile &file, std::string &messag
     if (Read(path, file, problem)) {
         return true;
     }
-    message = Printable(problem.Text());
+    message = problem.Text();
     return false;
 }
 

@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <fcntl.h>
+#include <iterator>
 #include <span>
 #include <string_view>
 
@@ -69,6 +71,19 @@ void RefuseEmptyValues(CLI::App &app) {
     }
 }
 
+// A standard stream that the caller has closed keeps its number free for what the tool opens next: a log, that
+// the messages then went into. Its number is taken, in a way that it cannot be used, as it was before; the
+// program that is run finds it closed.
+void TakeMissingStreams() {
+    constexpr int kUseless[] = {O_WRONLY, O_RDONLY, O_RDONLY};
+    for (int fd = 0; fd < static_cast<int>(std::size(kUseless)); ++fd) {
+        if (fcntl(fd, F_GETFD) < 0) {
+            // The lowest that is free.
+            open("/dev/null", kUseless[fd] | O_CLOEXEC);
+        }
+    }
+}
+
 // Text for a user that is not an error goes to standard output as it is.
 int Explain(const CLI::App &app, const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {
@@ -76,7 +91,10 @@ int Explain(const CLI::App &app, const CLI::ParseError &error) {
     }
     const std::vector<CLI::App *> commands = app.get_subcommands();
     const std::string command = commands.empty() ? "" : commands.front()->get_name();
-    orxemu::tool::Complain(error.what());
+    const std::vector<std::string> unknown = app.remaining();
+    orxemu::tool::Complain(command.empty() && !unknown.empty()
+                               ? "there is no command \"" + unknown.front() + "\""
+                               : error.what());
     orxemu::tool::Complain("\"orxemu " + command + (command.empty() ? "" : " ") +
                            "--help\" explains the command line");
     return command == "run" ? orxemu::tool::kStatusRunTrouble : orxemu::tool::kStatusTrouble;
@@ -86,6 +104,7 @@ int Explain(const CLI::App &app, const CLI::ParseError &error) {
 
 // NOLINTNEXTLINE(bugprone-exception-escape): what is not explained below has no explanation
 int main(int argc, char **argv) {
+    TakeMissingStreams();
     const std::span<char *> words(argv, static_cast<std::size_t>(argc));
     const std::span<char *> own = OwnWords(words);
     std::vector<std::string> program;

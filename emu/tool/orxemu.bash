@@ -17,6 +17,15 @@ _orxemu() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]-} i
     COMPREPLY=()
 
+    # --option=value comes as three words.
+    if [ "$COMP_CWORD" -gt 2 ]; then
+        if [ "$word" = = ]; then
+            word=
+        elif [ "$before" = = ]; then
+            before=${COMP_WORDS[COMP_CWORD - 2]}
+        fi
+    fi
+
     if [ "$COMP_CWORD" -eq 1 ]; then
         _orxemu_words "run show diff replay --help --version" "$word"
         return

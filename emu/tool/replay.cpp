@@ -29,7 +29,7 @@ struct Options {
 };
 
 bool Trouble(const journal::Problem &problem) {
-    Complain(Printable(problem.Text()));
+    Complain(problem.Text());
     return false;
 }
 
@@ -81,7 +81,7 @@ void TellSkipped(const std::string &path, const ReplayCounts &counts) {
     if (counts.skippedRefused > 0) {
         const char *they = counts.skippedRefused == 1 ? " that was refused when it was recorded"
                                                       : " that were refused when they were recorded";
-        Complain(Printable(path) + ": skipped " + Number(counts.skippedRefused) + they);
+        Complain(path + ": skipped " + Number(counts.skippedRefused) + they);
     }
 }
 
@@ -115,7 +115,7 @@ std::unique_ptr<ReplayTarget> TargetOf(const Options &options) {
 // False, with the reason on standard error, when the written log would take the place of what is read.
 bool LogHasItsOwnFile(const Options &options) {
     if (options.logPath.empty() || (!journal::NameOneFile(options.logPath, options.path) &&
-                                    !journal::NameOneFile(options.logPath, options.statePath))) {
+                                    !journal::LogIsInTheWay(options.logPath, options.statePath))) {
         return true;
     }
     return Trouble({options.logPath, 0, "is another file of this command, and --log would overwrite it"});

@@ -179,7 +179,7 @@ bool Replay::Fail(const Request &request, const std::string &what) {
 }
 
 void Replay::Tell(const journal::LogEntry &entry, const std::string &text) const {
-    Complain(Printable(journal::Problem{fileName_, entry.line, text}.Text()));
+    Complain(journal::Problem{fileName_, entry.line, text}.Text());
 }
 
 Replay::Obstacle Replay::TranslateIndexes(Request &request) {

@@ -99,6 +99,7 @@ class Run {
     bool SaveState();
     bool CheckServed();
     bool CheckJoined();
+    void TellOfFaultsLeft();
 
     const RunOptions &options_;
     Session session_;
@@ -122,6 +123,7 @@ int Run::Do() {
     const bool stateSaved = SaveState();
     const bool served = CheckServed();
     const bool joined = CheckJoined();
+    TellOfFaultsLeft();
     const int status = process.ExitStatus();
     return status == 0 && !(settled && logClosed && stateSaved && served && joined) ? kStatusRunTrouble
                                                                                     : status;
@@ -153,6 +155,9 @@ void Run::OpenLog() {
     }
     if (journal::NameOneFile(options_.log, options_.state)) {
         throw RunTrouble("--log and --state are the same file");
+    }
+    if (journal::LogIsInTheWay(options_.log, options_.state)) {
+        throw RunTrouble(options_.log + ": is what --state is written into first");
     }
     if (!log_.Open(options_.log, journal::kHostOrder)) {
         throw RunTrouble(log_.problem().Text());
@@ -285,6 +290,15 @@ bool Run::CheckJoined() {
             "library is of another version");
     }
     return joined;
+}
+
+// The program did not fail on what it has not met.
+void Run::TellOfFaultsLeft() {
+    const std::uint32_t left = session_.memory().hardware.faults.num;
+    if (left != 0) {
+        Complain(std::to_string(left) + (left == 1 ? " fault was" : " faults were") +
+                 " not met: there were not so many requests or openings");
+    }
 }
 
 int RunAndExplain(const RunOptions &options) {

@@ -190,7 +190,9 @@ Process::Process(Program &program, Session &session) {
     const int err = ReadFailure(readingEnd.get());
     if (err != 0) {
         waitpid(pid_, nullptr, 0);
-        const char *hint = err == ENOEXEC ? " (a program of another processor needs --emulator)" : "";
+        const char *hint = err == ENOEXEC ? " (a script needs a first line with #!, a program of another "
+                                            "processor --emulator)"
+                                          : "";
         throw SystemTrouble(program.name() + " cannot be run" + hint, err, kStatusCannotRun);
     }
 }

@@ -72,7 +72,8 @@ std::string FindCommand(const std::string &name, int statusNotFound, int statusC
             throw SystemTrouble(candidate + " cannot be run", err, statusCannotRun);
         }
     }
-    throw RunTrouble(name + " is not there, or not in PATH", statusNotFound);
+    throw RunTrouble(name.empty() ? "the program's name is empty" : name + " is not there, or not in PATH",
+                     statusNotFound);
 }
 
 // --- The library
@@ -104,7 +105,10 @@ fs::path FindLibrary() {
 ElfKind CheckLibrary(const fs::path &library) {
     const std::optional<ElfKind> kind = ElfKindOf(library);
     if (!kind) {
-        throw RunTrouble(library.string() + " is no library that can be preloaded");
+        std::error_code ignored;
+        throw RunTrouble(library.string() + (fs::exists(library, ignored)
+                                                 ? " is no library that can be preloaded"
+                                                 : " is not there"));
     }
     if (OrderOf(*kind) != journal::kHostOrder) {
         throw RunTrouble(library.string() + " is " + Describe(*kind) + ", and this orxemu is " +

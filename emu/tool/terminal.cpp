@@ -171,7 +171,7 @@ bool WriteOutput(std::string_view text) {
 }
 
 void Complain(std::string_view message) {
-    std::fprintf(stderr, "orxemu: %.*s\n", static_cast<int>(message.size()), message.data());
+    std::fprintf(stderr, "orxemu: %s\n", Printable(message).c_str());
 }
 
 } // namespace orxemu::tool

@@ -54,6 +54,23 @@ TEST_F(OrxemuDiff, EachSortOfDifference) {
     EXPECT_EQ(brief.out, a.Path() + " and " + b.Path() + " differ\n");
 }
 
+// They have a name and nothing else: no line ends with a blank.
+TEST_F(OrxemuDiff, OpeningsAndUnknownRequests) {
+    const Log log = Sample();
+    Log other = log;
+    orxemu::journal::LogEntry open;
+    open.isOpen = true;
+    open.err = ENOENT;
+    orxemu::journal::LogEntry unknown;
+    unknown.request = 99;
+    unknown.err = ENOTTY;
+    other.entries.insert(other.entries.end(), {open, unknown});
+    Recount(other);
+    const TemporaryFile a(TextOf(log));
+    const TemporaryFile b(TextOf(other));
+    EXPECT_EQ(RunTool({"diff", a.Path(), b.Path()}).out, "+ 4  open\n+ 5  request 99\n");
+}
+
 TEST_F(OrxemuDiff, AFieldOfOneSideOnly) {
     const Log log = Sample();
     Log other = log;

@@ -60,7 +60,7 @@ TEST_F(ArgumentsTest, WrongOnesAreRefusedBeforeAnythingRuns) {
         {{"--library", ""}, "--library: its value is empty\n"},
         {{"--fail", ""}, "--fail: its value is empty\n"},
         {{"word"}, ""},
-        {{"--library", "/nowhere/lib.so"}, "/nowhere/lib.so is no library that can be preloaded\n"},
+        {{"--library", "/nowhere/lib.so"}, "/nowhere/lib.so is not there\n"},
         {{"--library", "/dev/null"}, "/dev/null is no library that can be preloaded\n"},
     };
     for (const ArgumentRow &row : rows) {
@@ -95,6 +95,15 @@ TEST_F(ArgumentsTest, ProgramIsMissing) {
     }
 }
 
+TEST_F(ArgumentsTest, CommandIsMissingOrThereIsNone) {
+    const std::string more = "orxemu: \"orxemu --help\" explains the command line\n";
+    EXPECT_EQ(Finished(Tool({})).err, "orxemu: A subcommand is required\n" + more);
+    const Outcome outcome = Finished(Tool({"shwo", Path("a.json")}));
+    EXPECT_EQ(outcome.err, "orxemu: there is no command \"shwo\"\n" + more);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(Finished(Tool({"-V"})).err, "orxemu: there is no command \"-V\"\n" + more);
+}
+
 struct ProgramRow {
     std::string program;
     int status;
@@ -110,7 +119,8 @@ TEST_F(ArgumentsTest, ProgramCannotBeRun) {
     std::vector<ProgramRow> rows = {
         {Path("nothing"), 127, Path("nothing") + " is not there, or not in PATH\n"},
         {"no-such-command-anywhere", 127, "no-such-command-anywhere is not there, or not in PATH\n"},
-        {"", 127, " is not there, or not in PATH\n"},
+        {"", 127, "the program's name is empty\n"},
+        {"tab\tand \x1b[31m", 127, "tab\\x09and \\x1b[31m is not there, or not in PATH\n"},
         {Path(""), 126, Path("") + " cannot be run: Is a directory\n"},
         {Path("plain"), 126, Path("plain") + " cannot be run: Permission denied\n"},
     };
@@ -119,7 +129,8 @@ TEST_F(ArgumentsTest, ProgramCannotBeRun) {
         rows.push_back(
             {Path("nothing executable"), 126,
              Path("nothing executable") +
-                 " cannot be run (a program of another processor needs --emulator): Exec format error\n"});
+                 " cannot be run (a script needs a first line with #!, a program of another processor "
+                 "--emulator): Exec format error\n"});
     }
     for (const ProgramRow &row : rows) {
         const Outcome outcome = Finished(RunWords({}, {row.program}));

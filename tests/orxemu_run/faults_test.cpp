@@ -1,7 +1,10 @@
 // Faults of each kind: what the program gets, what the log says, and what the hardware holds afterwards.
 #include "tests/orxemu_run/run_kit.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <iterator>
 
 namespace run_test {
 
@@ -23,12 +26,18 @@ std::string Line(const LogEntry &entry) {
     return line;
 }
 
+unsigned NumActiveFlows(const OrxEmuState &state) {
+    return static_cast<unsigned>(std::count_if(std::begin(state.flow), std::end(state.flow),
+                                               [](const OrxEmuFlow &flow) { return flow.active != 0; }));
+}
+
 struct FaultRow {
     Words options;
     Words steps;
     std::string out;
     Words log;
     std::uint32_t rlStatus;
+    std::string err = "";
 };
 
 TEST_F(FaultsTest, EveryKind) {
@@ -73,7 +82,18 @@ TEST_F(FaultsTest, EveryKind) {
          "status 1: EPERM\nstatus 1: ENODEV\nstatus 1: ok\n",
          {"39 EPERM fail", "39 ENODEV fail", "39 ok"},
          1},
-        {{"--fail-request", "activate-flow"}, {"status=1"}, "status 1: ok\n", {"39 ok"}, 1},
+        {{"--fail-request", "activate-flow"},
+         {"status=1"},
+         "status 1: ok\n",
+         {"39 ok"},
+         1,
+         "orxemu: 1 fault was not met: there were not so many requests or openings\n"},
+        {{"--fail", "2", "--fail-after", "1", "--fail-open", "2"},
+         {"status=1"},
+         "status 1: EIO\n",
+         {"39 EIO answer-lost"},
+         1,
+         "orxemu: 2 faults were not met: there were not so many requests or openings\n"},
         {{"--fail", "4", "--fail-after", "2", "--fail-open", "3", "--fail-request", "set-rl-status:EPERM"},
          {"status=1", "status=1", "status=0", "status=0", "status=0"},
          "status 1: EPERM\nstatus 1: EIO\nstatus 0: EIO\nstatus 0: ok\nstatus 0: EIO\n",
@@ -90,7 +110,7 @@ TEST_F(FaultsTest, EveryKind) {
         std::remove(Path("s.json").c_str());
         const Outcome outcome = RunSteps(options, row.steps);
         EXPECT_EQ(outcome.out, row.out) << name;
-        EXPECT_EQ(outcome.err, "") << name;
+        EXPECT_EQ(outcome.err, row.err) << name;
         EXPECT_EQ(outcome.status, 0) << name;
         Words lines;
         for (const LogEntry &entry : ReadLog("a.json").entries) {
@@ -112,6 +132,37 @@ TEST_F(FaultsTest, OrxtestReportsTheRequestThatFailed) {
         ASSERT_GE(log.entries.size(), n);
         EXPECT_EQ(Line(log.entries[n - 1]), std::to_string(requests[n - 1]) + " EIO fail");
     }
+}
+
+// What the hardware was left with by a run that met a fault is kept, and the next run goes on from there.
+TEST_F(FaultsTest, OrxtestRunsOnWhatAFailedRunHasLeft) {
+    unsigned injected = 0;
+    for (const char *option : {"--fail", "--fail-after", "--fail-open"}) {
+        for (unsigned n = 1; n <= 6; ++n) {
+            const std::string name = std::string(option) + " " + std::to_string(n);
+            const Words files = {"--log", Path("a.json"), "--state", Path("s.json")};
+            Words options = files;
+            options.insert(options.end(), {option, std::to_string(n)});
+            std::remove(Path("s.json").c_str());
+            EXPECT_EQ(RunOrxtest(options, 3).status, 0) << name;
+            const auto failed = ReadLog("a.json");
+            EXPECT_EQ(failed.end.openDescriptors, 0) << name;
+            injected += static_cast<unsigned>(
+                std::count_if(failed.entries.begin(), failed.entries.end(),
+                              [](const LogEntry &entry) { return entry.fault != FaultMark::None; }));
+            const auto left = ReadState("s.json");
+            EXPECT_EQ(RunOrxtest(files, 3).status, 0) << name;
+            const auto next = ReadLog("a.json");
+            EXPECT_EQ(next.entries.size(), 6u) << name;
+            for (const LogEntry &entry : next.entries) {
+                EXPECT_EQ(entry.err, 0) << name << ": " << Line(entry);
+            }
+            EXPECT_EQ(next.end.openDescriptors, 0) << name;
+            EXPECT_EQ(NumActiveFlows(*ReadState("s.json")), NumActiveFlows(*left) + 4) << name;
+        }
+    }
+    std::printf("%u faults injected\n", injected);
+    EXPECT_EQ(injected, 18u);
 }
 
 TEST_F(FaultsTest, FaultCountsOverAllProcesses) {

@@ -48,7 +48,10 @@ for command in run show diff replay; do
 done
 expect "activate-as-table activate-dscp-table activate-flow activate-pac-table activate-rl" \
     orxemu run --fail-request activate-
+expect "activate-flow" orxemu run --fail-request = activate-f
+[ -n "$(offered orxemu run --fail-request =)" ] || complain "nothing is offered behind --fail-request="
 expect "" orxemu run --fail 3
+expect "" orxemu run --fail = 3
 expect "" orxemu show -x
 
 # Every name that completion offers is one that the command knows, and the command names them all.
@@ -68,6 +71,8 @@ cd "$work" || exit 1
 expect "one log.json" orxemu show one
 expect "one log.json" orxemu replay --log o "o" one
 expect "other" orxemu run --state ot
+expect "other" orxemu run --state = ot
+expect "one log.json other" orxemu run --log =
 expect "one log.json other" orxemu run -- ./program o
 [[ " $(offered orxemu run --log a -- ba) " == *" bash "* ]] || complain "no command behind --"
 exit "$status"
