@@ -1,6 +1,7 @@
 #include "fuzz/asked.h"
 
 #include "fuzz/changes.h"
+#include "fuzz/records.h"
 #include "fuzz/tables.h"
 #include "qirapi/driver/driver_records.h"
 
@@ -12,7 +13,7 @@ using namespace qir;
 
 namespace {
 
-// Is there nothing that the call has to ask for? Destinations are the driver's when the flow is ACTIVE.
+// Has an accepted call something to ask? Destinations are the driver's business while the flow is ACTIVE.
 bool HasToAsk(const QirCtxt &before, const Call &call) {
     if (call.doing != Doing::ChangeDst) {
         return AsksDriver(call.doing);
@@ -35,6 +36,9 @@ Complaint CheckCode(const QirCtxt &before, const Call &call, const Asked &asked)
         }
         return accepted && HasToAsk(before, call) ? "accepted, and the driver was not asked" : Complaint{};
     }
+    if (!asked.opens) {
+        return "reached the driver, and an earlier call must have failed";
+    }
     if (!failed && !accepted) {
         return "refused, and the driver was asked";
     }
@@ -42,12 +46,6 @@ Complaint CheckCode(const QirCtxt &before, const Call &call, const Asked &asked)
         return "not what the driver answered";
     }
     return HasToAsk(before, call) ? Complaint{} : "asked the driver without need";
-}
-
-u32 WordAt(const u8 *bytes, std::size_t offset) {
-    u32 word = 0;
-    std::memcpy(&word, bytes + offset, sizeof word);
-    return word;
 }
 
 // The driver's index of the table that the call names. EP tables have none.
@@ -166,11 +164,6 @@ bool NamesItsObject(const Call &call) {
     default:
         return true;
     }
-}
-
-// Bytes of the record [begin, end) of which the hardware has what the shadow has.
-template <class Record> bool Alike(const Record &shadow, const u8 *held, std::size_t begin, std::size_t end) {
-    return std::memcmp(reinterpret_cast<const u8 *>(&shadow) + begin, held + begin, end - begin) == 0;
 }
 
 // The copy was made while the status was still CFG and the index the one of before.

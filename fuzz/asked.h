@@ -13,7 +13,7 @@ namespace fuzz {
 struct Asked {
     std::size_t numRequests;
     const OrxEmuRequest *request; // the first; null when there was none
-    bool opens;                   // the device could be opened
+    bool opens;                   // the device can be opened: it is there, and no opening is to fail
 };
 
 // The code against the driver's answer, and what of the record is not seen in the stand-in's state: slots,

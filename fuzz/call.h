@@ -75,8 +75,8 @@ struct Call {
     u32 numTypes = 0;
     u32 type = kNone;
     u32 cmpOp = kNone;
-    // Beside these, what the call was given: numbers in the order of the parameters, the handle that it stores,
-    // and the record. A call that reads has here what it gave.
+    // What else the call was given: numbers in the order of the parameters, the handle that it stores and the
+    // record. A call that reads has here what it gave.
     u32 arg[2] = {kNone, kNone};
     u32 hdl = kNone;
     std::vector<u8> record{};

@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-// ---- Places: the object that a call is about, in the context before or behind it. Null when the call named none.
+// ---- Places: the object that a call is about, in the context before or behind it; null when it named none
 
 inline const qir::Fcb *FlowOf(const qir::QirCtxt &ctxt, const Call &call) {
     return call.flow < QIR_MAX_FLOWS ? ctxt.fcbPool + call.flow : nullptr;

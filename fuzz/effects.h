@@ -1,9 +1,9 @@
 // What a call must have done: fuzz/changes.h says what it may change at most, this says what it comes to.
 //
-// For each operation a row (fuzz/effects_*.cpp) says what an accepted
-// call makes of the object that it names: the object as it was before, with that done to it, has to be the
-// object as it is now. A row of a call that reads says where the bytes that it gave are stored. A few refusals
-// have rows too: what they leave behind, or what must have been the case for them.
+// For each operation a row (fuzz/effects_*.cpp) says what an accepted call makes of the object that it names:
+// the object as it was before, with that done to it, has to be the object as it is now. The row of a call
+// that reads says where the bytes that it gave are stored. A few refusals have rows too: what they leave
+// behind, or what must have been the case for them.
 #ifndef FUZZ_EFFECTS_H
 #define FUZZ_EFFECTS_H
 

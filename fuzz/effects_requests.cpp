@@ -1,7 +1,7 @@
 // Headers, filters and actions.
 #include "fuzz/effect_rows.h"
 
-#include "qirapi/access/req_walk.h"
+#include "qirapi/access/request_kinds.h"
 
 namespace fuzz {
 
@@ -19,8 +19,7 @@ HdrEntry EntryAt(const Fcb &fcb, std::size_t offset) {
     return entry;
 }
 
-// The first of the free nodes leaves their list and is a list of its own. What is on the free list can be more
-// or less than what was counted, so that the count goes through 0.
+// The first of the free nodes leaves their list and is a list of its own.
 ReqNode &TakeNode(Fcb &fcb) {
     ReqNode &node = fcb.reqPool[fcb.reqPool[0].next % QIR_MAX_FCBREQ];
     fcb.reqPool[node.prev % QIR_MAX_FCBREQ].next = node.next;
@@ -39,24 +38,24 @@ struct EntryPlace {
     u32 numFilterTypes;
 };
 
-constexpr std::size_t kVlanFilters = offsetof(Fcb, filterBlk.vlan);
-constexpr std::size_t kVlanActions = offsetof(Fcb, actionBlk.vlan);
+template <class Filter, class Action> constexpr EntryPlace Entry(u32 hdr, u32 tag = 0) {
+    return {hdr, offsetof(Fcb, filterBlk) + Filter::Entry(tag), offsetof(Fcb, actionBlk) + Action::Entry(tag),
+            Filter::kNumTypes};
+}
 
-// clang-format off
 constexpr EntryPlace kEntries[] = {
-    {e_FLOWHDR_ETH,   offsetof(Fcb, filterBlk.eth),              offsetof(Fcb, actionBlk.eth),        e_ETH_FILT_MAX},
-    {e_FLOWHDR_VLAN0, kVlanFilters,                              kVlanActions,                        e_VLAN_FILT_MAX},
-    {e_FLOWHDR_VLAN1, kVlanFilters + sizeof(VlanFilterEntry),    kVlanActions + sizeof(HdrEntry),     e_VLAN_FILT_MAX},
+    Entry<EthFilterKind, EthActionKind>(e_FLOWHDR_ETH),
+    Entry<VlanFilterKind, VlanActionKind>(e_FLOWHDR_VLAN0, 0),
+    Entry<VlanFilterKind, VlanActionKind>(e_FLOWHDR_VLAN1, 1),
     // Tags 2 and 3 lie over what stands behind the two that there are.
-    {e_FLOWHDR_VLAN2, kVlanFilters + 2 * sizeof(VlanFilterEntry), kVlanActions + 2 * sizeof(HdrEntry), e_VLAN_FILT_MAX},
-    {e_FLOWHDR_VLAN3, kVlanFilters + 3 * sizeof(VlanFilterEntry), kVlanActions + 3 * sizeof(HdrEntry), e_VLAN_FILT_MAX},
-    {e_FLOWHDR_PPPOE, offsetof(Fcb, filterBlk.pppoe),            offsetof(Fcb, actionBlk.pppoe),      e_PPPOE_FILT_MAX},
+    Entry<VlanFilterKind, VlanActionKind>(e_FLOWHDR_VLAN2, 2),
+    Entry<VlanFilterKind, VlanActionKind>(e_FLOWHDR_VLAN3, 3),
+    Entry<PppoeFilterKind, PppoeActionKind>(e_FLOWHDR_PPPOE),
     // TCP and UDP come with IPv4.
-    {e_FLOWHDR_IPV4,  offsetof(Fcb, filterBlk.ipv4),             offsetof(Fcb, actionBlk.ipv4),       e_IPV4_FILT_MAX},
-    {e_FLOWHDR_IPV4,  offsetof(Fcb, filterBlk.tcp),              offsetof(Fcb, actionBlk.tcp),        e_TCP_FILT_MAX},
-    {e_FLOWHDR_IPV4,  offsetof(Fcb, filterBlk.udp),              offsetof(Fcb, actionBlk.udp),        e_UDP_FILT_MAX},
+    Entry<Ipv4FilterKind, Ipv4ActionKind>(e_FLOWHDR_IPV4),
+    Entry<TcpFilterKind, TcpActionKind>(e_FLOWHDR_IPV4),
+    Entry<UdpFilterKind, UdpActionKind>(e_FLOWHDR_IPV4),
 };
-// clang-format on
 
 // An empty entry with a node to head its list. The count of the PPPoE actions is not reset.
 void ResetEntry(Fcb &fcb, const EntryPlace &place, bool filter) {

@@ -95,7 +95,7 @@ bool IsActive(const RlSlot &limiter, const Moment &) {
 
 // clang-format off
 constexpr Effect kEffects[] = {
-    {"QIR_Init_Sys",            e_RET_OK,                DoesNothing}, // all of it is compared with the first one
+    {"QIR_Init_Sys",            e_RET_OK,                DoesNothing}, // compared with the first one
     {"QIR_Set_SectionMaxFlows", e_RET_OK,                Makes<SectionOf, SetBudget>},
     {"QIR_Set_SectionMaxFlows", e_RET_ERR_RESRC_BUSY,    NeedsOf<SectionOf, IsBelowUse>},
     {"QIR_Set_SectionMaxFlows", e_RET_ERR_RESRC_UNAVAIL, Needs<IsBeyondAllFlows>},

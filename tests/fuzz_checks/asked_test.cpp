@@ -1,4 +1,4 @@
-// What a call asked of the driver, and what the hardware has taken: what is seen when it is not what it should be.
+// What a call asked of the driver, and what the hardware has taken: it is seen when that is something else.
 #include "tests/fuzz_checks/scene.h"
 
 #include "fuzz/asked.h"
@@ -141,6 +141,13 @@ TEST_F(AskedOfDriver, FailureIsTheDrivers) {
     EXPECT_EQ(made.Check(), "not what the driver answered");
     made.numRequests = 2;
     EXPECT_EQ(made.Check(), "2 requests");
+}
+
+// An opening that was to fail has failed before, in a call that did not say so.
+TEST_F(AskedOfDriver, FailedOpeningsAreTold) {
+    Made made = Activate();
+    made.opens = false;
+    EXPECT_EQ(made.Check(), "reached the driver, and an earlier call must have failed");
 }
 
 TEST_F(AskedOfDriver, FailureOfACallThatAsksNothing) {

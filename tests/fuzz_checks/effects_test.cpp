@@ -1,5 +1,5 @@
-// What a call has to have done: a call that is made as it should be passes, and every one that left something out,
-// or did something else, is seen.
+// What a call has to have done: calls that are made as they should be pass, and those that left something out
+// or did something else are seen.
 #include "tests/fuzz_checks/scene.h"
 
 #include "fuzz/effects.h"
