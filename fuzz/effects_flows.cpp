@@ -35,7 +35,9 @@ Complaint AllocatesNamed(const Moment &moment) {
 }
 
 Complaint AllocatesLowest(const Moment &moment) {
-    return LowestFree(moment.before) < moment.call.flow ? "a lower flow was FREE" : AllocatesNamed(moment);
+    const bool isNamed = FlowOf(moment.before, moment.call) != nullptr;
+    return isNamed && LowestFree(moment.before) < moment.call.flow ? "a lower flow was FREE"
+                                                                   : AllocatesNamed(moment);
 }
 
 bool IsNoneFree(const Moment &moment) {

@@ -1,6 +1,9 @@
 // AS, DSCP-to-pbits, PAC and EP tables.
 #include "fuzz/effect_rows.h"
 
+#include <type_traits>
+#include <utility>
+
 namespace fuzz {
 
 using namespace qir;
@@ -9,23 +12,30 @@ namespace {
 
 // ---- Life, the same for all kinds
 
+// The record that stands at the place.
+template <auto place>
+using InfoAt = std::remove_cvref_t<decltype(*place(std::declval<QirCtxt>(), std::declval<Call>()))>;
+
 // An allocated table is as start-up leaves it, but for its handle and its status.
-template <auto place, class Info> void Alloc(Info &tbl, const Moment &moment) {
+template <auto place> void Alloc(InfoAt<place> &tbl, const Moment &moment) {
     tbl = *place(moment.start, moment.call);
     tbl.hdl.word = moment.call.hdl;
     tbl.status = e_STATUS_ALLOC;
 }
 
 // It is the lowest that was FREE.
-template <auto place, class Info> Complaint Allocates(const Moment &moment) {
-    for (Call lower = moment.call; lower.table-- > 0;) {
+template <auto place> Complaint Allocates(const Moment &moment) {
+    const auto *const taken = place(moment.before, moment.call);
+    if (taken != nullptr && taken->status != e_STATUS_FREE) {
+        return "took a table that was not FREE";
+    }
+    Call lower = moment.call;
+    for (lower.table = 0; taken != nullptr && lower.table < moment.call.table; ++lower.table) {
         if (place(moment.before, lower)->status == e_STATUS_FREE) {
             return "a lower table was FREE";
         }
     }
-    const Info *const taken = place(moment.before, moment.call);
-    return taken != nullptr && taken->status != e_STATUS_FREE ? "took a table that was not FREE"
-                                                              : Makes<place, Alloc<place, Info>>(moment);
+    return Makes<place, Alloc<place>>(moment);
 }
 
 template <auto place> bool IsNoneFree(const Moment &moment) {
@@ -38,23 +48,23 @@ template <auto place> bool IsNoneFree(const Moment &moment) {
     return true;
 }
 
-template <class Info> void Free(Info &tbl, const Moment &) {
+template <auto place> void Free(InfoAt<place> &tbl, const Moment &) {
     tbl.status = e_STATUS_FREE;
 }
 
 // Which index the driver gave is looked at with the request.
-template <auto place, class Info> void Activate(Info &tbl, const Moment &moment) {
+template <auto place> void Activate(InfoAt<place> &tbl, const Moment &moment) {
     tbl.status = e_STATUS_ACTIVE;
     tbl.hwTblIdx = place(moment.now, moment.call)->hwTblIdx;
 }
 
-template <class Info> void Deactivate(Info &tbl, const Moment &) {
+template <auto place> void Deactivate(InfoAt<place> &tbl, const Moment &) {
     tbl.status = e_STATUS_CFG;
     tbl.hwTblIdx = kNoHwIdx;
 }
 
 // The driver failed, and the slot is forgotten all the same.
-template <class Info> void ForgetSlot(Info &tbl, const Moment &) {
+template <auto place> void ForgetSlot(InfoAt<place> &tbl, const Moment &) {
     tbl.hwTblIdx = kNoHwIdx;
 }
 
@@ -144,21 +154,26 @@ bool IsUsed(const PacTblInfo &tbl, const Moment &) {
     return tbl.refCnt != 0;
 }
 
-// The rows that all kinds with a life have; `all` is their name in the operations'.
-#define LIFE_OF(all, place, Info)                                                                            \
-    {"QIR_Alloc_" all, e_RET_OK, Allocates<place, Info>},                                                    \
-        {"QIR_Alloc_" all, e_RET_ERR_RESRC_UNAVAIL, Needs<IsNoneFree<place>>},                               \
-        {"QIR_Free_" all, e_RET_OK, Makes<place, Free<Info>>},                                               \
-        {"QIR_Activate_" all, e_RET_OK, Makes<place, Activate<place, Info>>},                                \
-        {"QIR_Deactivate_" all, e_RET_OK, Makes<place, Deactivate<Info>>}, {                                 \
-        "QIR_Deactivate_" all, e_RET_DRIVER_FAILURE, Makes<place, ForgetSlot<Info>>                          \
-    }
-
 // clang-format off
 constexpr Effect kEffects[] = {
-    LIFE_OF("AsTable", AsTblOf, AsTblInfo),
-    LIFE_OF("DscpToPbitsTable", DscpTblOf, DscpTblInfo),
-    LIFE_OF("PacTable", PacTblOf, PacTblInfo),
+    {"QIR_Alloc_AsTable",                 e_RET_OK,                Allocates<AsTblOf>},
+    {"QIR_Alloc_AsTable",                 e_RET_ERR_RESRC_UNAVAIL, Needs<IsNoneFree<AsTblOf>>},
+    {"QIR_Free_AsTable",                  e_RET_OK,                Makes<AsTblOf, Free<AsTblOf>>},
+    {"QIR_Activate_AsTable",              e_RET_OK,                Makes<AsTblOf, Activate<AsTblOf>>},
+    {"QIR_Deactivate_AsTable",            e_RET_OK,                Makes<AsTblOf, Deactivate<AsTblOf>>},
+    {"QIR_Deactivate_AsTable",            e_RET_DRIVER_FAILURE,    Makes<AsTblOf, ForgetSlot<AsTblOf>>},
+    {"QIR_Alloc_DscpToPbitsTable",        e_RET_OK,                Allocates<DscpTblOf>},
+    {"QIR_Alloc_DscpToPbitsTable",        e_RET_ERR_RESRC_UNAVAIL, Needs<IsNoneFree<DscpTblOf>>},
+    {"QIR_Free_DscpToPbitsTable",         e_RET_OK,                Makes<DscpTblOf, Free<DscpTblOf>>},
+    {"QIR_Activate_DscpToPbitsTable",     e_RET_OK,                Makes<DscpTblOf, Activate<DscpTblOf>>},
+    {"QIR_Deactivate_DscpToPbitsTable",   e_RET_OK,                Makes<DscpTblOf, Deactivate<DscpTblOf>>},
+    {"QIR_Deactivate_DscpToPbitsTable",   e_RET_DRIVER_FAILURE,    Makes<DscpTblOf, ForgetSlot<DscpTblOf>>},
+    {"QIR_Alloc_PacTable",                e_RET_OK,                Allocates<PacTblOf>},
+    {"QIR_Alloc_PacTable",                e_RET_ERR_RESRC_UNAVAIL, Needs<IsNoneFree<PacTblOf>>},
+    {"QIR_Free_PacTable",                 e_RET_OK,                Makes<PacTblOf, Free<PacTblOf>>},
+    {"QIR_Activate_PacTable",             e_RET_OK,                Makes<PacTblOf, Activate<PacTblOf>>},
+    {"QIR_Deactivate_PacTable",           e_RET_OK,                Makes<PacTblOf, Deactivate<PacTblOf>>},
+    {"QIR_Deactivate_PacTable",           e_RET_DRIVER_FAILURE,    Makes<PacTblOf, ForgetSlot<PacTblOf>>},
     {"QIR_Set_AsTableCfg",                e_RET_OK,                Makes<AsTblOf, SetAsCfg>},
     {"QIR_Get_AsTableCfg",                e_RET_OK,                Holds<AsCfgOf>},
     {"QIR_Set_AsTableEntry",              e_RET_OK,                Makes<AsTblOf, SetAsEntry>},

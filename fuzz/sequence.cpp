@@ -243,6 +243,9 @@ Complaint Sequence::LookAtDriver(const Call &call) {
 
 Complaint Sequence::LookAtContext(const Call &call) {
     const QirCtxt &ctxt = *qirCtxt_gp;
+    if (Complaint broken = CheckEffect({before_.StartCtxt(), before_.Ctxt(), ctxt, call}); !broken.empty()) {
+        return broken;
+    }
     if (call.doing == Doing::InitSystem) {
         hardware_.NoteInit(*orxemu_state());
     }
@@ -250,9 +253,6 @@ Complaint Sequence::LookAtContext(const Call &call) {
     const Fcb *const before = before_.FcbOf(call);
     if (before != nullptr) {
         fcbBefore = *before;
-    }
-    if (Complaint broken = CheckEffect({before_.StartCtxt(), before_.Ctxt(), ctxt, call}); !broken.empty()) {
-        return broken;
     }
     if (Complaint broken = before_.Compare(ctxt, call); !broken.empty()) {
         return broken;

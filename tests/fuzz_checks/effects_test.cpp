@@ -59,10 +59,11 @@ template <class Record> Call Telling(Call call, const Record &record) {
 class Effects : public Scene {
   protected:
     void SetUp() override {
-        LibraryTest::SetUp();
-        start_ = std::make_unique<QirCtxt>(ctxt);
         Scene::SetUp();
         Settle();
+        QIR_Init_Sys();
+        start_ = std::make_unique<QirCtxt>(ctxt);
+        ctxt = *before_;
     }
     // The next call begins here.
     void Settle() { before_ = std::make_unique<QirCtxt>(ctxt); }
@@ -254,6 +255,10 @@ const Row kRows[] = {
      AllocatedTable("QIR_Alloc_DscpToPbitsTable", 2), Nothing},
     {"one that was not FREE", "QIR_Alloc_AsTable -> 0: took a table that was not FREE",
      AllocatedTable("QIR_Alloc_AsTable", 1), Nothing},
+    {"a table that there is not", "QIR_Alloc_AsTable -> 0: accepted, and names nothing",
+     AllocatedTable("QIR_Alloc_AsTable", 16), Nothing},
+    {"a flow that there is not", "QIR_Alloc_FCB -> 0: accepted, and names nothing", Allocated(512, 512),
+     Nothing},
     {"none FREE while there is one", NoReason("QIR_Alloc_AsTable", 12),
      OnTable("QIR_Alloc_AsTable", kNone, 12), Nothing},
     {"a table that is not activated", NotMade("QIR_Activate_AsTable", offsetof(AsTblInfo, status) + kLow),
