@@ -4,7 +4,9 @@
 
 #include "qirapi/private/context.h"
 
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace fuzz {
 
@@ -73,7 +75,25 @@ struct Call {
     u32 numTypes = 0;
     u32 type = kNone;
     u32 cmpOp = kNone;
+    // What else the call was given: numbers in the order of the parameters, the handle that it stores and the
+    // record. A call that reads has here what it gave.
+    u32 arg[2] = {kNone, kNone};
+    u32 hdl = kNone;
+    std::vector<u8> record{};
+
+    template <class Record> void Tell(const Record &told) { Tell(&told, sizeof told); }
+    void Tell(const void *told, std::size_t size) {
+        const auto *const bytes = static_cast<const u8 *>(told);
+        record.insert(record.end(), bytes, bytes + size);
+    }
 };
+
+// What a call is to write into: bytes that it does not leave by chance.
+template <class Record> Record Unwritten() {
+    Record record;
+    std::memset(&record, 0x5A, sizeof record);
+    return record;
+}
 
 } // namespace fuzz
 

@@ -27,6 +27,7 @@ class Before {
     void Restore(qir::QirCtxt &ctxt);
 
     const qir::QirCtxt &Ctxt() const { return *before_; }
+    const qir::QirCtxt &StartCtxt() const { return *start_; }
     const qir::Fcb *FcbOf(const Call &call) const;
 
     // Compares, and takes over what the call was allowed to change.

@@ -1,5 +1,6 @@
 #include "fuzz/hardware.h"
 
+#include "fuzz/records.h"
 #include "qirapi/driver/driver_records.h"
 
 #include <cstddef>
@@ -57,17 +58,6 @@ bool IsHeld(HwKind kind, u32 slot, const OrxEmuState &hardware) {
 
 std::string Name(HwKind kind, u32 object) {
     return std::string(kNames[static_cast<u32>(kind)]) + " " + std::to_string(object);
-}
-
-u32 WordAt(const u8 *bytes, std::size_t offset) {
-    u32 word = 0;
-    std::memcpy(&word, bytes + offset, sizeof word);
-    return word;
-}
-
-// Are the records alike from `begin` on?
-template <class Info> bool Alike(const Info &shadow, const u8 *held, std::size_t begin, std::size_t end) {
-    return std::memcmp(reinterpret_cast<const u8 *>(&shadow) + begin, held + begin, end - begin) == 0;
 }
 
 // All of an ACTIVE table stays as it was activated, but for its driver's index, its status and its users.

@@ -21,7 +21,9 @@ namespace {
 void AllocFcb(Input &in, Call &call) {
     call.doing = Doing::AllocFlow;
     auto hdl = TakeFlow(in, call);
-    call.rc = QIR_Alloc_FCB(in.Below(e_FLOW_SECTION_MAX), hdl.Ptr());
+    call.arg[0] = in.Below(e_FLOW_SECTION_MAX);
+    call.rc = QIR_Alloc_FCB(call.arg[0], hdl.Ptr());
+    call.hdl = hdl.value.word;
     call.flow = call.rc == e_RET_OK ? u32{hdl.value.f1.id} : kNone;
 }
 
@@ -33,12 +35,15 @@ void AllocFcbSpecifyIndex(Input &in, Call &call) {
         hdl.value.f1.id = QIR_MAX_FLOWS / 2;
         call.flow = hdl.isNull ? kNone : QIR_MAX_FLOWS / 2;
     }
-    call.rc = QIR_Alloc_FCB_Specify_Index(in.Below(e_FLOW_SECTION_MAX), hdl.Ptr());
+    call.arg[0] = in.Below(e_FLOW_SECTION_MAX);
+    call.hdl = hdl.value.word;
+    call.rc = QIR_Alloc_FCB_Specify_Index(call.arg[0], hdl.Ptr());
 }
 
 // It has no code: it answers.
-void IsFree(Input &in, Call &) {
-    Is_Orx_free(in.Half() % QIR_MAX_FLOWS);
+void IsFree(Input &in, Call &call) {
+    call.arg[0] = in.Half() % QIR_MAX_FLOWS;
+    call.Tell(Is_Orx_free(call.arg[0]));
 }
 
 template <Doing doing, auto operation> void OnFlow(Input &in, Call &call) {
@@ -50,8 +55,9 @@ template <Doing doing, auto operation> void OnFlow(Input &in, Call &call) {
 void GetHits(Input &in, Call &call) {
     call.doing = Doing::ReadHits;
     auto hdl = TakeFlow(in, call);
-    FcbHits hits{};
+    auto hits = Unwritten<FcbHits>();
     call.rc = QIR_Get_FCBHits(hdl.Ptr(), in.OrNull(hits));
+    call.Tell(hits);
 }
 
 template <Doing doing, auto operation> void OnHdr(Input &in, Call &call) {
@@ -95,65 +101,79 @@ void SetFwdInfo(Input &in, Call &call) {
     call.doing = Doing::SetFwdInfo;
     auto hdl = TakeFlow(in, call);
     FwdInfo info = TakeFwdInfo(in);
+    call.Tell(info);
     call.rc = QIR_Set_FwdInfo(hdl.Ptr(), in.OrNull(info));
 }
 
 void GetFwdInfo(Input &in, Call &call) {
     auto hdl = TakeFlow(in, call);
-    FwdInfo info{};
+    auto info = Unwritten<FwdInfo>();
     call.rc = QIR_Get_FwdInfo(hdl.Ptr(), in.OrNull(info));
+    call.Tell(info);
 }
 
 template <auto operation> void ChangeDst(Input &in, Call &call) {
     call.doing = Doing::ChangeDst;
     auto hdl = TakeFlow(in, call);
     DstMask dst = TakeDst(in);
+    call.Tell(dst);
     call.rc = operation(hdl.Ptr(), in.OrNull(dst));
 }
 
 void SetAsOverride(Input &in, Call &call) {
     call.doing = Doing::SetAsOverride;
     auto hdl = TakeFlow(in, call);
-    call.rc = QIR_Set_AsOverride(hdl.Ptr(), in.Below(e_AS_OVERRIDE_MAX));
+    call.arg[0] = in.Below(e_AS_OVERRIDE_MAX);
+    call.rc = QIR_Set_AsOverride(hdl.Ptr(), call.arg[0]);
 }
 
 void GetAsOverride(Input &in, Call &call) {
     auto hdl = TakeFlow(in, call);
-    u32 asOverride = 0;
+    auto asOverride = Unwritten<u32>();
     call.rc = QIR_Get_AsOverride(hdl.Ptr(), in.OrNull(asOverride));
+    call.Tell(asOverride);
 }
 
 void SetEpInfo(Input &in, Call &call) {
     call.doing = Doing::SetEpInfo;
     auto hdl = TakeFlow(in, call);
     auto tbl = TakeTable<qir::EpKind>(in, call, TblKind::Ep);
-    call.rc = QIR_Set_EpInfo(hdl.Ptr(), in.Below(e_TBLSTATUS_MAX), tbl.Ptr());
+    call.arg[0] = in.Below(e_TBLSTATUS_MAX);
+    call.hdl = tbl.value.word;
+    call.rc = QIR_Set_EpInfo(hdl.Ptr(), call.arg[0], tbl.Ptr());
 }
 
 void GetEpInfo(Input &in, Call &call) {
     auto hdl = TakeFlow(in, call);
-    u32 sts = 0;
-    EpTblHdl tbl{};
+    auto sts = Unwritten<u32>();
+    auto tbl = Unwritten<EpTblHdl>();
     u32 *const sts_p = in.OrNull(sts);
     call.rc = QIR_Get_EpInfo(hdl.Ptr(), sts_p, in.OrNull(tbl));
+    call.Tell(sts);
+    call.Tell(tbl);
 }
 
 void SetPacInfo(Input &in, Call &call) {
     call.doing = Doing::SetPacInfo;
     auto hdl = TakeFlow(in, call);
     auto tbl = TakeTable<qir::PacKind>(in, call, TblKind::Pac);
-    const u32 sts = in.Below(e_TBLSTATUS_MAX);
-    call.rc = QIR_Set_PacInfo(hdl.Ptr(), sts, in.Below(QIR_PBITS_SOURCE_MAX), tbl.Ptr());
+    call.arg[0] = in.Below(e_TBLSTATUS_MAX);
+    call.arg[1] = in.Below(QIR_PBITS_SOURCE_MAX);
+    call.hdl = tbl.value.word;
+    call.rc = QIR_Set_PacInfo(hdl.Ptr(), call.arg[0], call.arg[1], tbl.Ptr());
 }
 
 void GetPacInfo(Input &in, Call &call) {
     auto hdl = TakeFlow(in, call);
-    u32 sts = 0;
-    u32 source = 0;
-    PacTblHdl tbl{};
+    auto sts = Unwritten<u32>();
+    auto source = Unwritten<u32>();
+    auto tbl = Unwritten<PacTblHdl>();
     u32 *const sts_p = in.OrNull(sts);
     u32 *const source_p = in.OrNull(source);
     call.rc = QIR_Get_PacInfo(hdl.Ptr(), sts_p, source_p, in.OrNull(tbl));
+    call.Tell(sts);
+    call.Tell(source);
+    call.Tell(tbl);
 }
 
 constexpr Operation kOperations[] = {

@@ -76,6 +76,7 @@ template <class Kind, Doing doing, auto operation> void Config(Input &in, Call &
     typename Kind::Record record = TakeRecord<Kind>(in);
     TakeValue<Kind>(in, record);
     TellEntry<Kind>(record, call);
+    call.Tell(record);
     call.rc = operation(hdl.Ptr(), in.OrNull(record));
 }
 
@@ -86,15 +87,23 @@ template <class Kind, auto operation> void GetFilter(Input &in, Call &call) {
     const u8 size = lead < 0xF0 ? lead % 5 : lead;
     std::vector<typename Kind::Record> records(size > 0 ? size : 1u);
     records[0] = TakeRecord<Kind>(in);
-    u8 count = 0;
+    TellEntry<Kind>(records[0], call);
+    auto count = Unwritten<u8>();
     u8 *const count_p = in.OrNull(count);
     call.rc = operation(hdl.Ptr(), in.Rarely() ? nullptr : records.data(), size, count_p);
+    if (call.rc == e_RET_OK && count <= size) {
+        call.Tell(records.data(), count * sizeof records[0]);
+    }
+    call.arg[0] = count;
+    call.arg[1] = sizeof records[0];
 }
 
 template <class Kind, auto operation> void GetAction(Input &in, Call &call) {
     auto hdl = TakeFlow(in, call);
     typename Kind::Record record = TakeRecord<Kind>(in);
+    TellEntry<Kind>(record, call);
     call.rc = operation(hdl.Ptr(), in.OrNull(record));
+    call.Tell(record);
 }
 
 // The MPLS operations look at nothing.

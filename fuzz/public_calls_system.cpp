@@ -17,24 +17,30 @@ void InitSys(Input &in, Call &call) {
 
 void SetSectionMaxFlows(Input &in, Call &call) {
     call.doing = Doing::SetBudget;
-    const u32 section = in.Below(e_FLOW_SECTION_MAX);
-    call.rc = QIR_Set_SectionMaxFlows(section, in.Half());
+    call.arg[0] = in.Below(e_FLOW_SECTION_MAX);
+    const u16 numFlows = in.Half();
+    call.arg[1] = numFlows;
+    call.rc = QIR_Set_SectionMaxFlows(call.arg[0], numFlows);
 }
 
 void GetSectionMaxFlows(Input &in, Call &call) {
-    u16 numFlows = 0;
-    const u32 section = in.Below(e_FLOW_SECTION_MAX);
-    call.rc = QIR_Get_SectionMaxFlows(section, in.OrNull(numFlows));
+    auto numFlows = Unwritten<u16>();
+    call.arg[0] = in.Below(e_FLOW_SECTION_MAX);
+    call.rc = QIR_Get_SectionMaxFlows(call.arg[0], in.OrNull(numFlows));
+    call.Tell(numFlows);
 }
 
 void SetFlowMissAction(Input &in, Call &call) {
     call.doing = Doing::SetFlowMissAction;
-    call.rc = QIR_Set_FlowMissAction(in.Below(QIR_FLOWMISSACTION_MAX));
+    const u32 action = in.Below(QIR_FLOWMISSACTION_MAX);
+    call.Tell(action);
+    call.rc = QIR_Set_FlowMissAction(action);
 }
 
 void GetFlowMissAction(Input &in, Call &call) {
-    u32 action = 0;
+    auto action = Unwritten<u32>();
     call.rc = QIR_Get_FlowMissAction(in.OrNull(action));
+    call.Tell(action);
 }
 
 u32 TakePort(Input &in, Call &call, u32 num) {
@@ -46,25 +52,31 @@ u32 TakePort(Input &in, Call &call, u32 num) {
 void SetPortPadLen(Input &in, Call &call) {
     call.doing = Doing::SetPadLen;
     const u32 port = TakePort(in, call, QIR_PADPORT_MAX);
-    call.rc = QIR_Set_PortPadLen(port, in.Word());
+    const u32 padLen = in.Word();
+    call.Tell(padLen < QIR_PADLEN_MIN ? 0u : padLen);
+    call.rc = QIR_Set_PortPadLen(port, padLen);
 }
 
 void GetPortPadLen(Input &in, Call &call) {
-    u32 padLen = 0;
-    const u32 port = in.Below(QIR_PADPORT_MAX);
+    auto padLen = Unwritten<u32>();
+    const u32 port = TakePort(in, call, QIR_PADPORT_MAX);
     call.rc = QIR_Get_PortPadLen(port, in.OrNull(padLen));
+    call.Tell(padLen);
 }
 
 void SetPortDefAcl(Input &in, Call &call) {
     call.doing = Doing::SetDefAcl;
     const u32 port = TakePort(in, call, QIR_PORT_MAX);
-    call.rc = QIR_Set_PortDefAcl(port, in.Below(QIR_ACLTYPE_MAX));
+    const u32 aclType = in.Below(QIR_ACLTYPE_MAX);
+    call.Tell(aclType);
+    call.rc = QIR_Set_PortDefAcl(port, aclType);
 }
 
 void GetPortDefAcl(Input &in, Call &call) {
-    u32 aclType = 0;
-    const u32 port = in.Below(QIR_PORT_MAX);
+    auto aclType = Unwritten<u32>();
+    const u32 port = TakePort(in, call, QIR_PORT_MAX);
     call.rc = QIR_Get_PortDefAcl(port, in.OrNull(aclType));
+    call.Tell(aclType);
 }
 
 void SetTpid(Input &in, Call &call) {
@@ -72,23 +84,28 @@ void SetTpid(Input &in, Call &call) {
     TpidCfg cfg{};
     cfg.portId = TakePort(in, call, QIR_PORT_MAX);
     in.Fill(cfg.tpid, sizeof cfg.tpid);
+    call.Tell(cfg);
     call.rc = QIR_Set_Tpid(in.OrNull(cfg));
 }
 
 void GetTpid(Input &in, Call &call) {
-    TpidCfg cfg{};
-    cfg.portId = in.Below(QIR_PORT_MAX);
+    auto cfg = Unwritten<TpidCfg>();
+    cfg.portId = TakePort(in, call, QIR_PORT_MAX);
     call.rc = QIR_Get_Tpid(in.OrNull(cfg));
+    call.Tell(cfg);
 }
 
 void SetRlStatus(Input &in, Call &call) {
     call.doing = Doing::SetRlStatus;
-    call.rc = QIR_Set_RLStatus(in.Below(QIR_RLSTATUS_MAX));
+    const u32 status = in.Below(QIR_RLSTATUS_MAX);
+    call.Tell(status);
+    call.rc = QIR_Set_RLStatus(status);
 }
 
 void GetRlStatus(Input &in, Call &call) {
-    u32 status = 0;
+    auto status = Unwritten<u32>();
     call.rc = QIR_Get_RLStatus(in.OrNull(status));
+    call.Tell(status);
 }
 
 struct Limiter {
@@ -111,13 +128,16 @@ void SetRlTciCfg(Input &in, Call &call) {
     RlTciCfg cfg{};
     cfg.tci[0] = in.Half();
     cfg.tci[1] = in.Byte();
+    call.Tell(cfg);
     call.rc = QIR_Set_RLTciCfg(dir, cfg);
 }
 
 void GetRlTciCfg(Input &in, Call &call) {
-    RlTciCfg cfg{};
+    auto cfg = Unwritten<RlTciCfg>();
     const u32 dir = in.Below(QIR_RLDIR_MAX);
+    call.rlDir = dir < QIR_RLDIR_MAX ? dir : kNone;
     call.rc = QIR_Get_RLTciCfg(dir, in.OrNull(cfg));
+    call.Tell(cfg);
 }
 
 template <Doing doing, auto operation> void OnLimiter(Input &in, Call &call) {
@@ -134,14 +154,15 @@ void SetRl(Input &in, Call &call) {
     ent.cirUnit = in.Below(QIR_RLUNIT_MAX);
     ent.cirRate = in.Word();
     ent.cbs = in.Byte();
+    call.Tell(ent);
     call.rc = QIR_Set_RL(limiter.dir, limiter.index, ent);
 }
 
 void GetRl(Input &in, Call &call) {
-    RlEnt ent{};
-    const u32 dir = in.Below(QIR_RLDIR_MAX);
-    const u32 index = in.Below(QIR_RLINDEX_MAX);
-    call.rc = QIR_Get_RL(dir, index, in.OrNull(ent));
+    auto ent = Unwritten<RlEnt>();
+    const Limiter limiter = TakeLimiter(in, call);
+    call.rc = QIR_Get_RL(limiter.dir, limiter.index, in.OrNull(ent));
+    call.Tell(ent);
 }
 
 constexpr Operation kOperations[] = {

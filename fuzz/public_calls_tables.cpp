@@ -26,19 +26,22 @@ template <class Kind, auto operation> void AllocTable(Input &in, Call &call) {
     auto hdl = Take<Kind>(in, call);
     call.rc = operation(hdl.Ptr());
     call.table = call.rc == e_RET_OK ? u32{hdl.value.f1.id} : kNone;
+    call.hdl = hdl.value.word;
 }
 
 void SetAsTableCfg(Input &in, Call &call) {
     call.doing = Doing::ConfigTable;
     auto hdl = Take<qir::AsKind>(in, call);
     AsTblCfg cfg{in.Word()};
+    call.Tell(cfg);
     call.rc = QIR_Set_AsTableCfg(hdl.Ptr(), in.OrNull(cfg));
 }
 
 void GetAsTableCfg(Input &in, Call &call) {
     auto hdl = Take<qir::AsKind>(in, call);
-    AsTblCfg cfg{};
+    auto cfg = Unwritten<AsTblCfg>();
     call.rc = QIR_Get_AsTableCfg(hdl.Ptr(), in.OrNull(cfg));
+    call.Tell(cfg);
 }
 
 u8 TakeIndex(Input &in, u32 limit) {
@@ -57,20 +60,26 @@ void SetAsTableEntry(Input &in, Call &call) {
     ent.vlanTag1 = in.Half();
     ent.ipPrefixLen = in.Word();
     ent.macDA[5] = in.Byte();
+    call.arg[0] = idx;
+    call.Tell(ent);
     call.rc = QIR_Set_AsTableEntry(hdl.Ptr(), idx, in.OrNull(ent));
 }
 
 void GetAsTableEntry(Input &in, Call &call) {
     auto hdl = Take<qir::AsKind>(in, call);
     const u8 idx = TakeIndex(in, QIR_ASENT_MAXNUM);
-    AsEnt ent{};
+    auto ent = Unwritten<AsEnt>();
+    call.arg[0] = idx;
     call.rc = QIR_Get_AsTableEntry(hdl.Ptr(), idx, in.OrNull(ent));
+    call.Tell(ent);
 }
 
 void DeleteAsTableEntry(Input &in, Call &call) {
     call.doing = Doing::ConfigTable;
     auto hdl = Take<qir::AsKind>(in, call);
-    call.rc = QIR_Delete_AsTableEntry(hdl.Ptr(), TakeIndex(in, QIR_ASENT_MAXNUM));
+    const u8 idx = TakeIndex(in, QIR_ASENT_MAXNUM);
+    call.arg[0] = idx;
+    call.rc = QIR_Delete_AsTableEntry(hdl.Ptr(), idx);
 }
 
 void SetDefPbits(Input &in, Call &call) {
@@ -79,13 +88,15 @@ void SetDefPbits(Input &in, Call &call) {
     DscpDefPbits def{};
     def.srcPort = in.Below(QIR_PORT_MAX);
     def.pbits = TakeIndex(in, QIR_PBITS_MAX);
+    call.Tell(def);
     call.rc = QIR_Set_DscpToPbitsTable_DefPbits(hdl.Ptr(), in.OrNull(def));
 }
 
 void GetDefPbits(Input &in, Call &call) {
     auto hdl = Take<qir::DscpKind>(in, call);
-    DscpDefPbits def{};
+    auto def = Unwritten<DscpDefPbits>();
     call.rc = QIR_Get_DscpToPbitsTable_DefPbits(hdl.Ptr(), in.OrNull(def));
+    call.Tell(def);
 }
 
 void SetDscp(Input &in, Call &call) {
@@ -95,14 +106,17 @@ void SetDscp(Input &in, Call &call) {
     mapping.startDscp = TakeIndex(in, QIR_DSCP_MAX);
     mapping.endDscp = TakeIndex(in, QIR_DSCP_MAX);
     mapping.pbits = TakeIndex(in, QIR_PBITS_MAX);
+    call.Tell(mapping);
     call.rc = QIR_Set_DscpToPbitsTable(hdl.Ptr(), in.OrNull(mapping));
 }
 
 void GetDscp(Input &in, Call &call) {
     auto hdl = Take<qir::DscpKind>(in, call);
     const u8 dscp = TakeIndex(in, QIR_DSCP_MAX);
-    u8 pbits = 0;
+    auto pbits = Unwritten<u8>();
+    call.arg[0] = dscp;
     call.rc = QIR_Get_DscpToPbitsTable(hdl.Ptr(), dscp, in.OrNull(pbits));
+    call.Tell(pbits);
 }
 
 PacTblCfg TakePacRecord(Input &in) {
@@ -125,13 +139,15 @@ void SetPacTableCfg(Input &in, Call &call) {
     call.doing = Doing::ConfigTable;
     auto hdl = Take<qir::PacKind>(in, call);
     PacTblCfg rec = TakePacRecord(in);
+    call.Tell(rec);
     call.rc = QIR_Set_PacTableCfg(hdl.Ptr(), in.OrNull(rec));
 }
 
 void GetPacTableCfg(Input &in, Call &call) {
     auto hdl = Take<qir::PacKind>(in, call);
-    PacTblCfg rec{};
+    auto rec = Unwritten<PacTblCfg>();
     call.rc = QIR_Get_PacTableCfg(hdl.Ptr(), in.OrNull(rec));
+    call.Tell(rec);
 }
 
 void SetPacTableEntry(Input &in, Call &call) {
@@ -139,14 +155,18 @@ void SetPacTableEntry(Input &in, Call &call) {
     auto hdl = Take<qir::PacKind>(in, call);
     const u8 pbits = TakeIndex(in, QIR_PBITS_MAX);
     PacTblCfg rec = TakePacRecord(in);
+    call.arg[0] = pbits;
+    call.Tell(rec);
     call.rc = QIR_Set_PacTableEntry(hdl.Ptr(), pbits, in.OrNull(rec));
 }
 
 void GetPacTableEntry(Input &in, Call &call) {
     auto hdl = Take<qir::PacKind>(in, call);
     const u8 pbits = TakeIndex(in, QIR_PBITS_MAX);
-    PacTblCfg rec{};
+    auto rec = Unwritten<PacTblCfg>();
+    call.arg[0] = pbits;
     call.rc = QIR_Get_PacTableEntry(hdl.Ptr(), pbits, in.OrNull(rec));
+    call.Tell(rec);
 }
 
 // The EP operations do nothing whatever they get.

@@ -1,9 +1,12 @@
 #include "fuzz/public_calls.h"
 
+#include "fuzz/asked.h"
 #include "fuzz/changes.h"
+#include "fuzz/effects.h"
 #include "fuzz/hardware.h"
 #include "fuzz/invariants.h"
 #include "log/qel_log.h"
+#include "qirapi/private/fcb.h"
 #include "qirapi/private/report.h"
 
 #include <algorithm>
@@ -36,6 +39,7 @@ class Sequence {
     Complaint Repeat(Input &in);
     Complaint SetEpTable(Input &in);
     void ArmFault(Input &in);
+    void CountHits(u32 slot) const;
     Complaint LookAt(const Call &call);
     Complaint WhatIsWrong(const Call &call);
     Complaint LookAtDriver(const Call &call);
@@ -47,6 +51,7 @@ class Sequence {
     Past past_;
     HardwarePast hardware_;
     Fault armed_ = Fault::None;
+    bool isPresent_ = true; // the device
     std::vector<Call> calls_;
     u32 numFlows_ = 0; // flows and their slots behind these have not been used yet
 };
@@ -95,7 +100,8 @@ Complaint Sequence::Next(Input &in) {
         ArmFault(in);
         return {};
     case 3:
-        orxemu_setPresent(in.Byte() % 2);
+        isPresent_ = in.Byte() % 2 != 0;
+        orxemu_setPresent(isPresent_ ? 1 : 0);
         return {};
     case 4:
         qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, in.Byte() % QEL_LOG_LEVEL_MAX);
@@ -174,6 +180,13 @@ std::string Sequence::LastCalls() const {
     return text;
 }
 
+// Another number for each counter of each flow, so that it is seen whose they are.
+void Sequence::CountHits(u32 slot) const {
+    for (u32 counter = 0; counter < std::size(FcbHits{}.hits); ++counter) {
+        orxemu_addHits(slot, counter, static_cast<u32>(calls_.size()) << 8 | counter);
+    }
+}
+
 Complaint Sequence::LookAt(const Call &call) {
     calls_.push_back(call);
     // The hardware takes the lowest slot, and no more of them than there are activations.
@@ -182,6 +195,9 @@ Complaint Sequence::LookAt(const Call &call) {
     numFlows_ = std::min<u32>(std::max({numFlows_, named, activated}), QIR_MAX_FLOWS);
     const Complaint broken = WhatIsWrong(call);
     orxemu_clearLog();
+    if (broken.empty() && call.doing == Doing::ActivateFlow && call.rc == e_RET_OK) {
+        CountHits(qirCtxt_gp->fcbPool[call.flow].hwFlowIdx);
+    }
     if (broken.empty() && observe_) {
         observe_(call);
     }
@@ -202,21 +218,19 @@ Complaint Sequence::WhatIsWrong(const Call &call) {
 }
 
 Complaint Sequence::LookAtDriver(const Call &call) {
-    const size_t requests = orxemu_numRequests();
     if (orxemu_openDescriptors() != 0) {
         return "left the device open";
     }
-    if (requests > (AsksDriver(call.doing) ? 1u : 0u)) {
-        return std::to_string(requests) + " requests";
-    }
+    const bool opens = isPresent_ && armed_ != Fault::Open;
     const OrxEmuRequest *const request = orxemu_request(0);
+    const Asked asked{orxemu_numRequests(), request, opens};
+    if (Complaint broken = CheckAsked(before_.Ctxt(), *qirCtxt_gp, call, asked); !broken.empty()) {
+        return broken;
+    }
+    if (Complaint broken = CheckTaken(*qirCtxt_gp, call, *orxemu_state(), asked); !broken.empty()) {
+        return broken;
+    }
     const bool failed = call.rc == e_RET_DRIVER_FAILURE;
-    if (request != nullptr && failed != (request->err != 0)) {
-        return "not what the driver answered";
-    }
-    if (failed && !AsksDriver(call.doing)) {
-        return "a failure of the driver, which was not asked";
-    }
     if (request != nullptr) {
         hardware_.NoteRequest(call, *request, armed_ == Fault::Answer);
         armed_ = armed_ == Fault::Open ? armed_ : Fault::None;
@@ -229,6 +243,9 @@ Complaint Sequence::LookAtDriver(const Call &call) {
 
 Complaint Sequence::LookAtContext(const Call &call) {
     const QirCtxt &ctxt = *qirCtxt_gp;
+    if (Complaint broken = CheckEffect({before_.StartCtxt(), before_.Ctxt(), ctxt, call}); !broken.empty()) {
+        return broken;
+    }
     if (call.doing == Doing::InitSystem) {
         hardware_.NoteInit(*orxemu_state());
     }
@@ -273,6 +290,8 @@ Before &StartedUp() {
 Complaint RunSequence(const u8 *bytes, std::size_t size, const std::function<void(const Call &)> &observe) {
     Before &before = StartedUp();
     before.Restore(*qirCtxt_gp);
+    // The library remembers beside the context up to where flows are in use: it finds out that none is.
+    FindFreeFlow();
     orxemu_reset();
     qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_QUIET);
     Input in(bytes, size);
