@@ -28,8 +28,8 @@ template <class Kind> constexpr Reset ResetOf(u32 hdr, u32 tag = 0, bool keepsCo
             kFilter ? e_CMP_MAX * Kind::kNumTypes : 0, keepsCount};
 }
 
-// A row for each entry, with a node for each row: IPv4 takes those of TCP and UDP along. VLAN tags 2 and 3 lie
-// on what follows the two VLAN entries. MPLS takes a node and has no entry.
+// A row for each entry, with a node for each row: IPv4 takes those of TCP and UDP along. VLAN tags 2 and 3
+// lie on what follows the two VLAN entries. MPLS takes a node and has no entry.
 constexpr Reset kResets[] = {
     ResetOf<EthFilterKind>(e_FLOWHDR_ETH),
     ResetOf<VlanFilterKind>(e_FLOWHDR_VLAN0, 0),

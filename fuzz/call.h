@@ -81,8 +81,8 @@ struct Call {
     u32 cmpOp = kNone;
     u32 row = kNone; // in the rule tables
     bool l4 = false; // in those of TCP and UDP
-    // And the caller's records as the call leaves them: one, or the array that is read into, with what was in it
-    // before and the number of records that it is said to hold.
+    // And the caller's records as the call leaves them: one, or the array that is read into, with what was in
+    // it before and the number of records that it is said to hold.
     std::vector<u8> records;
     std::vector<u8> recordsBefore;
     u32 recordBytes = 0;

@@ -41,6 +41,24 @@ Complaint NotTheCode(u32 expected) {
     return "the code has to be " + std::to_string(expected);
 }
 
+// What has to be there before rules are asked and lists are read: the flow, and the header. The rows of the
+// rule tables are the headers; TCP and UDP belong to IPv4.
+Complaint Opening(const Fcb &fcb, const Call &call) {
+    if (fcb.status == e_STATUS_FREE) {
+        return NotTheCode(e_RET_ERR_INVALID_HDL);
+    }
+    const bool filter = call.doing == Doing::ConfigFilter || call.doing == Doing::ReadFilters;
+    const u16 hdrBmap = filter ? fcb.filterBlk.hdrBmap : fcb.actionBlk.hdrBmap;
+    const bool isThere = (hdrBmap >> (call.l4 ? u32{e_FLOWHDR_IPV4} : call.row) & 1u) != 0;
+    return isThere ? Complaint{} : NotTheCode(e_RET_ERR_HDRNOTCFG);
+}
+
+// A header that is said to be missing is.
+Complaint CheckMissing(const Fcb &fcb, const Call &call) {
+    const bool said = call.rc == e_RET_ERR_HDRNOTCFG && call.entry != kNone;
+    return said && Opening(fcb, call).empty() ? "the header is there" : Complaint{};
+}
+
 // What is expected of a flow.
 
 void AddBit(Fcb &fcb, const Call &call) {
@@ -267,8 +285,14 @@ Complaint CheckRequest(const QirCtxt &ctxt, const Fcb &before, const Fcb &now, c
     if (call.entry == kNone) {
         return call.rc == e_RET_OK ? "accepted what there is not" : Complaint{};
     }
+    if (Complaint wrong = CheckMissing(before, call); !wrong.empty()) {
+        return wrong;
+    }
     Fcb expected = before;
     if (IsOfRules(call.rc)) {
+        if (Complaint wrong = Opening(before, call); !wrong.empty()) {
+            return wrong;
+        }
         const auto expect = call.doing == Doing::ConfigFilter ? ExpectFilter : ExpectAction;
         if (Complaint wrong = expect(ctxt, call, expected); !wrong.empty()) {
             return wrong;
@@ -289,7 +313,13 @@ Complaint CheckReadBack(const Fcb &fcb, const Call &call) {
     if (isRead && call.entry == kNone) {
         return "read what there is not";
     }
+    if (Complaint wrong = CheckMissing(fcb, call); !wrong.empty()) {
+        return wrong;
+    }
     if (isRead) {
+        if (Complaint wrong = Opening(fcb, call); !wrong.empty()) {
+            return wrong;
+        }
         const auto room = filters ? static_cast<u32>(records.size() / call.recordBytes) : 1u;
         std::vector<const u8 *> matches;
         const bool more = Matches(fcb, call, room, matches);

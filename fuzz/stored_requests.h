@@ -22,7 +22,8 @@ bool IsTagAction(const Call &call);
 // Takes the first node off the free list, so that it points to itself; kNone when there is none.
 u32 TakeNode(qir::Fcb &fcb);
 
-// A call that configures a filter or an action, accepted or refused. `before` and `now`: the flow that it named.
+// A call that configures a filter or an action, accepted or refused. `before` and `now`: the flow that it
+// named.
 Complaint CheckRequest(const qir::QirCtxt &ctxt, const qir::Fcb &before, const qir::Fcb &now,
                        const Call &call);
 // A call that reads filters or an action back from the flow.

@@ -216,7 +216,17 @@ const Row kRows[] = {
     {"a bit with a bad EtherType", NotAs("the accepted types"), 25,
      [] { return AddEthAction(e_ETH_ACTION_ETHTYPE); },
      [](Fcb &fcb, Call &) { fcb.actionBlk.eth.curBmap |= 1u << e_ETH_ACTION_ETHTYPE; }},
-    // Codes that the rules do not give.
+    // Codes that the rules do not give, and those from before the rules.
+    {"a header that is not there", "", 11, AddPbits, nullptr, [](Fcb &fcb) { fcb.filterBlk.hdrBmap = 1; }},
+    {"accepted without the header", "the code has to be 11", 11, AddPbits,
+     [](Fcb &, Call &call) { call.rc = 0; }, [](Fcb &fcb) { fcb.filterBlk.hdrBmap = 1; }},
+    {"accepted without IPv4", "the code has to be 11", 11, [] { return AddUdpFilter(e_CMP_EQ); },
+     [](Fcb &, Call &call) { call.rc = 0; }, [](Fcb &fcb) { fcb.filterBlk.hdrBmap = 3; }},
+    {"the header that is there", "the header is there", 22,
+     [] { return AddFilter<VlanFilterKind, QIR_Config_VlanFilter>(e_VLAN_FILT_TAG, 0, e_CMP_EQ); },
+     [](Fcb &, Call &call) { call.rc = 11; }},
+    {"accepted for a flow that is FREE", "the code has to be 3", 3, AddPbits,
+     [](Fcb &, Call &call) { call.rc = 0; }, [](Fcb &fcb) { fcb.status = e_STATUS_FREE; }},
     {"accepted, though there is no such type", "accepted what there is not", 47,
      [] { return AddEthFilter(e_ETH_FILT_MAX, e_CMP_EQ); }, [](Fcb &, Call &call) { call.rc = 0; }},
     {"accepted, though not taken", "the code has to be 21", 21, [] { return AddTcpFilter(e_CMP_IN_RANGE); },
@@ -262,10 +272,13 @@ INSTANTIATE_TEST_SUITE_P(Rows, StoredRequest, ::testing::ValuesIn(kRows));
 
 // ---- Reading back -------------------------------------------------------------------------------------
 
-template <class Kind, auto operation> Call ReadFilters(u32 type, u8 size) {
+template <class Kind, auto operation> Call ReadFilters(u32 type, u8 size, u32 tag = 0) {
     FlowHdl flow = test::Flow(0);
     std::vector<typename Kind::Record> records(size);
     records[0] = Make<typename Kind::Record>(type, 0xEE);
+    if constexpr (Kind::kPerTag) {
+        records[0].toTagNum = tag;
+    }
     Call call;
     call.doing = Doing::ReadFilters;
     fuzz::CallWith<Kind>(records, call, [&] { return operation(&flow, records.data(), size, &call.count); });
@@ -335,6 +348,14 @@ const ReadRow kReadRows[] = {
      [](Call &call) { call.rc = 0; }},
     {"an overflow", "the code has to be 0", 0, [] { return ReadEthTypes(2); },
      [](Call &call) { call.rc = 7; }},
+    {"of no header", "the header is there", 0, [] { return ReadEthTypes(2); },
+     [](Call &call) { call.rc = 11; }},
+    {"of a header that is not there", "the code has to be 11", 11,
+     [] { return ReadFilters<VlanFilterKind, QIR_Get_VlanFilter>(0, 1, 1); },
+     [](Call &call) { call.rc = 0; }},
+    {"what there is not", "read what there is not", 47,
+     [] { return ReadFilters<EthFilterKind, QIR_Get_EthFilter>(e_ETH_FILT_MAX, 2); },
+     [](Call &call) { call.rc = 0; }},
     {"another action", kNotStored, 0, ReadDa, [](Call &call) { ++call.records[8]; }},
     {"no action", "the code has to be 0", 0, ReadDa, [](Call &call) { call.rc = 6; }},
     {"an action that there is not", "the code has to be 6", 6,
