@@ -216,10 +216,6 @@ Range RefCntOf(const QirCtxt &before, const Call &call, bool ep) {
               : InTable<PacTblInfo>(PLACE(pacTblPool), idx, PLACE_IN(PacTblInfo, refCnt));
 }
 
-std::size_t CounterOf(const Call &call) {
-    return call.entry + sizeof(HdrEntry) + std::size_t{call.cmpOp} * call.numTypes + call.type;
-}
-
 Range InFlowPart(const Call &call, Part part) {
     switch (part) {
     case Part::Flow:

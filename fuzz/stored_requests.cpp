@@ -9,28 +9,22 @@ using namespace qir;
 
 namespace {
 
-constexpr u32 kNodes = QIR_MAX_FCBREQ;
-
-u8 *BytesOf(Fcb &fcb) {
+u8 *FcbBytes(Fcb &fcb) {
     return reinterpret_cast<u8 *>(&fcb);
 }
 
-const u8 *BytesOf(const Fcb &fcb) {
+const u8 *FcbBytes(const Fcb &fcb) {
     return reinterpret_cast<const u8 *>(&fcb);
 }
 
 HdrEntry EntryOf(const Fcb &fcb, const Call &call) {
     HdrEntry entry;
-    std::memcpy(&entry, BytesOf(fcb) + call.entry, sizeof entry);
+    std::memcpy(&entry, FcbBytes(fcb) + call.entry, sizeof entry);
     return entry;
 }
 
 void SetEntry(Fcb &fcb, const Call &call, const HdrEntry &entry) {
-    std::memcpy(BytesOf(fcb) + call.entry, &entry, sizeof entry);
-}
-
-std::size_t CounterOf(const Call &call) {
-    return call.entry + sizeof(HdrEntry) + std::size_t{call.cmpOp} * call.numTypes + call.type;
+    std::memcpy(FcbBytes(fcb) + call.entry, &entry, sizeof entry);
 }
 
 bool IsUdpFilter(const Call &call) {
@@ -69,7 +63,7 @@ void AddBit(Fcb &fcb, const Call &call) {
 
 // Behind the last node of the head's ring. A head out of the pool is none: the node stays alone.
 void Append(Fcb &fcb, u32 head, u16 idx) {
-    if (head >= kNodes) {
+    if (head >= QIR_MAX_FCBREQ) {
         return;
     }
     ReqNode &first = fcb.reqPool[head];
@@ -109,7 +103,7 @@ u32 FilterRules(const QirCtxt &ctxt, const Fcb &before, const Call &call) {
     if ((EntryOf(before, call).curBmap & excluded[call.type]) != 0) {
         return e_RET_ERR_INVALID_FILTSEQ;
     }
-    const u8 count = BytesOf(before)[CounterOf(call)];
+    const u8 count = FcbBytes(before)[CounterOf(call)];
     return count < ctxt.cmpOpCntTbl[call.cmpOp] ? e_RET_OK : e_RET_ERR_INVALID_CMPOPSEQ;
 }
 
@@ -125,7 +119,7 @@ Complaint ExpectFilter(const QirCtxt &ctxt, const Call &call, Fcb &fcb) {
         return {};
     }
     AddBit(fcb, call);
-    ++BytesOf(fcb)[CounterOf(call)];
+    ++FcbBytes(fcb)[CounterOf(call)];
     // Any value is one of UDP.
     if (call.rc == e_RET_ERR_INVALID_PARAM && !IsUdpFilter(call)) {
         return {};
@@ -195,7 +189,7 @@ bool IsOfRules(u32 rc) {
 }
 
 // What lies at a place of the flow, for people.
-std::string PlaceName(std::size_t offset, const Call &call) {
+std::string WhatLiesAt(std::size_t offset, const Call &call) {
     if (offset >= offsetof(Fcb, reqPool)) {
         const std::size_t inPool = offset - offsetof(Fcb, reqPool);
         const std::size_t inNode = inPool % sizeof(ReqNode);
@@ -216,12 +210,12 @@ std::string PlaceName(std::size_t offset, const Call &call) {
                : "byte " + std::to_string(offset);
 }
 
-Complaint Compare(const Fcb &expected, const Fcb &now, const Call &call) {
-    const u8 *const begin = BytesOf(expected);
-    const u8 *const at = std::mismatch(begin, begin + sizeof expected, BytesOf(now)).first;
+Complaint CompareWith(const Fcb &expected, const Fcb &now, const Call &call) {
+    const u8 *const begin = FcbBytes(expected);
+    const u8 *const at = std::mismatch(begin, begin + sizeof expected, FcbBytes(now)).first;
     const auto offset = static_cast<std::size_t>(at - begin);
     return offset == sizeof expected ? Complaint{}
-                                     : "not as the request leaves it: " + PlaceName(offset, call);
+                                     : "not as the request leaves it: " + WhatLiesAt(offset, call);
 }
 
 bool IsConfig(Doing doing) {
@@ -231,7 +225,7 @@ bool IsConfig(Doing doing) {
 // The records of the queried type in the order of their list, no more than `room`; whether there are more.
 bool Matches(const Fcb &fcb, const Call &call, u32 room, std::vector<const u8 *> &matches) {
     const u16 head = EntryOf(fcb, call).reqList;
-    if (head >= kNodes) {
+    if (head >= QIR_MAX_FCBREQ) {
         return false;
     }
     for (u32 i = fcb.reqPool[head].next; i != head; i = fcb.reqPool[i].next) {
@@ -247,6 +241,10 @@ bool Matches(const Fcb &fcb, const Call &call, u32 room, std::vector<const u8 *>
 }
 
 } // namespace
+
+std::size_t CounterOf(const Call &call) {
+    return call.entry + sizeof(HdrEntry) + std::size_t{call.cmpOp} * call.numTypes + call.type;
+}
 
 u32 TakeNode(Fcb &fcb) {
     ReqNode &head = fcb.reqPool[0];
@@ -298,7 +296,7 @@ Complaint CheckRequest(const QirCtxt &ctxt, const Fcb &before, const Fcb &now, c
             return wrong;
         }
     }
-    return Compare(expected, now, call);
+    return CompareWith(expected, now, call);
 }
 
 Complaint CheckReadBack(const Fcb &fcb, const Call &call) {

@@ -12,6 +12,8 @@
 
 #include "fuzz/call.h"
 
+#include <cstddef>
+
 namespace fuzz {
 
 // Does the operator table take the filter's operator for its type?
@@ -19,6 +21,8 @@ bool TakesOperator(const qir::QirCtxt &ctxt, const Call &call);
 // Does an Ethernet action push or pop a tag?
 bool IsTagAction(const Call &call);
 
+// Where in the FCB the counter of the filter's type and operator lies.
+std::size_t CounterOf(const Call &call);
 // Takes the first node off the free list, so that it points to itself; kNone when there is none.
 u32 TakeNode(qir::Fcb &fcb);
 
