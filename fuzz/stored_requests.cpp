@@ -261,7 +261,7 @@ u32 TakeNode(Fcb &fcb) {
 }
 
 bool TakesOperator(const QirCtxt &ctxt, const Call &call) {
-    if (call.cmpOp >= e_CMP_MAX) {
+    if (call.entry == kNone || call.cmpOp >= e_CMP_MAX) {
         return false;
     }
     const auto &takers = call.l4 ? ctxt.l4CmpOpBmapTbl[call.row] : ctxt.cmpOpBmapTbl[call.row];

@@ -16,7 +16,8 @@
 
 namespace fuzz {
 
-// Does the operator table take the filter's operator for its type?
+// Does the operator table take the filter's operator for its type? Not for a type or an operator that there
+// is not.
 bool TakesOperator(const qir::QirCtxt &ctxt, const Call &call);
 // Does an Ethernet action push or pop a tag?
 bool IsTagAction(const Call &call);
