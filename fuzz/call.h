@@ -49,6 +49,8 @@ enum class Doing : u8 {
     ConfigFilter,
     ConfigEthAction,
     ConfigAction,
+    ReadFilters,
+    ReadAction,
     Num
 };
 
@@ -56,6 +58,9 @@ enum class TblKind : u8 { As, Dscp, Ep, Pac, Num };
 
 // An index that the call did not name, or named out of range.
 constexpr u32 kNone = 0xFFFFFFFF;
+
+// A caller's count of records before a call that writes it.
+constexpr u8 kNotCounted = 0xEE;
 
 struct Call {
     const char *name = "";
@@ -86,6 +91,14 @@ struct Call {
         const auto *const bytes = static_cast<const u8 *>(told);
         record.insert(record.end(), bytes, bytes + size);
     }
+    u32 row = kNone; // in the rule tables
+    bool l4 = false; // in those of TCP and UDP
+    // And the caller's records as the call leaves them: one, or the array that is read into, with what was in
+    // it before and the number of records that it is said to hold.
+    std::vector<u8> records;
+    std::vector<u8> recordsBefore;
+    u32 recordBytes = 0;
+    u8 count = kNotCounted;
 };
 
 // What a call is to write into: bytes that it does not leave by chance.

@@ -1,7 +1,9 @@
 #include "fuzz/changes.h"
 
 #include "fuzz/past.h"
+#include "fuzz/stored_requests.h"
 #include "fuzz/tables.h"
+#include "qirapi/access/request_kinds.h"
 
 #include <algorithm>
 #include <cstring>
@@ -95,22 +97,41 @@ constexpr Accepted kAccepted[] = {
     {Doing::ConfigFilter,      false, {Part::Entry, Part::Nodes}},
     {Doing::ConfigEthAction,   false, {Part::Entry, Part::Nodes, Part::EthOrder}},
     {Doing::ConfigAction,      false, {Part::Entry, Part::Nodes}},
+    {Doing::ReadFilters,       false, {}},
+    {Doing::ReadAction,        false, {}},
 };
 static_assert(std::size(kAccepted) == static_cast<u32>(Doing::Num));
+// clang-format on
 
+// Header allocation has begun when it refuses IPv4 with one or two nodes left.
+bool IsBegun(const QirCtxt &before, const Call &call) {
+    const Fcb &fcb = before.fcbPool[call.flow];
+    const u16 hdrBmap = call.blk == e_BLKTYPE_FILTER ? fcb.filterBlk.hdrBmap : fcb.actionBlk.hdrBmap;
+    const u32 numFree = NumMembers(fcb, 0);
+    return call.hdr == e_FLOWHDR_IPV4 && !IsHdrSet(hdrBmap, e_FLOWHDR_IPV4) && (numFree == 1 || numFree == 2);
+}
+
+bool PushesOrPops(const QirCtxt &, const Call &call) {
+    return IsTagAction(call);
+}
+
+// One code may come from several checks, of which only the later ones leave something behind. What was before
+// the call says which it was.
 struct Refused {
     Doing doing;
     u32 rc;
     Part parts[kMaxParts];
+    bool (*when)(const QirCtxt &before, const Call &call) = nullptr;
 };
 
+// clang-format off
 constexpr Refused kRefused[] = {
     // The driver's index is kept or forgotten whatever it answered.
     {Doing::SwitchTable,     e_RET_DRIVER_FAILURE,           {Part::TblHwIdx}},
     // The driver's index is kept whatever it answered.
     {Doing::ActivateFlow,    e_RET_DRIVER_FAILURE,           {Part::HwFlowIdx}},
     // IPv4 without nodes left for TCP and UDP: what is done stays.
-    {Doing::AllocHdr,        e_RET_ERR_RESRC_UNAVAIL,        {Part::Block, Part::Nodes}},
+    {Doing::AllocHdr,        e_RET_ERR_RESRC_UNAVAIL,        {Part::Block, Part::Nodes}, IsBegun},
     // The handle is stored before the association is looked at.
     {Doing::SetPacInfo,      e_RET_ERR_RESRC_ALREADY_ACTIVE, {Part::PacHdl}},
     {Doing::SetPacInfo,      e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::PacHdl}},
@@ -119,16 +140,16 @@ constexpr Refused kRefused[] = {
     {Doing::SetEpInfo,       e_RET_ERR_RESRC_NOT_ACTIVE,     {Part::EpHdl}},
     // The state is tested last.
     {Doing::SetEpInfo,       e_RET_ERR_STATE_NOTCFG,         {Part::EpHdl, Part::TblAssoc, Part::EpRefCnt}},
-    // The operator's limit is tested behind the dependencies.
-    {Doing::ConfigFilter,    e_RET_ERR_INVALID_CMPOPSEQ,     {Part::TypeBit}},
-    // The value is tested behind the rules.
-    {Doing::ConfigFilter,    e_RET_ERR_INVALID_PARAM,        {Part::TypeBit, Part::TypeCount}},
+    // The operator's limit is tested behind the dependencies, whether the type takes it before them.
+    {Doing::ConfigFilter,    e_RET_ERR_INVALID_CMPOPSEQ,     {Part::TypeBit}, TakesOperator},
+    // The value is tested behind the rules. UDP gives this code to an operator that its type does not take.
+    {Doing::ConfigFilter,    e_RET_ERR_INVALID_PARAM,        {Part::TypeBit, Part::TypeCount}, TakesOperator},
     // The node is taken behind the rules.
     {Doing::ConfigFilter,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit, Part::TypeCount}},
     // The order is tested behind the dependencies.
     {Doing::ConfigEthAction, e_RET_ERR_REQOUTOFORDER,        {Part::TypeBit}},
-    // The tags are counted behind the dependencies.
-    {Doing::ConfigEthAction, e_RET_ERR_INVALID_PARAM,        {Part::TypeBit}},
+    // The tags are counted behind the dependencies, a value is tested before them.
+    {Doing::ConfigEthAction, e_RET_ERR_INVALID_PARAM,        {Part::TypeBit}, PushesOrPops},
     // The node is taken behind the dependencies.
     {Doing::ConfigEthAction, e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit}},
     {Doing::ConfigAction,    e_RET_ERR_RESRC_UNAVAIL,        {Part::TypeBit}},
@@ -193,10 +214,6 @@ Range RefCntOf(const QirCtxt &before, const Call &call, bool ep) {
     }
     return ep ? InTable<EpTblInfo>(PLACE(epTblPool), idx, PLACE_IN(EpTblInfo, refCnt))
               : InTable<PacTblInfo>(PLACE(pacTblPool), idx, PLACE_IN(PacTblInfo, refCnt));
-}
-
-std::size_t CounterOf(const Call &call) {
-    return call.entry + sizeof(HdrEntry) + std::size_t{call.cmpOp} * call.numTypes + call.type;
 }
 
 Range InFlowPart(const Call &call, Part part) {
@@ -284,24 +301,13 @@ void AddRanges(std::vector<Range> &ranges, const QirCtxt &before, const Call &ca
     }
 }
 
-// Header allocation refuses with one code what it has not begun and what it could not finish: IPv4 with one
-// or two nodes left.
-bool IsBegun(const QirCtxt &before, const Call &call) {
-    const Fcb &fcb = before.fcbPool[call.flow];
-    const u32 numFree = NumMembers(fcb, 0);
-    return call.hdr == e_FLOWHDR_IPV4 && (numFree == 1 || numFree == 2);
-}
-
 const Part *PartsOf(const QirCtxt &before, const Call &call) {
     if (call.rc == e_RET_OK) {
         return kAccepted[static_cast<u32>(call.doing)].parts;
     }
-    if (call.doing == Doing::AllocHdr && call.rc == e_RET_ERR_RESRC_UNAVAIL && !IsBegun(before, call)) {
-        return nullptr;
-    }
     for (const Refused &row : kRefused) {
         if (row.doing == call.doing && row.rc == call.rc) {
-            return row.parts;
+            return row.when == nullptr || row.when(before, call) ? row.parts : nullptr;
         }
     }
     return nullptr;
@@ -371,30 +377,35 @@ Range FlowRange(u32 flow) {
     return ElementOf<Fcb>(PLACE(fcbPool), flow);
 }
 
-u8 ByteAt(const Fcb &fcb, std::size_t offset) {
-    return reinterpret_cast<const u8 *>(&fcb)[offset];
+u32 WordAt(const QirCtxt &ctxt, Range place) {
+    u32 word = 0;
+    std::memcpy(&word, Bytes(ctxt) + place.begin, sizeof word);
+    return word;
 }
 
-// How a refused request may change its entry: it adds its own type's bit and counts once.
-Complaint CheckLeftBehind(const Fcb &before, const Fcb &now, const Call &call) {
-    if (call.rc == e_RET_OK || call.entry == kNone || call.type >= QIR_HDR_FILT_MAX) {
+// What a refused call has to leave behind, beyond what requests do (fuzz/stored_requests.h).
+//
+// An association that is refused behind the tests of its arguments has stored the handle; where the state is
+// tested last it has been made, or ended, as well. A table that the driver did not deactivate has forgotten
+// the driver's index.
+Complaint CheckLeftBehind(const QirCtxt &before, const QirCtxt &now, const Call &call) {
+    if (call.doing == Doing::SwitchTable) {
+        const bool deactivated =
+            WordAt(before, InNamedTable(before, call, Part::TblStatus)) == e_STATUS_ACTIVE;
+        const u32 hwIdx = WordAt(now, InNamedTable(now, call, Part::TblHwIdx));
+        return deactivated && hwIdx != kNone ? "did not forget the driver's index" : Complaint{};
+    }
+    if (call.doing != Doing::SetPacInfo && call.doing != Doing::SetEpInfo) {
         return {};
     }
-    const std::size_t bmap = call.entry + offsetof(HdrEntry, curBmap);
-    const auto load = [bmap](const Fcb &fcb) {
-        u16 bits = 0;
-        std::memcpy(&bits, reinterpret_cast<const u8 *>(&fcb) + bmap, sizeof bits);
-        return bits;
-    };
-    if ((load(before) ^ load(now)) & ~(1u << call.type)) {
-        return "left the bit of another type";
+    const Fcb &fcb = now.fcbPool[call.flow];
+    if ((call.doing == Doing::SetPacInfo ? fcb.pacTblHdl.f1.id : fcb.epTblHdl.f1.id) != call.table) {
+        return "did not store the handle";
     }
-    if ((load(before) & ~load(now)) != 0) {
-        return "took a type's bit away";
-    }
-    const std::size_t counter = call.cmpOp < e_CMP_MAX ? CounterOf(call) : bmap;
-    const auto added = static_cast<u8>(ByteAt(now, counter) - ByteAt(before, counter));
-    return counter != bmap && added > 1 ? "counted more than once" : Complaint{};
+    const bool made = call.doing == Doing::SetEpInfo && call.rc == e_RET_ERR_STATE_NOTCFG;
+    return made && (before.fcbPool[call.flow].tblAssoc ^ fcb.tblAssoc) != kTblAssocEp
+               ? "did not change the association"
+               : Complaint{};
 }
 
 } // namespace
@@ -440,14 +451,15 @@ Complaint Before::Compare(const QirCtxt &ctxt, const Call &call) {
     }
     if (call.flow != kNone) {
         Touch(call.flow);
-        Complaint left = CheckLeftBehind(before_->fcbPool[call.flow], ctxt.fcbPool[call.flow], call);
-        if (!left.empty()) {
-            return left;
-        }
     }
     for (const u32 flow : touched_) {
         if (Complaint changed = CompareBut(*before_, ctxt, FlowRange(flow), allowed); !changed.empty()) {
             return changed;
+        }
+    }
+    if (call.rc != e_RET_OK && !allowed.empty()) {
+        if (Complaint left = CheckLeftBehind(*before_, ctxt, call); !left.empty()) {
+            return left;
         }
     }
     for (const Range range : allowed) {

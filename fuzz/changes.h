@@ -2,7 +2,8 @@
 //
 // Two tables say it (fuzz/changes.cpp): for each kind of operation what an accepted call may change, and for
 // each refusal that leaves something behind what that is, and why. A call that is in neither row changes
-// nothing.
+// nothing. What becomes of the bytes that may change is said elsewhere: fuzz/stored_requests.h and
+// fuzz/allocated_headers.h have it for what those do to a flow.
 #ifndef FUZZ_CHANGES_H
 #define FUZZ_CHANGES_H
 

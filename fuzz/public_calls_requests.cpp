@@ -1,7 +1,7 @@
 // Filters and actions.
 #include "fuzz/public_calls.h"
 
-#include "qirapi/access/request_kinds.h"
+#include "fuzz/request_call.h"
 
 #include <vector>
 
@@ -10,8 +10,6 @@ namespace fuzz {
 using namespace qir;
 
 namespace {
-
-template <class Kind> constexpr bool kIsFilter = __is_same(typename Kind::Blk, FilterBlk);
 
 template <class Kind> void TakeValue(Input &in, typename Kind::Record &record) {
     u8 *const val = reinterpret_cast<u8 *>(&record.val);
@@ -53,21 +51,11 @@ template <class Kind> typename Kind::Record TakeRecord(Input &in) {
     return record;
 }
 
-// What of the flow's block the request is about.
-template <class Kind> void TellEntry(const typename Kind::Record &record, Call &call) {
-    const u32 tag = Kind::Tag(record);
-    if (tag >= e_VLAN_TAG_MAX || record.type >= Kind::kNumTypes) {
-        return;
-    }
-    const u32 counters = kIsFilter<Kind> ? e_CMP_MAX * Kind::kNumTypes : 0;
-    call.entry = static_cast<u32>(kIsFilter<Kind> ? offsetof(Fcb, filterBlk) : offsetof(Fcb, actionBlk)) +
-                 Kind::Entry(tag);
-    call.entryBytes = static_cast<u32>(sizeof(HdrEntry)) + counters;
-    call.numTypes = Kind::kNumTypes;
-    call.type = record.type;
-    if constexpr (kIsFilter<Kind>) {
-        call.cmpOp = record.cmpOp;
-    }
+// A query, with nothing in its value that a request could hold by chance.
+template <class Kind> typename Kind::Record TakeQuery(Input &in) {
+    typename Kind::Record query = TakeRecord<Kind>(in);
+    memset(&query.val, 0xEE, sizeof query.val);
+    return query;
 }
 
 template <class Kind, Doing doing, auto operation> void Config(Input &in, Call &call) {
@@ -75,35 +63,27 @@ template <class Kind, Doing doing, auto operation> void Config(Input &in, Call &
     auto hdl = TakeFlow(in, call);
     typename Kind::Record record = TakeRecord<Kind>(in);
     TakeValue<Kind>(in, record);
-    TellEntry<Kind>(record, call);
-    call.Tell(record);
-    call.rc = operation(hdl.Ptr(), in.OrNull(record));
+    CallWith<Kind>({&record, 1}, call, [&] { return operation(hdl.Ptr(), in.OrNull(record)); });
 }
 
 // As many records as the call may write, and no more.
 template <class Kind, auto operation> void GetFilter(Input &in, Call &call) {
+    call.doing = Doing::ReadFilters;
     auto hdl = TakeFlow(in, call);
     const u8 lead = in.Byte();
     const u8 size = lead < 0xF0 ? lead % 5 : lead;
     std::vector<typename Kind::Record> records(size > 0 ? size : 1u);
-    records[0] = TakeRecord<Kind>(in);
-    TellEntry<Kind>(records[0], call);
-    auto count = Unwritten<u8>();
-    u8 *const count_p = in.OrNull(count);
-    call.rc = operation(hdl.Ptr(), in.Rarely() ? nullptr : records.data(), size, count_p);
-    if (call.rc == e_RET_OK && count <= size) {
-        call.Tell(records.data(), count * sizeof records[0]);
-    }
-    call.arg[0] = count;
-    call.arg[1] = sizeof records[0];
+    records[0] = TakeQuery<Kind>(in);
+    u8 *const count_p = in.OrNull(call.count);
+    auto *const records_p = in.Rarely() ? nullptr : records.data();
+    CallWith<Kind>(records, call, [&] { return operation(hdl.Ptr(), records_p, size, count_p); });
 }
 
 template <class Kind, auto operation> void GetAction(Input &in, Call &call) {
+    call.doing = Doing::ReadAction;
     auto hdl = TakeFlow(in, call);
-    typename Kind::Record record = TakeRecord<Kind>(in);
-    TellEntry<Kind>(record, call);
-    call.rc = operation(hdl.Ptr(), in.OrNull(record));
-    call.Tell(record);
+    typename Kind::Record record = TakeQuery<Kind>(in);
+    CallWith<Kind>({&record, 1}, call, [&] { return operation(hdl.Ptr(), in.OrNull(record)); });
 }
 
 // The MPLS operations look at nothing.

@@ -1,4 +1,5 @@
-// The request nodes of a flow: who is on which list, and what the counts say.
+// The request nodes of a flow: who is on which list, and what the counts say. Where on its list a request
+// stands and what it holds is looked at behind the call that adds it (fuzz/stored_requests.h).
 #ifndef FUZZ_REQUEST_LISTS_H
 #define FUZZ_REQUEST_LISTS_H
 

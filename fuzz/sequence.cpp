@@ -1,10 +1,12 @@
 #include "fuzz/public_calls.h"
 
+#include "fuzz/allocated_headers.h"
 #include "fuzz/asked.h"
 #include "fuzz/changes.h"
 #include "fuzz/effects.h"
 #include "fuzz/hardware.h"
 #include "fuzz/invariants.h"
+#include "fuzz/stored_requests.h"
 #include "log/qel_log.h"
 #include "qirapi/private/fcb.h"
 #include "qirapi/private/report.h"
@@ -256,6 +258,18 @@ Complaint Sequence::LookAtContext(const Call &call) {
     }
     if (Complaint broken = before_.Compare(ctxt, call); !broken.empty()) {
         return broken;
+    }
+    if (before != nullptr) {
+        const Fcb &now = ctxt.fcbPool[call.flow];
+        if (Complaint broken = CheckRequest(ctxt, fcbBefore, now, call); !broken.empty()) {
+            return broken;
+        }
+        if (Complaint broken = CheckHdrAllocation(fcbBefore, now, call); !broken.empty()) {
+            return broken;
+        }
+        if (Complaint broken = CheckReadBack(now, call); !broken.empty()) {
+            return broken;
+        }
     }
     past_.Note(ctxt, call, before != nullptr ? &fcbBefore : nullptr);
     if (call.flow != kNone) {

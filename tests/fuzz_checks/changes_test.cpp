@@ -2,7 +2,7 @@
 #include "tests/fuzz_checks/scene.h"
 
 #include "fuzz/changes.h"
-#include "fuzz/invariants.h"
+#include "fuzz/stored_requests.h"
 
 #include <bit>
 #include <ostream>
@@ -29,15 +29,53 @@ Call Of(Doing doing, u32 rc, u32 flow = fuzz::kNone, u32 table = fuzz::kNone) {
     return call;
 }
 
-// A filter of type 3 and operator 1 of VLAN tag 0, refused.
-Call VlanFilterRefused(u32 rc) {
+// A filter of type 5 of VLAN tag 0, refused. Operator 1 is one that the type takes, 2 is not.
+Call VlanFilterRefused(u32 rc, u32 cmpOp = e_CMP_NEQ) {
     Call call = Of(Doing::ConfigFilter, rc, 0);
     call.entry = offsetof(Fcb, filterBlk.vlan);
     call.entryBytes = sizeof(VlanFilterEntry);
     call.numTypes = e_VLAN_FILT_MAX;
-    call.type = 3;
-    call.cmpOp = 1;
+    call.type = e_VLAN_FILT_VID;
+    call.row = e_FLOWHDR_VLAN0;
+    call.cmpOp = cmpOp;
     return call;
+}
+
+// A UDP filter of type 0 with an operator that it does not take.
+Call UdpFilterRefused() {
+    Call call = Of(Doing::ConfigFilter, e_RET_ERR_INVALID_PARAM, 0);
+    call.entry = offsetof(Fcb, filterBlk.udp);
+    call.entryBytes = sizeof(UdpFilterEntry);
+    call.numTypes = e_UDP_FILT_MAX;
+    call.type = e_UDP_FILT_SPORT;
+    call.row = e_L4FLOWHDR_UDP;
+    call.l4 = true;
+    call.cmpOp = e_CMP_IN_RANGE;
+    return call;
+}
+
+Call EthActionRefused(u32 type) {
+    Call call = Of(Doing::ConfigEthAction, e_RET_ERR_INVALID_PARAM, 0);
+    call.entry = offsetof(Fcb, actionBlk.eth);
+    call.entryBytes = sizeof(HdrEntry);
+    call.numTypes = e_ETH_ACTION_MAX;
+    call.type = type;
+    call.row = e_FLOWHDR_ETH;
+    return call;
+}
+
+Call Ipv4Refused() {
+    Call call = Of(Doing::AllocHdr, e_RET_ERR_RESRC_UNAVAIL, 0);
+    call.blk = e_BLKTYPE_FILTER;
+    call.hdr = e_FLOWHDR_IPV4;
+    return call;
+}
+
+// The flow has as many free nodes.
+void KeepFreeNodes(QirCtxt &ctxt, u32 num) {
+    for (u32 i = 31; i > num; --i) {
+        fuzz::TakeNode(ctxt.fcbPool[0]);
+    }
 }
 
 struct Row {
@@ -45,6 +83,7 @@ struct Row {
     std::string complaint; // "" for what is allowed
     Call call;
     void (*change)(QirCtxt &);
+    void (*prepare)(QirCtxt &) = nullptr;
 };
 
 std::ostream &operator<<(std::ostream &out, const Row &row) {
@@ -92,30 +131,51 @@ const Row kRows[] = {
      }},
     {"of that table alone", "changed EP table 3 + 12", Of(Doing::SetEpInfo, 17, 0, 2),
      [](QirCtxt &ctxt) { ctxt.epTblPool[3].refCnt = 0x0101; }},
+    {"but the handle", "did not store the handle", Of(Doing::SetPacInfo, 15, 0, 2), [](QirCtxt &) {}},
+    {"of the table that was named", "did not store the handle", Of(Doing::SetEpInfo, 14, 0, 2),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].epTblHdl.f1.id = 3; }},
+    {"the association that came too late", "did not change the association", Of(Doing::SetEpInfo, 17, 0, 2),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].epTblHdl.word = kOther, ctxt.fcbPool[0].epTblHdl.f1.id = 2; }},
+    {"an index that a failed deactivation keeps", "did not forget the driver's index",
+     Of(Doing::SwitchTable, 1, fuzz::kNone, 2), [](QirCtxt &) {},
+     [](QirCtxt &ctxt) {
+         ctxt.pacTblPool[2].status = e_STATUS_ACTIVE;
+         ctxt.pacTblPool[2].hwTblIdx = 5;
+     }},
     {"a type's bit left by its limit", "", VlanFilterRefused(21),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
-    {"not that of another type", "left the bit of another type", VlanFilterRefused(21),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 2; }},
-    {"and none taken away", "left the bit of another type", VlanFilterRefused(25),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap = 0; }},
-    {"no counter with the limit", "changed flow 0 + 79", VlanFilterRefused(21),
-     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9]; }},
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 5; }},
+    {"not by an operator that it does not take", "changed flow 0 + " + std::to_string(kBigEndian ? 69 : 68),
+     VlanFilterRefused(21, e_CMP_IN_RANGE),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 5; }},
+    {"nothing by a type that there is not", "changed flow 0 + " + std::to_string(kBigEndian ? 69 : 68),
+     Of(Doing::ConfigFilter, e_RET_ERR_INVALID_CMPOPSEQ, 0),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap ^= 1u << 5; }},
+    {"no counter with the limit", "changed flow 0 + 81", VlanFilterRefused(21),
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[11]; }},
     {"a counter left by a bad value", "", VlanFilterRefused(25),
-     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9]; }},
-    {"once", "counted more than once", VlanFilterRefused(25),
-     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[9] = 2; }},
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[11]; }},
+    {"not by an operator that UDP does not take", "changed flow 0 + 212", UdpFilterRefused(),
+     [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.udp.cmpOpCurCnt[4]; }},
     {"not that of another type", "changed flow 0 + 80", VlanFilterRefused(12),
      [](QirCtxt &ctxt) { ++ctxt.fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt[10]; }},
     {"nothing behind the dependencies", "changed flow 0 + " + std::to_string(kBigEndian ? 69 : 68),
-     VlanFilterRefused(22), [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 3; }},
-    {"no part of a header but IPv4 without nodes", "changed flow 0 + 40",
-     [] {
-         Call call = Of(Doing::AllocHdr, 12, 0);
-         call.blk = e_BLKTYPE_FILTER;
-         call.hdr = e_FLOWHDR_IPV4;
-         return call;
-     }(),
+     VlanFilterRefused(22), [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.vlan[0].hdr.curBmap |= 1u << 5; }},
+    {"the bit of a tag that cannot be pushed", "", EthActionRefused(e_ETH_ACTION_PUSH_TAG),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].actionBlk.eth.curBmap ^= 1u << e_ETH_ACTION_PUSH_TAG; }},
+    {"not that of a bad EtherType", "changed flow 0 + " + std::to_string(kBigEndian ? 223 : 222),
+     EthActionRefused(e_ETH_ACTION_ETHTYPE),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].actionBlk.eth.curBmap ^= 1u << e_ETH_ACTION_ETHTYPE; }},
+    {"no part of a header but IPv4 without nodes", "changed flow 0 + 40", Ipv4Refused(),
      [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.hdrBmap |= 0x8080; }},
+    {"which may be begun", "", Ipv4Refused(),
+     [](QirCtxt &ctxt) { ctxt.fcbPool[0].filterBlk.hdrBmap |= 0x8080; },
+     [](QirCtxt &ctxt) { KeepFreeNodes(ctxt, 2); }},
+    {"not again", "changed flow 0 + 174", Ipv4Refused(),
+     [](QirCtxt &ctxt) { memset(&ctxt.fcbPool[0].filterBlk.tcp, 0, sizeof(TcpFilterEntry)); },
+     [](QirCtxt &ctxt) {
+         KeepFreeNodes(ctxt, 1);
+         ctxt.fcbPool[0].filterBlk.hdrBmap |= 1u << e_FLOWHDR_IPV4;
+     }},
 };
 
 class Change : public test::LibraryTest, public ::testing::WithParamInterface<Row> {
@@ -131,6 +191,10 @@ TEST_P(Change, IsSeenOrAllowed) {
     if (GetParam().call.type != fuzz::kNone) { // the bitmap of an entry that is there
         qirCtxt_gp->fcbPool[0].filterBlk.vlan[0].hdr.curBmap = 1;
         memset(qirCtxt_gp->fcbPool[0].filterBlk.vlan[0].cmpOpCurCnt, 0, 18);
+        before_.Start(*qirCtxt_gp);
+    }
+    if (GetParam().prepare != nullptr) {
+        GetParam().prepare(*qirCtxt_gp);
         before_.Start(*qirCtxt_gp);
     }
     GetParam().change(*qirCtxt_gp);

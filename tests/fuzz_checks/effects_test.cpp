@@ -142,25 +142,6 @@ Call EpInfo(u32 rc, u32 status) {
     return call;
 }
 
-Call VlanRequest(const char *name, u32 rc, u32 entry, u32 type) {
-    Call call = OnFlow(name, 0, rc);
-    call.entry = entry;
-    call.numTypes = e_VLAN_FILT_MAX;
-    call.type = type;
-    call.cmpOp = 0;
-    return call;
-}
-
-Call Hdr(u32 blk, u32 hdr) {
-    Call call = OnFlow("QIR_Alloc_Hdr", 2);
-    call.blk = blk;
-    call.hdr = hdr;
-    return call;
-}
-
-constexpr u32 kVlanFilters = offsetof(Fcb, filterBlk.vlan);
-constexpr u32 kEthActions = offsetof(Fcb, actionBlk.eth);
-
 const Row kRows[] = {
     // Flows.
     {"a flow that is not freed", NotMade("QIR_Free_FCB", kLow), OnFlow("QIR_Free_FCB", 0), Nothing},
@@ -222,27 +203,6 @@ const Row kRows[] = {
      Telling(OnFlow("QIR_Get_PacInfo", 0), std::array<u32, 3>{1, 0, 0}), Nothing},
     {"an EP association that is not given", NotStored("QIR_Get_EpInfo"),
      Telling(OnFlow("QIR_Get_EpInfo", 0), std::array<u32, 2>{1, 0xFFFFFFFF}), Nothing},
-    // Headers and requests.
-    {"a header that is not allocated", NotMade("QIR_Alloc_Hdr", kLow), Hdr(e_BLKTYPE_FILTER, e_FLOWHDR_ETH),
-     Nothing},
-    {"a header without an entry", NotMade("QIR_Alloc_Hdr", offsetof(Fcb, actionBlk.eth)),
-     Hdr(e_BLKTYPE_ACTION, e_FLOWHDR_ETH),
-     [](QirCtxt &ctxt) {
-         ctxt.fcbPool[2].status = e_STATUS_CFG;
-         ctxt.fcbPool[2].actionBlk.hdrBmap = 1;
-     }},
-    {"a filter that is not stored", NotMade("QIR_Config_VlanFilter", kVlanFilters + kLowOfHalf),
-     Telling(VlanRequest("QIR_Config_VlanFilter", 0, kVlanFilters, 3), VlanFilter{}), Nothing},
-    {"an action that is not stored", NotMade("QIR_Config_EthAction", kEthActions + kLowOfHalf),
-     Telling(VlanRequest("QIR_Config_EthAction", 0, kEthActions, 1), EthAction{}), Nothing},
-    {"filters that are not given", NotStored("QIR_Get_VlanFilter"),
-     With(VlanRequest("QIR_Get_VlanFilter", 0, kVlanFilters, e_VLAN_FILT_VID), 0, sizeof(VlanFilter)),
-     Nothing},
-    {"an action that is not given", NotStored("QIR_Get_EthAction"),
-     Telling(VlanRequest("QIR_Get_EthAction", 0, kEthActions, 0), fuzz::Unwritten<EthAction>()), Nothing},
-    {"no such action while there is one", NoReason("QIR_Get_EthAction", 6),
-     VlanRequest("QIR_Get_EthAction", 6, kEthActions, 0), Nothing},
-    {"no such action", "", VlanRequest("QIR_Get_EthAction", 6, kEthActions, 1), Nothing},
     // Tables.
     {"a table that is not freed", NotMade("QIR_Free_PacTable", offsetof(PacTblInfo, status) + kLow),
      OnTable("QIR_Free_PacTable", 0), Nothing},
