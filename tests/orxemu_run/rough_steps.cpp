@@ -14,6 +14,7 @@
 //   cancel-open=PATH         another process has the lock until PATH is there; a thread that waits for it in
 //                            open() is cancelled, sends a request then, and opens the device once more
 //   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
+//   load=PATH                loads a library; prints the outcome
 //   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
 //                            there, or its folder is not
 //   unread                   stops the tool, and sends until a request finds no room; then there is no limit
@@ -27,6 +28,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
 #include <grp.h>
@@ -280,6 +282,12 @@ void FloodChannel(const std::string &path) {
     std::_Exit(0);
 }
 
+void Load(const std::string &path) {
+    EndIfItHangs();
+    const bool loaded = dlopen(path.c_str(), RTLD_NOW) != nullptr;
+    Print(loaded ? "loaded" : dlerror());
+}
+
 constexpr Step kSteps[] = {
     {"close-range", CloseRange},
     {"close-from", [](const std::string &) { CloseFrom(); }},
@@ -293,6 +301,7 @@ constexpr Step kSteps[] = {
     {"execute-elsewhere", [](const std::string &v) { Execute(v, LoseMemory); }},
     {"cancel-open", CancelOpen},
     {"cancel-ioctl", CancelIoctl},
+    {"load", Load},
     {"flood-channel", FloodChannel},
     {"unread", [](const std::string &) { Unread(); }},
 };
