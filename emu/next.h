@@ -10,8 +10,8 @@ namespace orxemu {
 // loads a library, who may wait for the thread that calls, and it is not for signal handlers.
 void FindNext();
 
-// Each fails with ENOSYS when there is none. Before FindNext(), as when another library opens something while it is
-// loaded, it is looked up.
+// Each fails with ENOSYS when there is none. One that is called before FindNext(), by another library that is
+// being loaded, is looked up then.
 int NextOpen(const char *path, int flags, mode_t mode);
 int NextOpen64(const char *path, int flags, mode_t mode);
 int NextOpenAt(int folder, const char *path, int flags, mode_t mode);

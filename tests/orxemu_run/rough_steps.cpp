@@ -14,6 +14,8 @@
 //   cancel-open=PATH         another process has the lock until PATH is there; a thread that waits for it in
 //                            open() is cancelled, sends a request then, and opens the device once more
 //   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
+//   own-lock=PATH            uses the device under a lock of its own on PATH, while one thread of another
+//                            process wants that lock and another one uses the device; prints the outcomes
 //   load=PATH                loads a library; prints the outcome
 //   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
 //                            there, or its folder is not
@@ -40,6 +42,7 @@
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -165,6 +168,7 @@ void Execute(const std::string &step, void (*before)()) {
 
 // What a thread has come to.
 struct Course {
+    std::atomic<pid_t> about = 0; // the thread, when nothing but the call is in front of it
     int fd = -1;
     int err = -1;
     bool isAtItsEnd = false;
@@ -186,6 +190,7 @@ class Unwound {
 void *OpenTwice(void *argument) {
     Course &course = *static_cast<Course *>(argument);
     const Unwound unwound(course);
+    course.about = gettid();
     course.fd = open(kDevice, O_RDWR);
     std::uint32_t status = 1;
     course.err = OutcomeOf(ioctl(course.fd, kSetRlStatus, &status));
@@ -198,22 +203,35 @@ void *SendOnce(void *argument) {
     Course &course = *static_cast<Course *>(argument);
     pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     static std::uint32_t status = 1;
+    course.about = gettid();
     ioctl(course.fd, kSetRlStatus, &status);
     pthread_testcancel();
     course.isAtItsEnd = true;
     return nullptr;
 }
 
-// Whether one of this process's threads waits for a lock of a file.
-bool WaitsForLock() {
-    const std::string waiting = " WRITE " + std::to_string(getpid()) + " ";
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
-        if (line.find("->") != std::string::npos && line.find(waiting) != std::string::npos) {
-            return true;
+// How often a thread of this process has slept so far.
+long SleepsOf(pid_t thread) {
+    constexpr std::string_view kName = "voluntary_ctxt_switches:";
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind(kName, 0) == 0) {
+            return std::stol(line.substr(kName.size()));
         }
     }
-    return false;
+    return 0;
+}
+
+// Who waits for the lock sleeps again and again, and does nothing else.
+void AwaitWaiting(const Course &course) {
+    constexpr long kOftenEnough = 20;
+    while (course.about == 0) {
+        usleep(1000);
+    }
+    const long before = SleepsOf(course.about);
+    while (SleepsOf(course.about) < before + kOftenEnough) {
+        usleep(1000);
+    }
 }
 
 void Cancel(void *(*run)(void *), Course &course, const std::string &path) {
@@ -221,9 +239,7 @@ void Cancel(void *(*run)(void *), Course &course, const std::string &path) {
     HoldLock(path);
     pthread_t thread;
     pthread_create(&thread, nullptr, run, &course);
-    while (!WaitsForLock()) {
-        usleep(1000);
-    }
+    AwaitWaiting(course);
     pthread_cancel(thread);
     Touch(path);
     // Its result does not tell: some C libraries forget it when a thread was cancelled anywhere.
@@ -245,6 +261,59 @@ void CancelIoctl(const std::string &path) {
     course.fd = open(kDevice, O_RDWR);
     Cancel(SendOnce, course, path);
     close(course.fd);
+}
+
+// --- A lock of the program's own
+
+constexpr int kRounds = 300;
+
+int SetOwnLock(int fd, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    return OutcomeOf(fcntl(fd, F_SETLKW, &lock));
+}
+
+// The first errno of many rounds, or 0.
+template <class Round> int FirstErr(Round round) {
+    int err = 0;
+    for (int i = 0; i < kRounds && err == 0; ++i) {
+        err = round();
+    }
+    return err;
+}
+
+int LockAndUnlock(int fd) {
+    const int err = SetOwnLock(fd, F_WRLCK);
+    return err != 0 ? err : SetOwnLock(fd, F_UNLCK);
+}
+
+int SendUnderOwnLock(int fd) {
+    int err = SetOwnLock(fd, F_WRLCK);
+    if (err == 0) {
+        err = SendStatus(1);
+        SetOwnLock(fd, F_UNLCK);
+    }
+    return err;
+}
+
+void OwnLock(const std::string &path) {
+    EndIfItHangs();
+    const int fd = open(path.c_str(), O_RDWR | O_CREAT, 0666);
+    const pid_t child = fork();
+    if (child == 0) {
+        int lockErr = 0;
+        std::thread wants([&] { lockErr = FirstErr([&] { return LockAndUnlock(fd); }); });
+        const int err = FirstErr([] { return SendStatus(0); });
+        wants.join();
+        PrintOutcome("lock", lockErr);
+        PrintOutcome("beside the lock", err);
+        std::_Exit(0);
+    }
+    const int err = FirstErr([&] { return SendUnderOwnLock(fd); });
+    waitpid(child, nullptr, 0);
+    PrintOutcome("under the lock", err);
+    close(fd);
 }
 
 // --- A tool that does not read
@@ -301,6 +370,7 @@ constexpr Step kSteps[] = {
     {"execute-elsewhere", [](const std::string &v) { Execute(v, LoseMemory); }},
     {"cancel-open", CancelOpen},
     {"cancel-ioctl", CancelIoctl},
+    {"own-lock", OwnLock},
     {"load", Load},
     {"flood-channel", FloodChannel},
     {"unread", [](const std::string &) { Unread(); }},
