@@ -200,8 +200,12 @@ void ReportNotJoined() {
 } // namespace
 
 void JoinSession() {
-    const char *text = asked ? nullptr : std::getenv(kSessionVariable);
+    if (asked) {
+        return;
+    }
     asked = true;
+    pthread_atfork(HoldThreads, ReleaseThreads, ReleaseThreads);
+    const char *text = std::getenv(kSessionVariable);
     if (text == nullptr) {
         return;
     }
@@ -213,7 +217,6 @@ void JoinSession() {
         TheHardware().missing = 1;
         return;
     }
-    pthread_atfork(HoldThreads, ReleaseThreads, ReleaseThreads);
     UseHardware(memory->hardware);
     ++memory->joined;
 }
@@ -239,20 +242,15 @@ int SessionDescriptorsInOrder(int (&fds)[kSessionDescriptors]) {
     return num;
 }
 
-HardwareLock::HardwareLock() {
-    if (memory == nullptr) {
-        return;
-    }
-    signals_ = BlockSignals();
+HardwareLock::HardwareLock() : signals_(BlockSignals()) {
     pthread_mutex_lock(&threads);
-    isHeld_ = SetFileLock(F_WRLCK);
+    isHeld_ = memory == nullptr || SetFileLock(F_WRLCK);
 }
 
 HardwareLock::~HardwareLock() {
-    if (memory == nullptr) {
-        return;
+    if (memory != nullptr) {
+        SetFileLock(F_UNLCK);
     }
-    SetFileLock(F_UNLCK);
     pthread_mutex_unlock(&threads);
     pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
 }

@@ -15,7 +15,7 @@
 //                            open() is cancelled, sends a request then, and opens the device once more
 //   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
 //   own-lock=PATH            uses the device under a lock of its own on PATH, while one thread of another
-//                            process wants that lock and another one uses the device; prints the outcomes
+//                            process wants that lock and another one is on the device; prints the outcomes
 //   load=PATH                loads a library; prints the outcome
 //   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
 //                            there, or its folder is not
@@ -171,7 +171,7 @@ struct Course {
     std::atomic<pid_t> about = 0; // the thread, when nothing but the call is in front of it
     int fd = -1;
     int err = -1;
-    bool isAtItsEnd = false;
+    std::atomic<bool> isAtItsEnd = false;
     bool isUnwound = false;
 };
 
@@ -229,7 +229,7 @@ void AwaitWaiting(const Course &course) {
         usleep(1000);
     }
     const long before = SleepsOf(course.about);
-    while (SleepsOf(course.about) < before + kOftenEnough) {
+    while (!course.isAtItsEnd && SleepsOf(course.about) < before + kOftenEnough) {
         usleep(1000);
     }
 }
@@ -265,55 +265,67 @@ void CancelIoctl(const std::string &path) {
 
 // --- A lock of the program's own
 
-constexpr int kRounds = 300;
-
-int SetOwnLock(int fd, short type) {
+int SetLock(int fd, short type) {
     struct flock lock = {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
     return OutcomeOf(fcntl(fd, F_SETLKW, &lock));
 }
 
-// The first errno of many rounds, or 0.
-template <class Round> int FirstErr(Round round) {
+// Whether one of a process's threads waits in the kernel for a lock of a file.
+bool WaitsForLock(pid_t process) {
+    const std::string waiting = " WRITE " + std::to_string(process) + " ";
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != std::string::npos && line.find(waiting) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Has the session's lock until the other end of a pipe is closed.
+[[noreturn]] void WantOwnLockOnTheDevice(int own, int end) {
+    const int session = NumberOfSession(kLockFile);
+    SetLock(session, F_WRLCK);
     int err = 0;
-    for (int i = 0; i < kRounds && err == 0; ++i) {
-        err = round();
-    }
-    return err;
-}
-
-int LockAndUnlock(int fd) {
-    const int err = SetOwnLock(fd, F_WRLCK);
-    return err != 0 ? err : SetOwnLock(fd, F_UNLCK);
-}
-
-int SendUnderOwnLock(int fd) {
-    int err = SetOwnLock(fd, F_WRLCK);
-    if (err == 0) {
-        err = SendStatus(1);
-        SetOwnLock(fd, F_UNLCK);
-    }
-    return err;
+    std::thread wants([&] { err = SetLock(own, F_WRLCK); });
+    char none = 0;
+    [[maybe_unused]] const ssize_t size = read(end, &none, 1);
+    SetLock(session, F_UNLCK);
+    wants.join();
+    PrintOutcome("own lock", err);
+    std::_Exit(0);
 }
 
 void OwnLock(const std::string &path) {
     EndIfItHangs();
-    const int fd = open(path.c_str(), O_RDWR | O_CREAT, 0666);
-    const pid_t child = fork();
-    if (child == 0) {
-        int lockErr = 0;
-        std::thread wants([&] { lockErr = FirstErr([&] { return LockAndUnlock(fd); }); });
-        const int err = FirstErr([] { return SendStatus(0); });
-        wants.join();
-        PrintOutcome("lock", lockErr);
-        PrintOutcome("beside the lock", err);
-        std::_Exit(0);
+    const int own = open(path.c_str(), O_RDWR | O_CREAT, 0666);
+    SetLock(own, F_WRLCK);
+    int ends[2] = {-1, -1};
+    PrintOutcome("pipe", OutcomeOf(pipe(ends)));
+    const pid_t other = fork();
+    if (other == 0) {
+        close(ends[1]);
+        WantOwnLockOnTheDevice(own, ends[0]);
     }
-    const int err = FirstErr([&] { return SendUnderOwnLock(fd); });
-    waitpid(child, nullptr, 0);
-    PrintOutcome("under the lock", err);
-    close(fd);
+    while (!WaitsForLock(other)) {
+        usleep(1000);
+    }
+    Course course;
+    std::thread sends([&] {
+        course.about = gettid();
+        course.err = SendStatus(1);
+        course.isAtItsEnd = true;
+    });
+    AwaitWaiting(course);
+    close(ends[1]);
+    sends.join();
+    PrintOutcome("under own lock", course.err);
+    SetLock(own, F_UNLCK);
+    waitpid(other, nullptr, 0);
+    close(ends[0]);
+    close(own);
 }
 
 // --- A tool that does not read
