@@ -16,7 +16,7 @@
 //   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
 //   own-lock=PATH            uses the device under a lock of its own on PATH, while one thread of another
 //                            process wants that lock and another one is on the device; prints the outcomes
-//   load=PATH                loads a library; prints the outcome
+//   load=PATH                loads a library; prints what the loader has to say before and after it
 //   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
 //                            there, or its folder is not
 //   unread                   stops the tool, and sends until a request finds no room; then there is no limit
@@ -365,6 +365,8 @@ void FloodChannel(const std::string &path) {
 
 void Load(const std::string &path) {
     EndIfItHangs();
+    const char *before = dlerror();
+    Print(std::string("so far ") + (before == nullptr ? "nothing" : before));
     const bool loaded = dlopen(path.c_str(), RTLD_NOW) != nullptr;
     Print(loaded ? "loaded" : dlerror());
 }

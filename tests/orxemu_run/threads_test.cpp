@@ -9,7 +9,7 @@ using ThreadsTest = RunTest;
 
 TEST_F(ThreadsTest, ThreadUsesDescriptorsWhileItsLibraryIsLoaded) {
     const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"load=" PLUG_IN, "status=1"});
-    EXPECT_EQ(outcome.out, "loaded\nstatus 1: ok\n");
+    EXPECT_EQ(outcome.out, "so far nothing\nloaded\nstatus 1: ok\n");
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(ReadLog("a.json").end.requests, 1u);
