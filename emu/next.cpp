@@ -30,12 +30,12 @@ enum Name {
     kFortifiedOpenAt,
     kFortifiedOpenAt64,
     kIoctl,
-    kIoctlTime64,
     kClose,
     kCloseRange,
     kCloseFrom,
     kDup2,
     kDup3,
+    kIoctlTime64, // of few machines
 };
 
 // Threads may come before all are known, and then find the same.
@@ -44,12 +44,12 @@ struct Function {
     std::atomic<void *> found;
 };
 constinit Function functions[] = {
-    {"open", nullptr},      {"open64", nullptr},         {"openat", nullptr},     {"openat64", nullptr},
-    {"__open_2", nullptr},  {"__open64_2", nullptr},     {"__openat_2", nullptr}, {"__openat64_2", nullptr},
-    {"ioctl", nullptr},     {"__ioctl_time64", nullptr}, {"close", nullptr},      {"close_range", nullptr},
-    {"closefrom", nullptr}, {"dup2", nullptr},           {"dup3", nullptr},
+    {"open", nullptr},     {"open64", nullptr},     {"openat", nullptr},         {"openat64", nullptr},
+    {"__open_2", nullptr}, {"__open64_2", nullptr}, {"__openat_2", nullptr},     {"__openat64_2", nullptr},
+    {"ioctl", nullptr},    {"close", nullptr},      {"close_range", nullptr},    {"closefrom", nullptr},
+    {"dup2", nullptr},     {"dup3", nullptr},       {"__ioctl_time64", nullptr},
 };
-static_assert(std::size(functions) == kDup3 + 1);
+static_assert(std::size(functions) == kIoctlTime64 + 1);
 
 // Those that have not been found then are not there.
 constinit std::atomic<bool> allKnown = false;
