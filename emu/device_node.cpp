@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
@@ -23,8 +24,19 @@ namespace orxemu {
 
 namespace {
 
-// A descriptor of the device is a real one, of a device that is always there, so that its number is taken.
+// A descriptor of the device is a real one, of a device that is always there, so that its number is taken, and
+// fstat() says that it is one of a character device.
 constexpr const char *kPlaceholderPath = "/dev/null";
+
+// Its number may become another file's behind the hooks (by fclose, and by whatever opens something else), also
+// the same device's. What has been opened here is therefore marked: with a signal for when something can be read,
+// which this device never sends and which programs choose for no other file. A file without a name would have an
+// inode of its own instead, but would be a regular file, in which what is written stays.
+constexpr int kMark = SIGXFSZ;
+
+bool IsMarked(int fd) {
+    return fcntl(fd, F_GETSIG) == kMark;
+}
 
 // A program's threads open and close descriptors at any time.
 struct Place {
@@ -66,13 +78,25 @@ bool RememberDescriptor(int fd) {
     return false;
 }
 
+// New descriptor, or -1 with errno.
+int OpenPlaceholder(int flags) {
+    const int fd = NextOpen(kPlaceholderPath, O_RDWR | (flags & O_CLOEXEC), 0);
+    if (fd >= 0 && fcntl(fd, F_SETSIG, kMark) != 0) {
+        const int err = errno;
+        NextClose(fd);
+        errno = err;
+        return -1;
+    }
+    return fd;
+}
+
 // Errno of a new descriptor that cannot be had, or 0.
 int TryOpen(int flags, int &fd) {
     Hardware &hardware = TheHardware();
     if (hardware.missing != 0) {
         return ENOENT;
     }
-    fd = NextOpen(kPlaceholderPath, O_RDWR | (flags & O_CLOEXEC), 0);
+    fd = OpenPlaceholder(flags);
     if (fd < 0) {
         return errno;
     }
@@ -165,8 +189,14 @@ bool IsDevicePath(const char *path) {
 }
 
 bool IsDeviceDescriptor(int fd) {
-    return fd >= 0 && std::any_of(std::begin(places), std::end(places),
-                                  [fd](const Place &place) { return place.taken.load() == fd + 1; });
+    const bool known = fd >= 0 && std::any_of(std::begin(places), std::end(places), [fd](const Place &place) {
+                           return place.taken.load() == fd + 1;
+                       });
+    if (known && !IsMarked(fd)) {
+        ForgetDescriptor(fd);
+        return false;
+    }
+    return known;
 }
 
 int OpenDevice(int flags) {

@@ -6,6 +6,7 @@ namespace orxemu {
 
 // The caller's path may be any address.
 bool IsDevicePath(const char *path);
+// A number that has become another file's is forgotten.
 bool IsDeviceDescriptor(int fd);
 
 // New descriptor, or -1 with errno. The flags do not matter, but for close-on-exec.

@@ -75,6 +75,7 @@ template <class Next> int HookedDup(int from, int to, Next next) {
 }
 
 __attribute__((constructor)) void Join() {
+    orxemu::FindNext();
     orxemu::OwnMemory();
     pthread_atfork(nullptr, nullptr, orxemu::OwnMemory);
     orxemu::JoinSession();

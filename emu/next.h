@@ -6,7 +6,12 @@
 
 namespace orxemu {
 
-// Each looks its function up at the first call and fails with ENOSYS when there is none.
+// Looks them all up, as long as nothing else runs. At a call it would be too late: dlsym waits for whoever
+// loads a library, who may wait for the thread that calls, and it is not for signal handlers.
+void FindNext();
+
+// Each fails with ENOSYS when there is none. One that is called before FindNext(), by another library that is
+// being loaded, is looked up then.
 int NextOpen(const char *path, int flags, mode_t mode);
 int NextOpen64(const char *path, int flags, mode_t mode);
 int NextOpenAt(int folder, const char *path, int flags, mode_t mode);

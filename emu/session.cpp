@@ -6,6 +6,7 @@
 
 #include "emu/session_memory.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -93,19 +95,37 @@ SessionMemory *FindMemory(const char *text) {
     return Attach(static_cast<int>(numbers[0]));
 }
 
+// By the plain system call, which no library of the program's stands in front of.
+void Sleep(long nanoseconds) {
+    const long pause[] = {0, nanoseconds};
+    syscall(SYS_nanosleep, pause, nullptr);
+}
+
 // F_WRLCK or F_UNLCK on the whole file. False when the lock is not to be had.
+//
+// It is not waited for in the kernel, which would find deadlocks that are none: it knows processes and no
+// threads, and when two processes seem to wait for each other it refuses this lock, or one of the program's own.
 bool SetFileLock(short type) {
+    constexpr long kShortest = 20'000;
+    constexpr long kLongest = 1'000'000;
     if (!IsThere(file)) {
         return false;
     }
     struct flock lock = {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
-    int result;
-    do {
-        result = fcntl(file.fd, F_SETLKW, &lock);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
+    long pause = kShortest;
+    while (fcntl(file.fd, F_SETLK, &lock) != 0) {
+        if (errno == EINTR) {
+            continue;
+        }
+        if (errno != EAGAIN && errno != EACCES) {
+            return false;
+        }
+        Sleep(pause);
+        pause = std::min(2 * pause, kLongest);
+    }
+    return true;
 }
 
 sigset_t BlockSignals() {
@@ -180,8 +200,12 @@ void ReportNotJoined() {
 } // namespace
 
 void JoinSession() {
-    const char *text = asked ? nullptr : std::getenv(kSessionVariable);
+    if (asked) {
+        return;
+    }
     asked = true;
+    pthread_atfork(HoldThreads, ReleaseThreads, ReleaseThreads);
+    const char *text = std::getenv(kSessionVariable);
     if (text == nullptr) {
         return;
     }
@@ -193,7 +217,6 @@ void JoinSession() {
         TheHardware().missing = 1;
         return;
     }
-    pthread_atfork(HoldThreads, ReleaseThreads, ReleaseThreads);
     UseHardware(memory->hardware);
     ++memory->joined;
 }
@@ -219,20 +242,15 @@ int SessionDescriptorsInOrder(int (&fds)[kSessionDescriptors]) {
     return num;
 }
 
-HardwareLock::HardwareLock() {
-    if (memory == nullptr) {
-        return;
-    }
-    signals_ = BlockSignals();
+HardwareLock::HardwareLock() : signals_(BlockSignals()) {
     pthread_mutex_lock(&threads);
-    isHeld_ = SetFileLock(F_WRLCK);
+    isHeld_ = memory == nullptr || SetFileLock(F_WRLCK);
 }
 
 HardwareLock::~HardwareLock() {
-    if (memory == nullptr) {
-        return;
+    if (memory != nullptr) {
+        SetFileLock(F_UNLCK);
     }
-    SetFileLock(F_UNLCK);
     pthread_mutex_unlock(&threads);
     pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
 }

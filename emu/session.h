@@ -1,6 +1,6 @@
 // A session: several processes on one hardware, which outlives them and is watched by `orxemu run`.
 //
-// A process that is in no session has the hardware to itself, and all of this does nothing.
+// A process that is in no session has the hardware to itself. Only its threads take turns; nobody hears of it.
 #ifndef EMU_SESSION_H
 #define EMU_SESSION_H
 
@@ -12,7 +12,7 @@
 
 namespace orxemu {
 
-// Joins the session that the environment names; further calls do nothing. When its memory is gone, has
+// Joins the session that the environment names, if it does; further calls do nothing. When its memory is gone, has
 // another layout or is not for this user, the process has no device: one of its own would look like the
 // session's.
 void JoinSession();
@@ -40,7 +40,7 @@ class HardwareLock {
   private:
     CancellationOff whole_; // until everything else is as it was
     sigset_t signals_;
-    bool isHeld_ = true;
+    bool isHeld_;
 };
 
 // Messages to the tool, sent under the lock. A tool that is gone is no failure, and one that does not read

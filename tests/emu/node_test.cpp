@@ -8,8 +8,10 @@
 #include <fcntl.h>
 #include <functional>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #ifdef __GLIBC__
@@ -372,6 +374,85 @@ TEST_F(EmuNodeTest, NumberThatAnotherFileTookOverIsNoLongerTheDevices) {
     EXPECT_EQ(Ioctl(other, kSetGblCfg, GblRecord(1, 2)), KernelAnswer(other));
     EXPECT_EQ(orxemu_openDescriptors(), 0);
     EXPECT_EQ(::close(other), 0);
+}
+
+// Puts something under a number that is free, behind the hooks; what it opened besides is closed again.
+struct TakeOver {
+    const char *name;
+    void (*run)();
+};
+constexpr TakeOver kTakeOvers[] = {
+    {"pipe",
+     [] {
+         int ends[2];
+         EXPECT_EQ(::pipe(ends), 0);
+         EXPECT_EQ(::close(ends[1]), 0);
+     }},
+    {"socket", [] { EXPECT_GE(::socket(AF_UNIX, SOCK_STREAM, 0), 0); }},
+    {"copy", [] { EXPECT_GE(::dup(STDIN_FILENO), 0); }},
+    {"the placeholder's device", [] { EXPECT_GE(::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR), 0); }},
+};
+
+TEST_F(EmuNodeTest, RequestOfANumberThatWasTakenOverUnseenIsNotTheDevices) {
+    for (const TakeOver &takeOver : kTakeOvers) {
+        const int fd = ::open(kDevice, O_RDWR);
+        CloseUnseen(fd);
+        takeOver.run();
+        ASSERT_TRUE(IsOpen(fd)) << takeOver.name;
+        EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 2)), KernelAnswer(fd)) << takeOver.name;
+        EXPECT_EQ(orxemu_openDescriptors(), 0) << takeOver.name;
+        EXPECT_EQ(::close(fd), 0) << takeOver.name;
+    }
+    EXPECT_EQ(orxemu_numRequests(), 0u);
+}
+
+TEST_F(EmuNodeTest, NumberThatWasTakenOverUnseenIsClosedAsAnothers) {
+    for (const TakeOver &takeOver : kTakeOvers) {
+        const int fd = ::open(kDevice, O_RDWR);
+        CloseUnseen(fd);
+        takeOver.run();
+        errno = EXDEV;
+        EXPECT_EQ(::close(fd), 0) << takeOver.name;
+        EXPECT_EQ(errno, EXDEV) << takeOver.name;
+        EXPECT_FALSE(IsOpen(fd)) << takeOver.name;
+        EXPECT_EQ(orxemu_openDescriptors(), 0) << takeOver.name;
+    }
+}
+
+TEST_F(EmuNodeTest, NumberThatWasClosedUnseenIsNobodys) {
+    const int fd = ::open(kDevice, O_RDWR);
+    CloseUnseen(fd);
+    EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 2)), KernelAnswer(fd));
+    EXPECT_EQ(orxemu_openDescriptors(), 0);
+    EXPECT_EQ(orxemu_numRequests(), 0u);
+}
+
+#ifdef __GLIBC__
+// A child that the stand-in does not hear of.
+TEST_F(EmuNodeTest, NumberThatAChildTookOverIsNotTheDevicesThere) {
+    const int fd = ::open(kDevice, O_RDWR);
+    const pid_t child = ::_Fork();
+    if (child == 0) {
+        int waiting = -1;
+        const bool taken = ::close(fd) == 0 && ::socket(AF_UNIX, SOCK_DGRAM, 0) == fd;
+        ::_exit(taken && ::ioctl(fd, FIONREAD, &waiting) == 0 && waiting == 0 ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "the child's request did not reach its own file";
+    EXPECT_EQ(Ioctl(fd, kSetGblCfg, GblRecord(1, 2)), 0) << "it is still the device's here";
+    EXPECT_EQ(::close(fd), 0);
+}
+#endif
+
+// Programs look at what they have opened.
+TEST_F(EmuNodeTest, DescriptorIsOfACharacterDevice) {
+    const int fd = ::open(kDevice, O_RDWR);
+    struct stat status = {};
+    EXPECT_EQ(::fstat(fd, &status), 0);
+    EXPECT_TRUE(S_ISCHR(status.st_mode));
+    EXPECT_EQ(::fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
+    EXPECT_EQ(::close(fd), 0);
 }
 
 TEST_F(EmuNodeTest, NumberThatTheDeviceTookOverCountsOnce) {

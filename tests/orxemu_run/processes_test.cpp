@@ -212,15 +212,7 @@ TEST_F(ProcessesTest, SessionThatCannotBeJoined) {
          {"", "x", "1", "1,2,3,4,5,6", "-1,3,1,1,4,1,1", "999999999,3,1,1,4,1,1", "0,3,1,1,4,1,1,"}) {
         Conditions conditions;
         conditions.environment = {std::string("ORXEMU_SESSION=") + session};
-        Words words = {DEVICE_USER, "status=1"};
-        if (Emulated()) {
-            std::string emulator = EMULATOR; // NOLINT(readability-redundant-string-init): empty here
-            conditions.environment.push_back(std::string("QEMU_SET_ENV=LD_PRELOAD=") + STAND_IN_PRELOAD);
-            words = {"sh", "-c", "exec " + emulator + " \"$@\"", "sh", DEVICE_USER, "status=1"};
-        } else {
-            conditions.environment.push_back(std::string("LD_PRELOAD=") + STAND_IN_PRELOAD);
-        }
-        EXPECT_EQ(Finished(words, conditions).out, "status 1: ENOENT\n") << session;
+        EXPECT_EQ(RunAlone({DEVICE_USER, "status=1"}, conditions).out, "status 1: ENOENT\n") << session;
     }
 }
 

@@ -14,6 +14,9 @@
 //   cancel-open=PATH         another process has the lock until PATH is there; a thread that waits for it in
 //                            open() is cancelled, sends a request then, and opens the device once more
 //   cancel-ioctl=PATH        the same with a thread that can be cancelled anywhere and waits in ioctl()
+//   own-lock=PATH            uses the device under a lock of its own on PATH, while one thread of another
+//                            process wants that lock and another one is on the device; prints the outcomes
+//   load=PATH                loads a library; prints what the loader has to say before and after it
 //   flood-channel=PATH       starts a process that sends messages of its own making all the time until PATH is
 //                            there, or its folder is not
 //   unread                   stops the tool, and sends until a request finds no room; then there is no limit
@@ -27,6 +30,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
 #include <grp.h>
@@ -38,6 +42,7 @@
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -163,9 +168,10 @@ void Execute(const std::string &step, void (*before)()) {
 
 // What a thread has come to.
 struct Course {
+    std::atomic<pid_t> about = 0; // the thread, when nothing but the call is in front of it
     int fd = -1;
     int err = -1;
-    bool isAtItsEnd = false;
+    std::atomic<bool> isAtItsEnd = false;
     bool isUnwound = false;
 };
 
@@ -184,6 +190,7 @@ class Unwound {
 void *OpenTwice(void *argument) {
     Course &course = *static_cast<Course *>(argument);
     const Unwound unwound(course);
+    course.about = gettid();
     course.fd = open(kDevice, O_RDWR);
     std::uint32_t status = 1;
     course.err = OutcomeOf(ioctl(course.fd, kSetRlStatus, &status));
@@ -196,22 +203,35 @@ void *SendOnce(void *argument) {
     Course &course = *static_cast<Course *>(argument);
     pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     static std::uint32_t status = 1;
+    course.about = gettid();
     ioctl(course.fd, kSetRlStatus, &status);
     pthread_testcancel();
     course.isAtItsEnd = true;
     return nullptr;
 }
 
-// Whether one of this process's threads waits for a lock of a file.
-bool WaitsForLock() {
-    const std::string waiting = " WRITE " + std::to_string(getpid()) + " ";
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
-        if (line.find("->") != std::string::npos && line.find(waiting) != std::string::npos) {
-            return true;
+// How often a thread of this process has slept so far.
+long SleepsOf(pid_t thread) {
+    constexpr std::string_view kName = "voluntary_ctxt_switches:";
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind(kName, 0) == 0) {
+            return std::stol(line.substr(kName.size()));
         }
     }
-    return false;
+    return 0;
+}
+
+// Who waits for the lock sleeps again and again, and does nothing else.
+void AwaitWaiting(const Course &course) {
+    constexpr long kOftenEnough = 20;
+    while (course.about == 0) {
+        usleep(1000);
+    }
+    const long before = SleepsOf(course.about);
+    while (!course.isAtItsEnd && SleepsOf(course.about) < before + kOftenEnough) {
+        usleep(1000);
+    }
 }
 
 void Cancel(void *(*run)(void *), Course &course, const std::string &path) {
@@ -219,9 +239,7 @@ void Cancel(void *(*run)(void *), Course &course, const std::string &path) {
     HoldLock(path);
     pthread_t thread;
     pthread_create(&thread, nullptr, run, &course);
-    while (!WaitsForLock()) {
-        usleep(1000);
-    }
+    AwaitWaiting(course);
     pthread_cancel(thread);
     Touch(path);
     // Its result does not tell: some C libraries forget it when a thread was cancelled anywhere.
@@ -243,6 +261,71 @@ void CancelIoctl(const std::string &path) {
     course.fd = open(kDevice, O_RDWR);
     Cancel(SendOnce, course, path);
     close(course.fd);
+}
+
+// --- A lock of the program's own
+
+int SetLock(int fd, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    return OutcomeOf(fcntl(fd, F_SETLKW, &lock));
+}
+
+// Whether one of a process's threads waits in the kernel for a lock of a file.
+bool WaitsForLock(pid_t process) {
+    const std::string waiting = " WRITE " + std::to_string(process) + " ";
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != std::string::npos && line.find(waiting) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Has the session's lock until the other end of a pipe is closed.
+[[noreturn]] void WantOwnLockOnTheDevice(int own, int end) {
+    const int session = NumberOfSession(kLockFile);
+    SetLock(session, F_WRLCK);
+    int err = 0;
+    std::thread wants([&] { err = SetLock(own, F_WRLCK); });
+    char none = 0;
+    [[maybe_unused]] const ssize_t size = read(end, &none, 1);
+    SetLock(session, F_UNLCK);
+    wants.join();
+    PrintOutcome("own lock", err);
+    std::_Exit(0);
+}
+
+void OwnLock(const std::string &path) {
+    EndIfItHangs();
+    const int own = open(path.c_str(), O_RDWR | O_CREAT, 0666);
+    SetLock(own, F_WRLCK);
+    int ends[2] = {-1, -1};
+    PrintOutcome("pipe", OutcomeOf(pipe(ends)));
+    const pid_t other = fork();
+    if (other == 0) {
+        close(ends[1]);
+        WantOwnLockOnTheDevice(own, ends[0]);
+    }
+    while (!WaitsForLock(other)) {
+        usleep(1000);
+    }
+    Course course;
+    std::thread sends([&] {
+        course.about = gettid();
+        course.err = SendStatus(1);
+        course.isAtItsEnd = true;
+    });
+    AwaitWaiting(course);
+    close(ends[1]);
+    sends.join();
+    PrintOutcome("under own lock", course.err);
+    SetLock(own, F_UNLCK);
+    waitpid(other, nullptr, 0);
+    close(ends[0]);
+    close(own);
 }
 
 // --- A tool that does not read
@@ -280,6 +363,14 @@ void FloodChannel(const std::string &path) {
     std::_Exit(0);
 }
 
+void Load(const std::string &path) {
+    EndIfItHangs();
+    const char *before = dlerror();
+    Print(std::string("so far ") + (before == nullptr ? "nothing" : before));
+    const bool loaded = dlopen(path.c_str(), RTLD_NOW) != nullptr;
+    Print(loaded ? "loaded" : dlerror());
+}
+
 constexpr Step kSteps[] = {
     {"close-range", CloseRange},
     {"close-from", [](const std::string &) { CloseFrom(); }},
@@ -293,6 +384,8 @@ constexpr Step kSteps[] = {
     {"execute-elsewhere", [](const std::string &v) { Execute(v, LoseMemory); }},
     {"cancel-open", CancelOpen},
     {"cancel-ioctl", CancelIoctl},
+    {"own-lock", OwnLock},
+    {"load", Load},
     {"flood-channel", FloodChannel},
     {"unread", [](const std::string &) { Unread(); }},
 };

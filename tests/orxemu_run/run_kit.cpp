@@ -126,6 +126,19 @@ Outcome Finished(const Words &words, const Conditions &conditions) {
     return Child(words, conditions).Finish();
 }
 
+Outcome RunAlone(const Words &program, Conditions conditions) {
+    const std::string preload = std::string("LD_PRELOAD=") + STAND_IN_PRELOAD;
+    if (!Emulated()) {
+        conditions.environment.push_back(preload);
+        return Finished(program, conditions);
+    }
+    conditions.environment.push_back("QEMU_SET_ENV=" + preload);
+    const std::string emulator = EMULATOR; // NOLINT(readability-redundant-string-init): empty elsewhere
+    Words words = {"sh", "-c", "exec " + emulator + " \"$@\"", "sh"};
+    words.insert(words.end(), program.begin(), program.end());
+    return Finished(words, conditions);
+}
+
 Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions) {
     Words program = {DEVICE_USER};
     program.insert(program.end(), steps.begin(), steps.end());

@@ -63,6 +63,8 @@ Words Tool(const Words &words);
 Words RunWords(const Words &options, const Words &program);
 
 Outcome Finished(const Words &words, const Conditions &conditions = {});
+// A program of this build on the stand-in alone, in no session but one that the conditions name.
+Outcome RunAlone(const Words &program, Conditions conditions = {});
 // RunWords with the program that does these steps.
 Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions = {});
 Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions = {});
