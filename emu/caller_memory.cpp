@@ -41,7 +41,7 @@ iovec PartOf(const void *address, std::size_t size) {
 // In numbers, because a caller's address may be any.
 iovec LastByteOf(const void *address, std::size_t size) {
     const std::uintptr_t last = reinterpret_cast<std::uintptr_t>(address) + size - 1;
-    return {reinterpret_cast<void *>(last), 1}; // NOLINT(performance-no-int-to-ptr)
+    return {reinterpret_cast<void *>(last), 1}; // NOLINT(performance-no-int-to-ptr): of any address
 }
 
 // The last byte comes first: the others lie on its page and on the one before, so that nothing is stored

@@ -335,9 +335,8 @@ int Exchange::Answer(u32 offset, const void *bytes, u32 size) {
 }
 
 int Exchange::CopyFcb(u32 fcbAddr) {
-    // The wire carries the address as a word.
-    const auto *fcb =
-        reinterpret_cast<const void *>(std::uintptr_t{fcbAddr}); // NOLINT(performance-no-int-to-ptr)
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the wire carries the address as a word
+    const auto *fcb = reinterpret_cast<const void *>(std::uintptr_t{fcbAddr});
     const int err = CopyFromCaller(entry_.fcb, fcb, sizeof entry_.fcb);
     if (err == 0) {
         entry_.fcbSize = sizeof entry_.fcb;

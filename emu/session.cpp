@@ -71,7 +71,7 @@ SessionMemory *Attach(int segment) {
         return nullptr;
     }
     void *attached = shmat(segment, nullptr, 0);
-    if (attached == reinterpret_cast<void *>(-1)) { // NOLINT(performance-no-int-to-ptr)
+    if (attached == reinterpret_cast<void *>(-1)) { // NOLINT(performance-no-int-to-ptr): what shmat answers
         return nullptr;
     }
     auto *found = static_cast<SessionMemory *>(attached);

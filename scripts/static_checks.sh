@@ -40,9 +40,9 @@ prepare() {
     mkdir -p "$work/files" "$work/batches"
     awk -v repo="$repo" -v out="$work" -f "$here/tidy_batches.awk" "$repo/build/static/compile_commands.json"
     local checks
-    for checks in */.clang-tidy */*/.clang-tidy; do # found beside what is checked
-        cp "$checks" "$work/batches/$checks"
-    done
+    while read -r checks; do # found beside what is checked
+        cp "$checks" "$work/batches/${checks#"$repo/"}"
+    done < <(sources .clang-tidy)
 }
 
 # All files, whatever they are compiled with. The 32-bit platform has nothing more to say.
@@ -73,9 +73,17 @@ with_source_lines() {
         { print }' "$1" -
 }
 
+# own_headers: an expression for the headers of this tree, and of no other that is a part of its path.
+own_headers() {
+    local root folders
+    root=$(printf '%s' "$repo" | sed 's/[][\.*^$+?(){}|]/\\&/g')
+    folders=$(sources '*.h' | cut -c "$((${#repo} + 2))-" | cut -d / -f 1 | sort -u | paste -sd '|')
+    printf '^%s/(%s)/' "$root" "$folders"
+}
+
 # tidy DIR FILE: what clang-tidy finds in a file of the list in that folder, and nothing else.
 tidy() {
-    clang-tidy --quiet -p "$1" "$2" >"$work/found.$$" 2>"$work/said.$$"
+    clang-tidy --quiet --header-filter="$headers" -p "$1" "$2" >"$work/found.$$" 2>"$work/said.$$"
     local status=$?
     if [ "$status" -ne 0 ] && [ ! -s "$work/found.$$" ]; then
         cat "$work/said.$$"
@@ -102,7 +110,9 @@ tidy_batch() {
 
 # The largest first, so that no core is left with one at the end.
 check_tidy() {
-    export repo work
+    local headers
+    headers=$(own_headers)
+    export repo work headers
     export -f with_source_lines tidy tidy_batch
     # shellcheck disable=SC2016 # the inner shell's argument
     find "$work/batches" -name '*.files' -printf '%p\n' | sed 's/\.files$//' | xargs ls -S |

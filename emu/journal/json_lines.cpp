@@ -139,8 +139,8 @@ bool JsonLines::Next(Json &object) {
     }
     ++line_;
     const std::size_t end = rest_.find('\n');
-    const std::string_view line = rest_.substr(0, end);
-    if (line.size() > kMaxLineBytes) {
+    const std::string_view text = rest_.substr(0, end);
+    if (text.size() > kMaxLineBytes) {
         Fail("the line is longer than " + std::to_string(kMaxLineBytes) + " bytes");
     }
     if (end == std::string_view::npos) {
@@ -148,15 +148,15 @@ bool JsonLines::Next(Json &object) {
     }
     rest_.remove_prefix(end + 1);
     // To the parser it would be the end of the line.
-    if (line.find('\0') != std::string_view::npos) {
+    if (text.find('\0') != std::string_view::npos) {
         Fail("the line has a byte that is 0");
     }
-    if (line.ends_with('\r')) {
+    if (text.ends_with('\r')) {
         Fail("the line ends with a carriage return");
     }
-    object = ParseObject(line);
+    object = ParseObject(text);
     object.erase(kChecksum);
-    text_ = line;
+    text_ = text;
     return true;
 }
 

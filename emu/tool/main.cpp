@@ -60,6 +60,7 @@ std::vector<std::string> ParserWords(std::span<char *> words) {
 // An empty value is a shell variable that is not set, and would pass for an option that is not given.
 void RefuseEmptyValues(CLI::App &app) {
     const CLI::Validator notEmpty(
+        // cppcheck-suppress constParameter ; a validator may change the value
         [](std::string &value) { return std::string(value.empty() ? "its value is empty" : ""); }, "");
     for (CLI::App *command : app.get_subcommands({})) {
         for (CLI::Option *option : command->get_options()) {

@@ -33,7 +33,8 @@ bool Fits(std::uint64_t address) {
 // Null when the place is taken. A kernel that does not know the flag takes the address as a hint, and may map
 // elsewhere.
 void *MapAt(std::uint64_t hint) {
-    auto *wanted = reinterpret_cast<void *>(std::uintptr_t{hint}); // NOLINT(performance-no-int-to-ptr)
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a free place is looked for by its number
+    auto *wanted = reinterpret_cast<void *>(std::uintptr_t{hint});
     void *place = mmap(wanted, MappedBytes(), PROT_READ | PROT_WRITE,
                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
     if (place == MAP_FAILED) {

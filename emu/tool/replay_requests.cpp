@@ -212,6 +212,7 @@ void Replay::TranslateIndex(Request &request, std::size_t offset, Assigned kind,
 
 // The library's own note of the index, which the driver keeps with the rest. Most of the time it is of no
 // object, and then it stays as it is.
+// cppcheck-suppress constParameter ; its bytes are written to, through the span
 void Replay::TranslateNotes(Request &request) {
     std::span<std::uint8_t> bytes = request.fcb;
     std::size_t offset = offsetof(qir::Fcb, hwFlowIdx);

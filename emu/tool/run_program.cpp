@@ -211,7 +211,7 @@ void Program::SetPreload(const std::string &preload, bool emulated) {
     list += (list.empty() ? "" : ":") + preload;
     const std::string users = VariableOr(kPreloadVariable, "");
     list += users.empty() ? "" : ":" + users;
-    std::string name = kPreloadVariable;
+    std::string variable = kPreloadVariable;
     std::string value = list;
     if (emulated) {
         if (list.find(',') != std::string::npos) {
@@ -219,12 +219,12 @@ void Program::SetPreload(const std::string &preload, bool emulated) {
                              " must not have commas: " + list);
         }
         const std::string others = VariableOr(kEmulatedVariables, "");
-        name = kEmulatedVariables;
+        variable = kEmulatedVariables;
         value = others + (others.empty() ? "" : ",") + kPreloadVariable + "=" + list;
     }
     std::erase_if(environment_,
-                  [&name](const std::string &variable) { return variable.starts_with(name + "="); });
-    environment_.push_back(name + "=" + value);
+                  [&variable](const std::string &entry) { return entry.starts_with(variable + "="); });
+    environment_.push_back(variable + "=" + value);
 }
 
 } // namespace orxemu::tool

@@ -86,7 +86,7 @@ Session::Session() {
     const int err = errno;
     // From here on it goes with its last user; the processes can attach to it nevertheless.
     shmctl(segment_, IPC_RMID, nullptr);
-    if (attached == reinterpret_cast<void *>(-1)) { // NOLINT(performance-no-int-to-ptr)
+    if (attached == reinterpret_cast<void *>(-1)) { // NOLINT(performance-no-int-to-ptr): what shmat answers
         ThrowAboutSession(err);
     }
     memory_ = static_cast<SessionMemory *>(attached);

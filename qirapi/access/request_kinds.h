@@ -56,21 +56,22 @@ template <class RecordT, class BlkT, u32 NumTypes, HdrPlace Place> struct Reques
     static constexpr u32 Entry(u32 tag) { return Place.entry + tag * Place.stride; }
 };
 
+// The places are in brackets of their own because cppcheck ends an argument at the first comma in braces.
 // clang-format off
-//                                    record       block      types              bit             row              entry                                stride          L4
-using EthFilterKind   = RequestKind<EthFilter,   FilterBlk, e_ETH_FILT_MAX,     HdrPlace{e_FLOWHDR_ETH,   e_FLOWHDR_ETH,   offsetof(FilterBlk, eth),   0,                 false}>;
-using VlanFilterKind  = RequestKind<VlanFilter,  FilterBlk, e_VLAN_FILT_MAX,    HdrPlace{e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0, offsetof(FilterBlk, vlan),  kVlanFilterStride, false}>;
-using PppoeFilterKind = RequestKind<PppoeFilter, FilterBlk, e_PPPOE_FILT_MAX,   HdrPlace{e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, offsetof(FilterBlk, pppoe), 0,                 false}>;
-using Ipv4FilterKind  = RequestKind<Ipv4Filter,  FilterBlk, e_IPV4_FILT_MAX,    HdrPlace{e_FLOWHDR_IPV4,  e_FLOWHDR_IPV4,  offsetof(FilterBlk, ipv4),  0,                 false}>;
-using TcpFilterKind   = RequestKind<TcpFilter,   FilterBlk, e_TCP_FILT_MAX,     HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_TCP, offsetof(FilterBlk, tcp),   0,                 true}>;
-using UdpFilterKind   = RequestKind<UdpFilter,   FilterBlk, e_UDP_FILT_MAX,     HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_UDP, offsetof(FilterBlk, udp),   0,                 true}>;
+//                                    record       block      types               bit             row              entry                                stride          L4
+using EthFilterKind   = RequestKind<EthFilter,   FilterBlk, e_ETH_FILT_MAX,     (HdrPlace{e_FLOWHDR_ETH,   e_FLOWHDR_ETH,   offsetof(FilterBlk, eth),   0,                 false})>;
+using VlanFilterKind  = RequestKind<VlanFilter,  FilterBlk, e_VLAN_FILT_MAX,    (HdrPlace{e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0, offsetof(FilterBlk, vlan),  kVlanFilterStride, false})>;
+using PppoeFilterKind = RequestKind<PppoeFilter, FilterBlk, e_PPPOE_FILT_MAX,   (HdrPlace{e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, offsetof(FilterBlk, pppoe), 0,                 false})>;
+using Ipv4FilterKind  = RequestKind<Ipv4Filter,  FilterBlk, e_IPV4_FILT_MAX,    (HdrPlace{e_FLOWHDR_IPV4,  e_FLOWHDR_IPV4,  offsetof(FilterBlk, ipv4),  0,                 false})>;
+using TcpFilterKind   = RequestKind<TcpFilter,   FilterBlk, e_TCP_FILT_MAX,     (HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_TCP, offsetof(FilterBlk, tcp),   0,                 true})>;
+using UdpFilterKind   = RequestKind<UdpFilter,   FilterBlk, e_UDP_FILT_MAX,     (HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_UDP, offsetof(FilterBlk, udp),   0,                 true})>;
 
-using EthActionKind   = RequestKind<EthAction,   ActionBlk, e_ETH_ACTION_MAX,   HdrPlace{e_FLOWHDR_ETH,   e_FLOWHDR_ETH,   offsetof(ActionBlk, eth),   0,                 false}>;
-using VlanActionKind  = RequestKind<VlanAction,  ActionBlk, e_VLAN_ACTION_MAX,  HdrPlace{e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0, offsetof(ActionBlk, vlan),  kVlanActionStride, false}>;
-using PppoeActionKind = RequestKind<PppoeAction, ActionBlk, e_PPPOE_ACTION_MAX, HdrPlace{e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, offsetof(ActionBlk, pppoe), 0,                 false}>;
-using Ipv4ActionKind  = RequestKind<Ipv4Action,  ActionBlk, e_IPV4_ACTION_MAX,  HdrPlace{e_FLOWHDR_IPV4,  e_FLOWHDR_IPV4,  offsetof(ActionBlk, ipv4),  0,                 false}>;
-using TcpActionKind   = RequestKind<TcpAction,   ActionBlk, e_TCP_ACTION_MAX,   HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_TCP, offsetof(ActionBlk, tcp),   0,                 true}>;
-using UdpActionKind   = RequestKind<UdpAction,   ActionBlk, e_UDP_ACTION_MAX,   HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_UDP, offsetof(ActionBlk, udp),   0,                 true}>;
+using EthActionKind   = RequestKind<EthAction,   ActionBlk, e_ETH_ACTION_MAX,   (HdrPlace{e_FLOWHDR_ETH,   e_FLOWHDR_ETH,   offsetof(ActionBlk, eth),   0,                 false})>;
+using VlanActionKind  = RequestKind<VlanAction,  ActionBlk, e_VLAN_ACTION_MAX,  (HdrPlace{e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN0, offsetof(ActionBlk, vlan),  kVlanActionStride, false})>;
+using PppoeActionKind = RequestKind<PppoeAction, ActionBlk, e_PPPOE_ACTION_MAX, (HdrPlace{e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, offsetof(ActionBlk, pppoe), 0,                 false})>;
+using Ipv4ActionKind  = RequestKind<Ipv4Action,  ActionBlk, e_IPV4_ACTION_MAX,  (HdrPlace{e_FLOWHDR_IPV4,  e_FLOWHDR_IPV4,  offsetof(ActionBlk, ipv4),  0,                 false})>;
+using TcpActionKind   = RequestKind<TcpAction,   ActionBlk, e_TCP_ACTION_MAX,   (HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_TCP, offsetof(ActionBlk, tcp),   0,                 true})>;
+using UdpActionKind   = RequestKind<UdpAction,   ActionBlk, e_UDP_ACTION_MAX,   (HdrPlace{e_FLOWHDR_IPV4,  e_L4FLOWHDR_UDP, offsetof(ActionBlk, udp),   0,                 true})>;
 // clang-format on
 
 // The block of an FCB that a kind belongs to.

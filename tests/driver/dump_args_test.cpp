@@ -23,7 +23,7 @@ struct Dump {
     u32 *(*status)(unsigned idx);
 };
 
-template <class Hdl> u32 CallWith(u32 (*op)(Hdl *), u32 *word) {
+template <class Hdl> u32 CallWith(u32 (*op)(Hdl *), const u32 *word) {
     if (word == nullptr) {
         return op(nullptr);
     }

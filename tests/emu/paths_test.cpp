@@ -71,11 +71,11 @@ TEST_F(EmuPathsTest, PathThatCannotBeRead) {
         AtTheEnd("/", 1),
         AtTheEnd("/dev/pktorx", 11), // all but the zero behind it
     };
-    for (const Open open : kOpens) {
+    for (const Open way : kOpens) {
         for (const char *path : paths) {
             // The last two lie in one place.
             AtTheEnd("/dev/pktorx", 11);
-            EXPECT_EQ(ErrnoOf(open, path), EFAULT) << static_cast<const void *>(path);
+            EXPECT_EQ(ErrnoOf(way, path), EFAULT) << static_cast<const void *>(path);
         }
     }
 }
@@ -90,10 +90,10 @@ TEST_F(EmuPathsTest, PathThatEndsWhereMemoryEnds) {
         {"/dev/pktorx", 0, 1}, {"/", EISDIR, 0},          {"", ENOENT, 0},
         {"/dev/null", 0, 0},   {"/dev/pktor", ENOENT, 0},
     };
-    for (const Open open : kOpens) {
+    for (const Open way : kOpens) {
         for (const Row &row : rows) {
             orxemu_reset();
-            EXPECT_EQ(ErrnoOf(open, AtTheEnd(row.path, std::strlen(row.path) + 1)), row.err) << row.path;
+            EXPECT_EQ(ErrnoOf(way, AtTheEnd(row.path, std::strlen(row.path) + 1)), row.err) << row.path;
             EXPECT_EQ(orxemu_numOpens(), row.opens) << row.path;
         }
     }

@@ -95,6 +95,7 @@ TEST_F(FilterIteration, HandleThatIsNotOnTheListYieldsNull) {
         Restore();
         const AnyFilter req = GoodFilter(m, 0, 0);
         ASSERT_EQ(m.store(fcb_, &req), 0u);
+        // cppcheck-suppress constVariable ; it is
         void *const strays[] = {fcb_, fcb_->reqPool[31].req, fcb_->reqPool[m.Entry(fcb_)->reqList].req};
         for (void *const stray : strays) {
             void *info = stray;

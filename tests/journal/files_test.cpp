@@ -261,12 +261,13 @@ TEST(JournalLogWriter, AfterTheFirstFailureNothingMoreIsWritten) {
         for (int i = 0; i < 20; ++i) {
             writer.Write(Status());
         }
-        const std::string written = test::FileText(path);
+        const auto text = [&path] { return test::FileText(path); }; // the file's at that moment
+        const std::string written = text();
         const rlimit files = {RLIM_INFINITY, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &files);
         writer.Write(Status());
         good = good && !writer.Close({});
-        return good && written.size() == 400 && test::FileText(path) == written &&
+        return good && written.size() == 400 && text() == written &&
                writer.problem().Text() == path + ": cannot be written: File too large";
     });
 }
