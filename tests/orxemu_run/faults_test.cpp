@@ -37,7 +37,7 @@ struct FaultRow {
     std::string out;
     Words log;
     std::uint32_t rlStatus;
-    std::string err = "";
+    std::string err{};
 };
 
 TEST_F(FaultsTest, EveryKind) {
