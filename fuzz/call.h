@@ -80,6 +80,14 @@ struct Call {
     u32 numTypes = 0;
     u32 type = kNone;
     u32 cmpOp = kNone;
+    u32 row = kNone; // in the rule tables
+    bool l4 = false; // in those of TCP and UDP
+    // And the caller's records as the call leaves them: one, or the array that is read into, with what was in
+    // it before and the number of records that it is said to hold.
+    std::vector<u8> records{};
+    std::vector<u8> recordsBefore{};
+    u32 recordBytes = 0;
+    u8 count = kNotCounted;
     // What else the call was given: numbers in the order of the parameters, the handle that it stores and the
     // record. A call that reads has here what it gave.
     u32 arg[2] = {kNone, kNone};
@@ -91,14 +99,6 @@ struct Call {
         const auto *const bytes = static_cast<const u8 *>(told);
         record.insert(record.end(), bytes, bytes + size);
     }
-    u32 row = kNone; // in the rule tables
-    bool l4 = false; // in those of TCP and UDP
-    // And the caller's records as the call leaves them: one, or the array that is read into, with what was in
-    // it before and the number of records that it is said to hold.
-    std::vector<u8> records;
-    std::vector<u8> recordsBefore;
-    u32 recordBytes = 0;
-    u8 count = kNotCounted;
 };
 
 // What a call is to write into: bytes that it does not leave by chance.

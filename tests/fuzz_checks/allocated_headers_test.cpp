@@ -55,18 +55,7 @@ template <u32 num> void KeepFreeNodes(Fcb &fcb) {
     }
 }
 
-struct Row {
-    std::string what;
-    std::string complaint;
-    u32 rc;
-    Call (*call)();
-    void (*breakIt)(Fcb &, Call &) = nullptr;
-    void (*prepare)(Fcb &) = nullptr;
-};
-
-std::ostream &operator<<(std::ostream &out, const Row &row) {
-    return out << row.what;
-}
+using Row = BrokenCall;
 
 std::string NotAs(std::size_t offset) {
     return "not as the allocation of the header leaves it: byte " + std::to_string(offset);

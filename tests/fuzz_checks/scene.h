@@ -2,8 +2,12 @@
 #ifndef TESTS_FUZZ_CHECKS_SCENE_H
 #define TESTS_FUZZ_CHECKS_SCENE_H
 
+#include "fuzz/call.h"
 #include "fuzz/past.h"
 #include "tests/support/library.h"
+
+#include <ostream>
+#include <string>
 
 namespace fuzz_checks {
 
@@ -17,6 +21,21 @@ class Scene : public test::LibraryTest {
     qir::Fcb &flow = qirCtxt_gp->fcbPool[0];
     fuzz::Past past;
 };
+
+// A call on flow 0 behind which something is broken in the flow or in what is told of the call, and the
+// complaint about it; none when nothing is broken.
+struct BrokenCall {
+    std::string what;
+    std::string complaint;
+    fuzz::u32 rc;
+    fuzz::Call (*call)();
+    void (*breakIt)(qir::Fcb &, fuzz::Call &) = nullptr;
+    void (*prepare)(qir::Fcb &) = nullptr; // before the call
+};
+
+inline std::ostream &operator<<(std::ostream &out, const BrokenCall &row) {
+    return out << row.what;
+}
 
 } // namespace fuzz_checks
 

@@ -86,18 +86,7 @@ void AddVlanHeaders() {
     }
 }
 
-struct Row {
-    std::string what;
-    std::string complaint;
-    u32 rc;
-    Call (*call)();
-    void (*breakIt)(Fcb &, Call &) = nullptr;
-    void (*prepare)(Fcb &) = nullptr;
-};
-
-std::ostream &operator<<(std::ostream &out, const Row &row) {
-    return out << row.what;
-}
+using Row = BrokenCall;
 
 std::string NotAs(const std::string &what) {
     return "not as the request leaves it: " + what;
