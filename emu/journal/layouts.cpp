@@ -399,11 +399,11 @@ const Layout &RequestLayout(int request) {
     return *row->layout;
 }
 
-const Layout &TableLayout(Assigned kind) {
+const Layout &TableLayout(IndexKind kind) {
     switch (kind) {
-    case Assigned::AsTable:
+    case IndexKind::AsTable:
         return kAsTblLayout;
-    case Assigned::DscpTable:
+    case IndexKind::DscpTable:
         return kDscpTblLayout;
     default:
         return kPacTblLayout;

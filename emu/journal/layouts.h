@@ -10,7 +10,7 @@ namespace orxemu::journal {
 const Layout &RequestLayout(int request);
 
 // Of one of the three kinds of table.
-const Layout &TableLayout(Assigned kind);
+const Layout &TableLayout(IndexKind kind);
 
 // "numFlows" and "hits", 36 bytes: what the driver answers to a request for hit counters.
 extern const Layout kHitsLayout;

@@ -150,12 +150,12 @@ std::string RlName(const Json &record) {
 
 std::string TableRequest(const RequestInfo &info, const Json &record) {
     const std::string text = TableText(info.index, Member(record, "tbl"));
-    return info.assigns ? text : "index " + PlainText(Member(record, "index")) + ": " + text;
+    return info.assigns() ? text : "index " + PlainText(Member(record, "index")) + ": " + text;
 }
 
 std::string FlowRequest(const RequestInfo &info, const Json &record, const Json &fcb) {
     const std::string rule = fcb.is_null() ? "(no FCB)" : RuleText(fcb);
-    return info.assigns ? rule : "flow " + PlainText(Member(record, "flowIdx")) + ": " + rule;
+    return info.assigns() ? rule : "flow " + PlainText(Member(record, "flowIdx")) + ": " + rule;
 }
 
 // A destination may be added to forwarding that was not set as a whole, which has no source.
@@ -194,16 +194,16 @@ constexpr TextRow kTexts[] = {
 
 } // namespace
 
-std::string TableText(Assigned kind, const Json &table) {
+std::string TableText(IndexKind kind, const Json &table) {
     switch (kind) {
-    case Assigned::AsTable:
+    case IndexKind::AsTable:
         return AsTableText(table);
-    case Assigned::DscpTable:
+    case IndexKind::DscpTable:
         return DscpTableText(table);
-    case Assigned::PacTable:
+    case IndexKind::PacTable:
         return PacTableText(table);
-    case Assigned::None:
-    case Assigned::Flow:
+    case IndexKind::None:
+    case IndexKind::Flow:
         break;
     }
     return {};
@@ -218,7 +218,7 @@ std::string RequestText(const RequestInfo &info, const Json &record, const Json 
     if (info.copiesFcb) {
         return FlowRequest(info, record, fcb);
     }
-    if (info.index != Assigned::None && info.index != Assigned::Flow) {
+    if (info.index != IndexKind::None && info.index != IndexKind::Flow) {
         return TableRequest(info, record);
     }
     for (const TextRow &row : kTexts) {

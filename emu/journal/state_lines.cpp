@@ -8,10 +8,11 @@ namespace orxemu::journal {
 namespace {
 
 constexpr TableKindRow kTableKinds[] = {
-    {Assigned::AsTable, "asTable", [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.asTbl); }},
-    {Assigned::DscpTable, "dscpTable",
+    {IndexKind::AsTable, "asTable", [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.asTbl); }},
+    {IndexKind::DscpTable, "dscpTable",
      [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.dscpTbl); }},
-    {Assigned::PacTable, "pacTable", [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.pacTbl); }},
+    {IndexKind::PacTable, "pacTable",
+     [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.pacTbl); }},
 };
 
 // Writes lines and counts them.

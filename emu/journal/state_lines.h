@@ -8,7 +8,7 @@ namespace orxemu::journal {
 
 // The three kinds of table, in the order of their lines.
 struct TableKindRow {
-    Assigned kind;
+    IndexKind kind;
     const char *member;
     std::span<OrxEmuTable> (*slots)(OrxEmuState &state);
 };

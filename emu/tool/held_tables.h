@@ -11,17 +11,17 @@
 namespace orxemu::tool {
 
 struct HeldTables {
-    journal::Assigned kind;
+    journal::IndexKind kind;
     const char *name;
     std::span<const OrxEmuTable> tables;
     std::size_t recordSize;
 };
 
 inline std::array<HeldTables, 3> TablesOf(const OrxEmuState &state) {
-    using journal::Assigned;
-    return {{{Assigned::AsTable, "AS table", state.asTbl, sizeof(qir::AsTblInfo)},
-             {Assigned::DscpTable, "DSCP table", state.dscpTbl, sizeof(qir::DscpTblInfo)},
-             {Assigned::PacTable, "PAC table", state.pacTbl, sizeof(qir::PacTblInfo)}}};
+    using journal::IndexKind;
+    return {{{IndexKind::AsTable, "AS table", state.asTbl, sizeof(qir::AsTblInfo)},
+             {IndexKind::DscpTable, "DSCP table", state.dscpTbl, sizeof(qir::DscpTblInfo)},
+             {IndexKind::PacTable, "PAC table", state.pacTbl, sizeof(qir::PacTblInfo)}}};
 }
 
 // A table's record, which is in the byte order of this machine.

@@ -68,7 +68,7 @@ View ViewOf(const LogEntry &entry, journal::ByteOrder order) {
     if (entry.isOpen) {
         return {"open", qir::kPktOrxDevice, ErrorText(entry), {}};
     }
-    const RequestInfo *info = journal::FindRequestInfo(entry.request);
+    const RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         return {
             "request " + std::to_string(entry.request), "(unknown)", AnswerText(entry, Json::object()), {}};

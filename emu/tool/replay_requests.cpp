@@ -11,24 +11,23 @@ namespace orxemu::tool {
 
 namespace {
 
-using journal::Assigned;
 using journal::Bytes;
+using journal::IndexKind;
 using journal::kHostOrder;
 
-constexpr std::size_t kIndexWord = 0;
 constexpr unsigned kWord = 4;
 
-const char *ObjectName(Assigned kind) {
+const char *ObjectName(IndexKind kind) {
     switch (kind) {
-    case Assigned::AsTable:
+    case IndexKind::AsTable:
         return "AS table";
-    case Assigned::DscpTable:
+    case IndexKind::DscpTable:
         return "DSCP table";
-    case Assigned::PacTable:
+    case IndexKind::PacTable:
         return "PAC table";
-    case Assigned::Flow:
+    case IndexKind::Flow:
         return "flow";
-    case Assigned::None:
+    case IndexKind::None:
         break;
     }
     return "object";
@@ -43,11 +42,11 @@ void PutWord(std::span<std::uint8_t> bytes, std::size_t offset, std::uint32_t va
 }
 
 bool CarriesIndex(const journal::RequestInfo &info) {
-    return info.index != Assigned::None && !info.assigns;
+    return info.index != IndexKind::None && !info.assigns();
 }
 
 bool IsTableRequest(const journal::RequestInfo &info) {
-    return info.index != Assigned::None && info.index != Assigned::Flow;
+    return info.index != IndexKind::None && info.index != IndexKind::Flow;
 }
 
 } // namespace
@@ -74,7 +73,7 @@ ReplayEnd Replay::Run() {
 
 // Whether the replay goes on; so do the functions that end the work on a request.
 bool Replay::One(const journal::LogEntry &entry, std::size_t n) {
-    const journal::RequestInfo *info = journal::FindRequestInfo(entry.request);
+    const journal::RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         Tell(entry, "request " + std::to_string(n) + " skipped: its number " + std::to_string(entry.request) +
                         " is unknown");
@@ -139,7 +138,7 @@ bool Replay::SendTranslated(Request &request) {
 // What a device writes elsewhere in a record is no answer, and a log with it could not be read.
 void Replay::KeepTheAnswer(const Request &request, Bytes &answered, const Answer &answer) const {
     const bool accepted = answer.opened && answer.err == 0;
-    const auto [offset, size] = accepted ? journal::AnswerPlaceOf(request.info) : journal::AnswerPlace{};
+    const auto [offset, size] = accepted ? request.info.answer : qir::kNoAnswer;
     Bytes kept = request.record;
     std::copy_n(answered.begin() + static_cast<std::ptrdiff_t>(offset), size,
                 kept.begin() + static_cast<std::ptrdiff_t>(offset));
@@ -185,18 +184,18 @@ void Replay::Tell(const journal::LogEntry &entry, const std::string &text) const
 Replay::Obstacle Replay::TranslateIndexes(Request &request) {
     Obstacle obstacle;
     if (CarriesIndex(request.info)) {
-        TranslateIndex(request, kIndexWord, request.info.index, obstacle);
+        TranslateIndex(request, qir::kIndexOffset, request.info.index, obstacle);
     }
     // EP tables have no requests that could bring an index.
     constexpr std::size_t kPacWord = offsetof(qir::FlowRecord, pacTblIdx);
     if (request.info.copiesFcb &&
         WordAt(request.record, kPacWord) != static_cast<std::uint32_t>(qir::kNoTable)) {
-        TranslateIndex(request, kPacWord, Assigned::PacTable, obstacle);
+        TranslateIndex(request, kPacWord, IndexKind::PacTable, obstacle);
     }
     return obstacle;
 }
 
-void Replay::TranslateIndex(Request &request, std::size_t offset, Assigned kind, Obstacle &obstacle) {
+void Replay::TranslateIndex(Request &request, std::size_t offset, IndexKind kind, Obstacle &obstacle) {
     const std::uint32_t recorded = WordAt(request.record, offset);
     const auto [found, number] = indexes_.Of(kind).Find(recorded);
     if (found == IndexMap::Found::Yes) {
@@ -232,7 +231,8 @@ void Replay::TranslateNotes(Request &request) {
 // An active flow's FCB stays where it is. The place is new for a flow that is being activated, and for one
 // that the hardware held before.
 LowFcb &Replay::PlaceFcb(Request &request, std::optional<LowFcb> &newPlace) {
-    const auto known = request.info.assigns ? fcbs_.end() : fcbs_.find(WordAt(request.record, kIndexWord));
+    const auto known =
+        request.info.assigns() ? fcbs_.end() : fcbs_.find(WordAt(request.record, qir::kIndexOffset));
     LowFcb &place = known != fcbs_.end() ? known->second : newPlace.emplace();
     PutWord(request.record, offsetof(qir::FlowRecord, fcbAddr), place.Address());
     return place;
@@ -242,28 +242,29 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
     const journal::LogEntry &entry = request.entry;
     IndexMap &indexes = indexes_.Of(request.info.index);
     const bool isFlow = request.info.copiesFcb;
-    if (request.info.assigns) {
+    if (request.info.assigns()) {
         std::optional<std::uint32_t> recorded;
         if (journal::WasTaken(entry)) {
-            recorded = journal::Load(entry.out, kIndexWord, kWord, log_.order);
+            recorded = journal::Load(entry.out, qir::kIndexOffset, kWord, log_.order);
         }
-        const std::uint32_t number = WordAt(answered, kIndexWord);
+        const std::uint32_t number = WordAt(answered, qir::kIndexOffset);
         indexes.Assign(recorded, number);
         if (isFlow) {
             fcbs_.insert_or_assign(number, std::move(*newPlace));
         }
     } else if (request.info.number == qir::kOrxDeactivateFlow || IsTableRequest(request.info)) {
-        indexes.Release(journal::Load(entry.in, kIndexWord, kWord, log_.order));
+        indexes.Release(journal::Load(entry.in, qir::kIndexOffset, kWord, log_.order));
         if (isFlow) {
-            fcbs_.erase(WordAt(request.record, kIndexWord));
+            fcbs_.erase(WordAt(request.record, qir::kIndexOffset));
         }
     }
 }
 
 // An activation that was not accepted brings no index: what names the recorded one cannot be sent.
 void Replay::NoteNotAccepted(const Request &request) {
-    if (request.info.assigns && journal::WasTaken(request.entry) && request.entry.recordRead) {
-        indexes_.Of(request.info.index).Miss(journal::Load(request.entry.out, kIndexWord, kWord, log_.order));
+    if (request.info.assigns() && journal::WasTaken(request.entry) && request.entry.recordRead) {
+        indexes_.Of(request.info.index)
+            .Miss(journal::Load(request.entry.out, qir::kIndexOffset, kWord, log_.order));
     }
 }
 

@@ -10,8 +10,8 @@ namespace replay_test {
 
 namespace {
 
-using orxemu::journal::FindRequestInfo;
 using orxemu::journal::kHostOrder;
+using qir::FindRequest;
 
 LogEntry EntryOf(const OrxEmuRequest &request, FaultMark mark) {
     LogEntry entry;
@@ -70,7 +70,7 @@ Log Read(const std::string &text) {
 
 Log Swapped(Log log) {
     for (LogEntry &entry : log.entries) {
-        const auto *info = FindRequestInfo(entry.request);
+        const auto *info = qir::FindRequest(entry.request);
         if (info == nullptr) {
             continue;
         }
@@ -78,7 +78,7 @@ Log Swapped(Log log) {
         // The driver's answer is no part of a record as it is sent.
         const std::uint32_t index = orxemu::journal::Load(entry.out, 0, 4, log.order);
         ConvertRecord(*info, entry.out, log.order);
-        if (info->assigns) {
+        if (info->assigns()) {
             orxemu::journal::Store(entry.out, 0, 4, kOtherOrder, index);
         }
         if (!entry.fcb.empty()) {
