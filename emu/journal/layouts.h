@@ -6,8 +6,8 @@
 
 namespace orxemu::journal {
 
-// Of a known request's record, as it is sent.
-const Layout &RequestLayout(int request);
+// Of a request's record, as it is sent.
+const Layout &RequestLayout(qir::OrxRequest number);
 
 // Of one of the three kinds of table.
 const Layout &TableLayout(IndexKind kind);

@@ -41,8 +41,39 @@ Json DecodeRecord(const RequestInfo &info, ByteView record, ByteOrder order);
 // hit counters, {} for all else.
 Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order);
 
-// Bytes of a table's shadow record; `kind` is one of the three kinds of table, here and below.
-std::size_t TableSize(IndexKind kind);
+// The kinds of table that the hardware holds, in the order of their lines in a state. Here and below a table's
+// `kind` is one of these.
+struct TableKind {
+    IndexKind kind;
+    const char *name;
+    const char *member;     // in a state
+    std::size_t recordSize; // of the shadow record
+};
+constexpr TableKind kTableKinds[] = {
+    {IndexKind::AsTable, "AS table", "asTable", sizeof(qir::AsTblInfo)},
+    {IndexKind::DscpTable, "DSCP table", "dscpTable", sizeof(qir::DscpTblInfo)},
+    {IndexKind::PacTable, "PAC table", "pacTable", sizeof(qir::PacTblInfo)},
+};
+
+// Whether a table has a row for each kind of table, in the order of IndexKind.
+template <class Row, std::size_t N> constexpr bool HasRowPerTable(const Row (&rows)[N]) {
+    std::size_t kind = static_cast<std::size_t>(IndexKind::AsTable);
+    for (const Row &row : rows) {
+        if (row.kind != static_cast<IndexKind>(kind++)) {
+            return false;
+        }
+    }
+    return kind == static_cast<std::size_t>(IndexKind::Flow);
+}
+template <class Row, std::size_t N> constexpr const Row &TableRow(const Row (&rows)[N], IndexKind kind) {
+    return rows[static_cast<std::size_t>(kind) - static_cast<std::size_t>(IndexKind::AsTable)];
+}
+static_assert(HasRowPerTable(kTableKinds));
+
+constexpr bool IsTable(IndexKind kind) {
+    return kind != IndexKind::None && kind != IndexKind::Flow;
+}
+
 // Whole shadow records, as the state of the hardware holds them.
 Json DecodeTable(IndexKind kind, ByteView record, ByteOrder order);
 // 16 bytes of a rate limiter's configuration.

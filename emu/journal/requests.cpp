@@ -30,17 +30,6 @@ Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order) {
     return Json::object();
 }
 
-std::size_t TableSize(IndexKind kind) {
-    switch (kind) {
-    case IndexKind::AsTable:
-        return sizeof(qir::AsTblInfo);
-    case IndexKind::DscpTable:
-        return sizeof(qir::DscpTblInfo);
-    default:
-        return sizeof(qir::PacTblInfo);
-    }
-}
-
 Json DecodeTable(IndexKind kind, ByteView record, ByteOrder order) {
     return DecodeFields(TableLayout(kind), record, order);
 }

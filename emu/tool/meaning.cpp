@@ -1,7 +1,6 @@
 #include "emu/tool/meaning.h"
 
 #include "emu/journal/rule_text.h"
-#include "emu/tool/held_tables.h"
 
 #include <map>
 #include <optional>
@@ -16,6 +15,7 @@ using journal::Json;
 using journal::kHostOrder;
 using journal::LogEntry;
 using journal::RequestInfo;
+using journal::TableKind;
 
 std::optional<std::uint32_t> NumberIn(const Json &object, const char *name) {
     const auto found = object.find(name);
@@ -132,7 +132,7 @@ class LogReader {
         if (const auto assigned = NumberIn(answer, "index"); assigned && info.assigns()) {
             owners_.Assign(info.index, *assigned, position);
         }
-        if (std::string_view(info.name).starts_with("deactivate-")) {
+        if (info.releases()) {
             for (const char *name : {"index", "flowIdx"}) {
                 if (const auto index = NumberIn(fields, name)) {
                     owners_.Release(info.index, *index);
@@ -173,16 +173,17 @@ void AddSettings(const OrxEmuState &state, Meanings &meanings) {
 // For each index of a kind of table where its meaning stands.
 using Positions = std::map<std::int32_t, std::size_t>;
 
-Positions AddTables(const HeldTables &held, Meanings &meanings) {
+Positions AddTables(const OrxEmuState &state, const TableKind &kind, Meanings &meanings) {
+    const std::span<const OrxEmuTable> tables = journal::TablesOf(state, kind);
     Positions positions;
-    for (std::size_t i = 0; i < held.tables.size(); ++i) {
-        if (held.tables[i].active == 0) {
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        if (tables[i].active == 0) {
             continue;
         }
-        const Json decoded = DecodeHeld(held, i);
+        const Json decoded = journal::DecodeTable(kind.kind, tables[i].record, kHostOrder);
         positions[static_cast<std::int32_t>(i)] = meanings.size();
-        meanings.push_back(Object(held.name, held.name + (" " + std::to_string(i)),
-                                  journal::TableText(held.kind, decoded), decoded));
+        meanings.push_back(Object(kind.name, kind.name + (" " + std::to_string(i)),
+                                  journal::TableText(kind.kind, decoded), decoded));
     }
     return positions;
 }
@@ -242,9 +243,9 @@ Meanings MeaningOf(const OrxEmuState &state) {
     Meanings meanings;
     AddSettings(state, meanings);
     Positions pacTables;
-    for (const HeldTables &held : TablesOf(state)) {
-        Positions positions = AddTables(held, meanings);
-        if (held.kind == IndexKind::PacTable) {
+    for (const TableKind &kind : journal::kTableKinds) {
+        Positions positions = AddTables(state, kind, meanings);
+        if (kind.kind == IndexKind::PacTable) {
             pacTables = std::move(positions);
         }
     }

@@ -17,36 +17,12 @@ using journal::kHostOrder;
 
 constexpr unsigned kWord = 4;
 
-const char *ObjectName(IndexKind kind) {
-    switch (kind) {
-    case IndexKind::AsTable:
-        return "AS table";
-    case IndexKind::DscpTable:
-        return "DSCP table";
-    case IndexKind::PacTable:
-        return "PAC table";
-    case IndexKind::Flow:
-        return "flow";
-    case IndexKind::None:
-        break;
-    }
-    return "object";
-}
-
 std::uint32_t WordAt(journal::ByteView bytes, std::size_t offset) {
     return journal::Load(bytes, offset, kWord, kHostOrder);
 }
 
 void PutWord(std::span<std::uint8_t> bytes, std::size_t offset, std::uint32_t value) {
     journal::Store(bytes, offset, kWord, kHostOrder, value);
-}
-
-bool CarriesIndex(const journal::RequestInfo &info) {
-    return info.index != IndexKind::None && !info.assigns();
-}
-
-bool IsTableRequest(const journal::RequestInfo &info) {
-    return info.index != IndexKind::None && info.index != IndexKind::Flow;
 }
 
 } // namespace
@@ -183,7 +159,7 @@ void Replay::Tell(const journal::LogEntry &entry, const std::string &text) const
 
 Replay::Obstacle Replay::TranslateIndexes(Request &request) {
     Obstacle obstacle;
-    if (CarriesIndex(request.info)) {
+    if (request.info.index != IndexKind::None && !request.info.assigns()) {
         TranslateIndex(request, qir::kIndexOffset, request.info.index, obstacle);
     }
     // EP tables have no requests that could bring an index.
@@ -202,7 +178,8 @@ void Replay::TranslateIndex(Request &request, std::size_t offset, IndexKind kind
         PutWord(request.record, offset, number);
         return;
     }
-    const std::string object = std::string(ObjectName(kind)) + " ";
+    const std::string object =
+        std::string(journal::IsTable(kind) ? TableRow(journal::kTableKinds, kind).name : "flow") + " ";
     obstacle.found = found;
     obstacle.what = found == IndexMap::Found::Missing
                         ? object + std::to_string(recorded) + " of the log was not activated"
@@ -215,7 +192,7 @@ void Replay::TranslateIndex(Request &request, std::size_t offset, IndexKind kind
 void Replay::TranslateNotes(Request &request) {
     std::span<std::uint8_t> bytes = request.fcb;
     std::size_t offset = offsetof(qir::Fcb, hwFlowIdx);
-    if (IsTableRequest(request.info)) {
+    if (journal::IsTable(request.info.index)) {
         // In the same place in all kinds of table.
         bytes = request.record;
         offset = offsetof(qir::AsTblRecord, tbl) + offsetof(qir::AsTblInfo, hwTblIdx);
@@ -252,7 +229,7 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
         if (isFlow) {
             fcbs_.insert_or_assign(number, std::move(*newPlace));
         }
-    } else if (request.info.number == qir::kOrxDeactivateFlow || IsTableRequest(request.info)) {
+    } else if (request.info.releases()) {
         indexes.Release(journal::Load(entry.in, qir::kIndexOffset, kWord, log_.order));
         if (isFlow) {
             fcbs_.erase(WordAt(request.record, qir::kIndexOffset));
