@@ -1,4 +1,4 @@
-// Tables of the scenarios. The results of the calls are not looked at: errors show in the library's lines.
+// Tables of the scenarios. The builders ignore the results of the calls: errors show in the library's lines.
 #ifndef APP_TABLE_BUILDERS_H
 #define APP_TABLE_BUILDERS_H
 

@@ -4,12 +4,12 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same: it means the spare row behind the last
+// An id out of range prints an assertion line and is then used: it means the spare row behind the last
 // module.
 constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 
-// Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that
-// share the platform's numbering.
+// This program logs for "qellog" and "orxapi" only; the other names belong to the drivers that share the
+// platform's numbering.
 QelModInfo modInfo[kSpareRow + 1] = {
     {0, "qellog", 1, 0},  {1, "gpio", 1, 0},      {2, "i2c", 1, 0},     {3, "spi", 1, 0},
     {4, "flash", 1, 0},   {5, "timer", 1, 0},     {6, "ethmac", 1, 0},  {7, "ethphy", 1, 0},

@@ -1,5 +1,5 @@
-// The twelve kinds of request (six headers, filters and actions), as descriptions: what the shared cores of
-// the request families are built from.
+// Descriptions of the twelve kinds of request (six headers, filters and actions), from which the shared cores
+// of the request families are built.
 //
 // A kind says what its record is, in which block it belongs, how many types it has, which bit of the block's
 // hdrBmap stands for its header, which row of the rule tables rules it, and where its header entry lies. TCP
