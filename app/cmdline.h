@@ -1,4 +1,4 @@
-// The command line: an option word, which is not looked at, and a test number.
+// The command line: an option word, which is ignored, and a test number.
 //
 // The argument readers share one convention: each takes the number of arguments that are left, the cursor and
 // the destination by address, and returns 0 or -1.

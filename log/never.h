@@ -4,7 +4,7 @@
 // happens if a table or a caller ever changes. The coverage build leaves out the code that only a true
 // condition leads to. A build with sanitizers stops the program if a condition is true after all.
 //
-// A mark stands on one line, where scripts/coverage.sh finds it.
+// Keep a mark on one line, where scripts/coverage.sh finds it.
 #ifndef QEL_NEVER_H
 #define QEL_NEVER_H
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-// An id out of range prints an assertion line and is then used: it means the spare slot behind the last one
+// An id out of range prints an assertion line and is then used: it means the spare slot after the last one
 // of its table.
 constexpr uint32_t kSpareQid = MAX_NUM_QIDS;
 constexpr uint32_t kSpareDataDumpId = MAX_NUM_DATADUMP_IDS;
@@ -41,7 +41,7 @@ void DumpHex(const uint8_t *data, uint32_t numBytes) {
                WordAt(data, offset + 3 * kWordBytes));
     }
     if (numBytes - offset >= kWordBytes) {
-        // This line gets no line end: what follows stands on it.
+        // This line gets no line end: the next output continues it.
         printf("%4.4x: ", offset);
         for (; numBytes - offset >= kWordBytes; offset += kWordBytes) {
             printf("0x%8.8x ", WordAt(data, offset));

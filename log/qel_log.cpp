@@ -4,7 +4,7 @@
 
 namespace {
 
-// An id out of range prints an assertion line and is then used: it means the spare row behind the last
+// An id out of range prints an assertion line and is then used: it means the spare row after the last
 // module.
 constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 

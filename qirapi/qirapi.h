@@ -15,7 +15,7 @@
  *  - It logs for module 12 ("orxapi", log/qel_log.h): parameters at level 2, details at level 3, the name of
  *    the failing code and a closing "retVal" line with its number at level 0.
  *  - Callers own the records they pass; the library copies what it keeps. A field named `rsvd` that is part
- *    of a stored record is stored and returned with it, and never looked at.
+ *    of a stored record is stored and returned with it, and otherwise ignored.
  *  - When the hardware must learn of a change, the library calls the driver first, and changes the shadow
  *    only if the driver accepted. The driver's index of a table or flow is the exception: the library keeps
  *    what the driver left in it whatever the driver answered, and forgets a table's index at every

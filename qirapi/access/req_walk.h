@@ -19,7 +19,7 @@ inline const ReqNode *ReqNodeAt(const Fcb *fcb_p, u16 idx) {
 // The empty list: a reader gets it for an index outside the pool.
 inline constexpr ReqNode kNoRequests{};
 
-// Calls visit(node) for the nodes behind the head, in list order, until it returns false. A node that points
+// Calls visit(node) for the nodes after the head, in list order, until it returns false. A node that points
 // to itself is the last one. A null head is an empty list.
 template <class FcbPtr, class NodePtr, class Visit>
 void WalkReqList(FcbPtr fcb_p, NodePtr reqList_p, Visit visit) {

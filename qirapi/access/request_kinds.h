@@ -6,7 +6,7 @@
 // and UDP belong to the IPv4 header and have rows of their own in the L4 tables.
 //
 // Header entries are addressed by their byte offset in the block. The VLAN tag multiplies the stride without
-// a bound: tags 2 and 3 lie on the entries behind the two VLAN entries, and are read and written there byte
+// a bound: tags 2 and 3 lie on the entries after the two VLAN entries, and are read and written there byte
 // by byte.
 #ifndef QIRAPI_ACCESS_REQUEST_KINDS_H
 #define QIRAPI_ACCESS_REQUEST_KINDS_H

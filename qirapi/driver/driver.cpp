@@ -168,7 +168,7 @@ u32 Activate_RL(u32 rlDir, u32 rlIndex) {
 }
 
 u32 Deactivate_RL(u32 rlDir, u32 rlIndex) {
-    // The direction's first TCI half stands where the activation has the configuration. This is intended.
+    // The direction's first TCI half takes the place of the configuration. This is intended.
     const RlEnt rlEnt{.tci = qirCtxt_gp->rlTciCfgTbl[rlDir].tci[0], .cirRate = 0, .cirUnit = 0, .cbs = 0};
     RlRecord record = MakeRlRecord(rlDir, rlIndex, rlEnt);
     return Send(kOrxDeactivateRl, record);

@@ -25,11 +25,11 @@ typedef union {
     uint32_t word; /**< the whole word */
     struct {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-        uint32_t rsvd : 16; /**< the caller's: never looked at; stored with the handle */
+        uint32_t rsvd : 16; /**< the caller's: ignored, but stored with the handle */
         uint32_t id : 16;   /**< index of the FCB: the low 16 bits of the word */
 #else
         uint32_t id : 16;   /**< index of the FCB: the low 16 bits of the word */
-        uint32_t rsvd : 16; /**< the caller's: never looked at; stored with the handle */
+        uint32_t rsvd : 16; /**< the caller's: ignored, but stored with the handle */
 #endif
     } f1; /**< its bit fields */
 } FlowHdl;
@@ -48,7 +48,7 @@ enum QirFlowHdr {
     e_FLOWHDR_ETH = 0,
     e_FLOWHDR_VLAN0 = 1, /**< outer tag */
     e_FLOWHDR_VLAN1 = 2, /**< inner tag */
-    e_FLOWHDR_VLAN2 = 3, /**< no entry of its own: resets what lies behind the inner tag's entry */
+    e_FLOWHDR_VLAN2 = 3, /**< no entry of its own: resets the bytes after the inner tag's entry */
     e_FLOWHDR_VLAN3 = 4, /**< likewise */
     e_FLOWHDR_PPPOE = 5,
     e_FLOWHDR_MPLS = 6, /**< accepted, without an entry */
@@ -56,7 +56,7 @@ enum QirFlowHdr {
     e_FLOWHDR_MAX = 8 /**< bound */
 };
 
-/** Rows of the rule tables for the headers behind IPv4. */
+/** Rows of the rule tables for the headers that follow IPv4. */
 enum QirL4FlowHdr { e_L4FLOWHDR_TCP = 0, e_L4FLOWHDR_UDP = 1, e_L4FLOWHDR_MAX = 2 };
 
 /** Names a header of a flow, 8 bytes. */

@@ -23,11 +23,11 @@ extern "C" {
 /** The bit field that all table handles share; its order follows the byte order of the processor. */
 typedef struct {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    uint32_t rsvd : 24; /**< the caller's: never looked at; stored and returned with the handle */
+    uint32_t rsvd : 24; /**< the caller's: ignored, but stored and returned with the handle */
     uint32_t id : 8;    /**< index of the table in its pool: the low 8 bits of the word */
 #else
     uint32_t id : 8;    /**< index of the table in its pool: the low 8 bits of the word */
-    uint32_t rsvd : 24; /**< the caller's: never looked at; stored and returned with the handle */
+    uint32_t rsvd : 24; /**< the caller's: ignored, but stored and returned with the handle */
 #endif
 } QirTblHdlBits;
 
@@ -80,7 +80,7 @@ enum QirAsEntMask {
     AS_ENT_MASK_VLANTAG1 = 0x010,
     AS_ENT_MASK_DESTPORT = 0x020,
     AS_ENT_MASK_IPPROTO = 0x040,
-    AS_ENT_MASK_NONIP_A = 0x080, /**< non-IP entry: prefix length, protocol and port are not looked at */
+    AS_ENT_MASK_NONIP_A = 0x080, /**< non-IP entry: prefix length, protocol and port are not checked */
     AS_ENT_MASK_NONIP_B = 0x100, /**< likewise; how it differs from NONIP_A is the hardware's */
     AS_ENT_MASK_MAC_DA = 0x200
 };
@@ -222,7 +222,7 @@ QIR_PIN_BYTES(DscpDefPbits, rsvd, 3);
 
 /** A range of DSCP values and their pbits, 4 bytes. */
 typedef struct {
-    uint8_t rsvd;      /**< not looked at and not stored */
+    uint8_t rsvd;      /**< ignored, and not stored */
     uint8_t startDscp; /**< first DSCP, 0 to 63 */
     uint8_t endDscp;   /**< last DSCP, `startDscp` to 63 */
     uint8_t pbits;     /**< 0 to 7 */
