@@ -8,8 +8,8 @@ namespace {
 // module.
 constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 
-// This program logs for "qellog" and "orxapi" only; the other names belong to the drivers that share the
-// platform's numbering.
+// Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that
+// share the platform's numbering.
 QelModInfo modInfo[kSpareRow + 1] = {
     {0, "qellog", 1, 0},  {1, "gpio", 1, 0},      {2, "i2c", 1, 0},     {3, "spi", 1, 0},
     {4, "flash", 1, 0},   {5, "timer", 1, 0},     {6, "ethmac", 1, 0},  {7, "ethphy", 1, 0},
