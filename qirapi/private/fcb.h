@@ -23,8 +23,6 @@ u32 Init_FcbPool();
 
 // The lowest flow whose FCB is FREE, or QIR_MAX_FLOWS.
 u16 FindFreeFlow();
-// To be called with every FCB that becomes FREE.
-void NoteFreeFlow(const Fcb *fcb_p);
 
 void Dump_FCB(const Fcb *fcb_p);
 void Dump_AsOverride(u32 asOvrd);   // Override<e_AS_OVERRIDE_DISABLE>
