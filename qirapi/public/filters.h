@@ -1,6 +1,7 @@
 /**
  * @file
  * Filters: what a flow matches. Include qirapi/qirapi.h.
+ * docs/rules.md has a table of all types: values, operators, how often, and what excludes what.
  *
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
