@@ -40,7 +40,7 @@ void AssertPtrs(const char *fn, const Fcb *fcb_p, const typename Kind::Record *a
     }
 }
 
-// The dependency rule of the header that the request names.
+// Is the action excluded by one that is on its header?
 template <class Kind> u32 ChkDependency(Fcb *fcb_p, const typename Kind::Record *action_p) {
     const u32 tag = Kind::Tag(*action_p);
     u16 *const curBmap_p = CurBmapAt(fcb_p->actionBlk, Kind::Entry(tag));
@@ -61,7 +61,7 @@ u32 StoreAction(const char *fn, Fcb *fcb_p, const typename Kind::Record *action_
 // A frame can carry this many tags, matched and pushed together.
 constexpr u32 kMaxTags = 2;
 
-// A push comes before any other Ethernet action, and the tag it creates has its VLAN action header already.
+// A push has to come before all other Ethernet actions, and the VLAN action header of its tag has to be there.
 u32 ChkPush(const char *fn, const Fcb *fcb_p) {
     const ActionBlk &blk = fcb_p->actionBlk;
     if (blk.eth.reqCount != 0 && blk.lastEthAction != e_ETH_ACTION_PUSH_TAG) {
@@ -214,7 +214,7 @@ void FillReq_UdpActionReqNode(const UdpAction *action_p, ReqNode *reqNode_p) {
 }
 
 u32 Validate_Get_EthAction(const EthAction *action_p) {
-    // Alone among the six it calls an unknown type a bad parameter.
+    // The other five have another code for an unknown type.
     return ValidateGet<EthActionKind>(__func__, action_p, e_RET_ERR_INVALID_PARAM);
 }
 

@@ -1,7 +1,7 @@
 // Flow control blocks: the flow handle, initialisation, dumps.
 //
-// An FCB is initialised at start-up and again at every allocation; freeing a flow releases its tables and
-// sets its status, and leaves the rest of its contents to be looked at until then.
+// Start-up initialises every FCB, and each allocation initialises its own again. Freeing a flow releases its
+// tables and sets its status; the rest of the FCB keeps its contents until the next allocation.
 #ifndef QIRAPI_PRIVATE_FCB_H
 #define QIRAPI_PRIVATE_FCB_H
 

@@ -15,8 +15,8 @@ namespace {
 template <class Kind> constexpr bool kIsUdp = false;
 template <> constexpr bool kIsUdp<UdpFilterKind> = true;
 
-// The rules, the same for all headers: operation, operator, type, tag, operator bitmap, dependencies and
-// counts.
+// The rules, in the order of their checks: operation, operator, type, tag, whether the type takes the operator,
+// exclusions and counts.
 template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Kind::Record *filter_p) {
     if (filter_p->op != e_CONFIG_OPER_ADD) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CONFIGOPER);
@@ -38,7 +38,7 @@ template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Ki
         Kind::kL4 ? qirCtxt_gp->l4CmpOpBmapTbl[row][cmpOp] : qirCtxt_gp->cmpOpBmapTbl[row][cmpOp];
     if (((takers >> type) & 1u) == 0) {
         QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CMPOPSEQ);
-        // UDP alone goes on to call it a bad parameter.
+        // UDP alone then names another code, and returns that one.
         return kIsUdp<Kind> ? QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM)
                             : static_cast<u32>(e_RET_ERR_INVALID_CMPOPSEQ);
     }

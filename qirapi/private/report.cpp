@@ -8,12 +8,12 @@ namespace qir {
 
 namespace {
 
-// What an enumeration with these codes can hold without its type being exceeded.
+// The highest value that QirRetCode can hold: its codes have 7 bits.
 constexpr u32 kLastEnumValue = 0x7F;
 
 constexpr QelModInfo kAnyLevel = {QEL_LOG_ID_ORXAPI, "", UINT32_MAX, 0};
 
-// This library's row, as error lines get it: they always pass the gate.
+// This library's row in the log table. Error lines always pass the gate.
 const QelModInfo *ErrorRow() {
     return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR);
 }
@@ -30,7 +30,7 @@ void FindLogRow() {
     case code:                                                                                               \
         return #code
 
-// Without a default: a code that has no name here does not compile.
+// The switch has no default, so that a code without a name does not compile.
 const char *RetCodeName(u32 code) {
     if (code > kLastEnumValue) {
         return nullptr;

@@ -152,8 +152,8 @@ inline constexpr TypeRule kUdpFilters[] = {
 
 // ---- Actions ------------------------------------------------------------------------------------------
 
-// Each field of a tag has its writers; a writer excludes the writers of its field, itself included, of every
-// larger field around it and of every smaller field inside it.
+// Several actions write the same field of a tag. Each is excluded by all writers of its field, itself included,
+// of the larger fields around it and of the smaller fields inside it.
 constexpr u16 kTagWriters = Types(e_VLAN_ACTION_SET_TAG, e_VLAN_ACTION_COPY_TAG_FROM_TAG);
 constexpr u16 kTpidWriters = Types(e_VLAN_ACTION_SET_TPID, e_VLAN_ACTION_COPY_TPID_FROM_TAG);
 constexpr u16 kTciWriters = Types(e_VLAN_ACTION_SET_TCI, e_VLAN_ACTION_COPY_TCI_FROM_TAG);

@@ -133,7 +133,7 @@ template <const auto &Sets, class Row, u32 NumHdrs> void FillTable(const char *f
     }
 }
 
-// Asserts that a table, which is part of the context, has an address; in the name of the caller.
+// Asserts, in the caller's name, that a table of the context has an address.
 void AssertIsThere(const char *fn, const void *table, const char *text) {
     QEL_ASSERT_AS(fn, !QEL_NEVER(table == nullptr, "the context is an object of the process"), text);
 }
