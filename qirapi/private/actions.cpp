@@ -61,7 +61,8 @@ u32 StoreAction(const char *fn, Fcb *fcb_p, const typename Kind::Record *action_
 // A frame can carry this many tags, matched and pushed together.
 constexpr u32 kMaxTags = 2;
 
-// A push has to come before all other Ethernet actions, and the VLAN action header of its tag has to be there.
+// A push has to come before all other Ethernet actions, and the VLAN action header of its tag has to be
+// there.
 u32 ChkPush(const char *fn, const Fcb *fcb_p) {
     const ActionBlk &blk = fcb_p->actionBlk;
     if (blk.eth.reqCount != 0 && blk.lastEthAction != e_ETH_ACTION_PUSH_TAG) {

@@ -1,8 +1,8 @@
 // The context: all that the library knows of the hardware's configuration. One static object, reached through
 // qirCtxt_gp.
 //
-// It starts as zero. QIR_Init_Sys() initialises the section budgets, the rule tables and the pools, and leaves
-// the port and system settings and the TCI configurations as they are.
+// It starts as zero. QIR_Init_Sys() initialises the section budgets, the rule tables and the pools, and
+// leaves the port and system settings and the TCI configurations as they are.
 #ifndef QIRAPI_PRIVATE_CONTEXT_H
 #define QIRAPI_PRIVATE_CONTEXT_H
 

@@ -15,8 +15,8 @@ namespace {
 template <class Kind> constexpr bool kIsUdp = false;
 template <> constexpr bool kIsUdp<UdpFilterKind> = true;
 
-// The rules, in the order of their checks: operation, operator, type, tag, whether the type takes the operator,
-// exclusions and counts.
+// The rules, in the order of their checks: operation, operator, type, tag, whether the type takes the
+// operator, exclusions and counts.
 template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Kind::Record *filter_p) {
     if (filter_p->op != e_CONFIG_OPER_ADD) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CONFIGOPER);

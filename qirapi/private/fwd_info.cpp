@@ -14,8 +14,8 @@ bool HasBit(u32 mask, u32 bit) {
     return ((mask >> bit) & 1u) != 0;
 }
 
-// Calls visit(port) for the ports of a mask that have a queue of their own, which are all but the GPON port. In
-// ascending order, until it returns a failure; the loop ends behind the mask's highest bit.
+// Calls visit(port) for the ports of a mask that have a queue of their own, which are all but the GPON port.
+// In ascending order, until it returns a failure; the loop ends behind the mask's highest bit.
 template <class Visit> u32 ForQueuePorts(u32 portMask, Visit visit) {
     for (u32 port = 0; port < QIR_PORT_MAX && portMask >> port != 0; ++port) {
         if (port == QIR_GPON_PORT || !HasBit(portMask, port)) {

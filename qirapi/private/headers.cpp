@@ -18,8 +18,8 @@ u32 VlanTagOf(u32 flowHdr) {
     return flowHdr - e_FLOWHDR_VLAN0;
 }
 
-// Are all headers that `flowHdr` needs in the bitmap? For a VLAN header, `traceBit` is called for every header
-// that is looked for, and `traceMissing` for the one that is missing.
+// Are all headers that `flowHdr` needs in the bitmap? For a VLAN header, `traceBit` is called for every
+// header that is looked for, and `traceMissing` for the one that is missing.
 template <class TraceBit, class TraceMissing>
 u32 ChkAllReqdHdr(const char *fn, u16 hdrBmap, u32 flowHdr, TraceBit traceBit, TraceMissing traceMissing) {
     switch (flowHdr) {

@@ -3,8 +3,9 @@
 //     if (hdl_p == nullptr) return QIR_FAIL(e_RET_ERR_NULL_PTR);   code's name, "retVal", return
 //     return QIR_END(rc);                                          "retVal" if rc is not 0, return
 //
-// Internal functions use QIR_REFUSE: it prints the code's name and returns the code, without the closing line.
-// The `_AS` forms print the name of another function: a shared core prints that of the operation it serves.
+// Internal functions use QIR_REFUSE: it prints the code's name and returns the code, without the closing
+// line. The `_AS` forms print the name of another function: a shared core prints that of the operation it
+// serves.
 #ifndef QIRAPI_PRIVATE_REPORT_H
 #define QIRAPI_PRIVATE_REPORT_H
 
@@ -34,8 +35,8 @@ namespace qir {
 [[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
 void FindLogRow(); // at start-up
 
-// The row for a line of that level, or null when the line is off. The module's own level turns nearly all lines
-// off, without asking the gate. The gate decides on the others.
+// The row for a line of that level, or null when the line is off. The module's own level turns nearly all
+// lines off, without asking the gate. The gate decides on the others.
 inline const QelModInfo *RowOfLevel(u32 level) {
     if (orxapiRow_p->logLevel >= level) [[unlikely]] {
         return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, level);

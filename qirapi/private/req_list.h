@@ -1,11 +1,13 @@
 // Request nodes and request lists of one FCB.
 //
-// A list is a circle of nodes, linked by `next` and `prev`. Its head holds no request, and the index of the head
-// names the list; the head of an empty list points to itself. Node 0 heads the free list and is never taken.
-// A flow's other 31 nodes serve its headers and requests; none comes back before the FCB is initialised again.
+// A list is a circle of nodes, linked by `next` and `prev`. Its head holds no request, and the index of the
+// head names the list; the head of an empty list points to itself. Node 0 heads the free list and is never
+// taken. A flow's other 31 nodes serve its headers and requests; none comes back before the FCB is
+// initialised again.
 //
-// A header's `reqList` is not always a valid index: an IPv4 header whose allocation failed halfway, and the tags
-// behind the inner VLAN tag, leave other bytes there. ReqListAt and every walk therefore stay inside the pool.
+// A header's `reqList` is not always a valid index: an IPv4 header whose allocation failed halfway, and the
+// tags behind the inner VLAN tag, leave other bytes there. ReqListAt and every walk therefore stay inside the
+// pool.
 #ifndef QIRAPI_PRIVATE_REQ_LIST_H
 #define QIRAPI_PRIVATE_REQ_LIST_H
 

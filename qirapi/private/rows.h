@@ -1,5 +1,6 @@
-// Tables with a row for each value of an enumeration, in the order of the values: a value finds its row by its
-// number. A static_assert holds each table to that, so that a row that is missing or misplaced does not compile.
+// Tables with a row for each value of an enumeration, in the order of the values: a value finds its row by
+// its number. A static_assert holds each table to that, so that a row that is missing or misplaced does not
+// compile.
 #ifndef QIRAPI_PRIVATE_ROWS_H
 #define QIRAPI_PRIVATE_ROWS_H
 

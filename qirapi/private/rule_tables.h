@@ -1,8 +1,8 @@
 // The rules of filters and actions, as tables: a row per type.
 //
-// A row says how dumps name the type and print its value, which values it accepts, which operators it takes and
-// which types exclude it when they are on the header already. A type that excludes itself can be given once.
-// Exclusion goes one way: a row speaks only for the request that comes later.
+// A row says how dumps name the type and print its value, which values it accepts, which operators it takes
+// and which types exclude it when they are on the header already. A type that excludes itself can be given
+// once. Exclusion goes one way: a row speaks only for the request that comes later.
 //
 // At start-up the operators and exclusions are written into the context (rules.cpp).
 #ifndef QIRAPI_PRIVATE_RULE_TABLES_H
@@ -152,8 +152,8 @@ inline constexpr TypeRule kUdpFilters[] = {
 
 // ---- Actions ------------------------------------------------------------------------------------------
 
-// Several actions write the same field of a tag. Each is excluded by all writers of its field, itself included,
-// of the larger fields around it and of the smaller fields inside it.
+// Several actions write the same field of a tag. Each is excluded by all writers of its field, itself
+// included, of the larger fields around it and of the smaller fields inside it.
 constexpr u16 kTagWriters = Types(e_VLAN_ACTION_SET_TAG, e_VLAN_ACTION_COPY_TAG_FROM_TAG);
 constexpr u16 kTpidWriters = Types(e_VLAN_ACTION_SET_TPID, e_VLAN_ACTION_COPY_TPID_FROM_TAG);
 constexpr u16 kTciWriters = Types(e_VLAN_ACTION_SET_TCI, e_VLAN_ACTION_COPY_TCI_FROM_TAG);

@@ -14,8 +14,8 @@ namespace {
 
 constexpr u32 kVlanHdrs = e_FLOWHDR_VLAN3 - e_FLOWHDR_VLAN0 + 1;
 
-// What a table of the context holds in the rows `firstHdr` to `lastHdr`, the same in each of them: a bitmap per
-// type or operator. The table's dump shows the first of these rows.
+// What a table of the context holds in the rows `firstHdr` to `lastHdr`, the same in each of them: a bitmap
+// per type or operator. The table's dump shows the first of these rows.
 struct RuleSet {
     u32 firstHdr;
     u32 lastHdr;

@@ -6,7 +6,8 @@
 
 namespace qir {
 
-// Initialises section budgets, rule tables, table pools, rate limiters and the FCB pool, in this order. Returns 0.
+// Initialises section budgets, rule tables, table pools, rate limiters and the FCB pool, in this order.
+// Returns 0.
 u32 Init_QirCfg();
 
 // Clears one rate limiter and its state.

@@ -1,7 +1,8 @@
 // The table records of the shadow.
 //
 // The driver gets whole records, so that both share their layout. Every record begins with the same five
-// fields: handle, hwTblIdx, configuration, refCnt, status. The bytes behind refCnt are spare and keep the fill.
+// fields: handle, hwTblIdx, configuration, refCnt, status. The bytes behind refCnt are spare and keep the
+// fill.
 #ifndef QIRAPI_PRIVATE_TABLE_RECORDS_H
 #define QIRAPI_PRIVATE_TABLE_RECORDS_H
 
