@@ -58,22 +58,6 @@ TEST_F(FlowAlloc, DoesNotLookAtTheBudget) {
     EXPECT_EQ(Count(1), 0);
 }
 
-TEST_F(FlowAlloc, ReusesTheLowestFreedFcb) {
-    std::vector<FlowHdl> flows;
-    for (int i = 0; i < 10; ++i) {
-        flows.push_back(FlowIn(e_STATUS_CFG));
-    }
-    FcbOf(flows[5]).reqPool[3].key = 77;
-    FcbOf(flows[5]).asOverride = 1;
-    ASSERT_EQ(QIR_Free_FCB(&flows[5]), 0u);
-    FlowHdl hdl{};
-    ASSERT_EQ(QIR_Alloc_FCB(0, &hdl), 0u);
-    EXPECT_EQ(hdl.f1.id, 5u);
-    EXPECT_EQ(Allocated(5, 0).DiffersFrom(BytesOf(FcbOf(hdl))), "");
-    EXPECT_EQ(Count(1), 9);
-    EXPECT_EQ(Count(0), 1);
-}
-
 TEST_F(FlowAlloc, ARecordThatSaysFreeIsFreeWhoeverWroteIt) {
     for (unsigned i = 0; i < 40; ++i) {
         FlowIn(e_STATUS_ALLOC);
@@ -118,6 +102,22 @@ TEST_F(FlowAlloc, AnyOneFlowFreedInAFullPoolIsFound) {
         ASSERT_EQ(QIR_Alloc_FCB(1, &hdl), 0u);
         EXPECT_EQ(hdl.f1.id, i);
     }
+}
+
+TEST_F(FlowAlloc, ReusesTheLowestFreedFcb) {
+    std::vector<FlowHdl> flows;
+    for (int i = 0; i < 10; ++i) {
+        flows.push_back(FlowIn(e_STATUS_CFG));
+    }
+    FcbOf(flows[5]).reqPool[3].key = 77;
+    FcbOf(flows[5]).asOverride = 1;
+    ASSERT_EQ(QIR_Free_FCB(&flows[5]), 0u);
+    FlowHdl hdl{};
+    ASSERT_EQ(QIR_Alloc_FCB(0, &hdl), 0u);
+    EXPECT_EQ(hdl.f1.id, 5u);
+    EXPECT_EQ(Allocated(5, 0).DiffersFrom(BytesOf(FcbOf(hdl))), "");
+    EXPECT_EQ(Count(1), 9);
+    EXPECT_EQ(Count(0), 1);
 }
 
 TEST_F(FlowAlloc, FiveHundredAndThirteenthFails) {
