@@ -12,9 +12,6 @@ namespace qir {
 
 namespace {
 
-template <class Kind> constexpr bool kIsUdp = false;
-template <> constexpr bool kIsUdp<UdpFilterKind> = true;
-
 // The rules, in the order of their checks: operation, operator, type, tag, whether the type takes the
 // operator, exclusions and counts.
 template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Kind::Record *filter_p) {
@@ -37,10 +34,9 @@ template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Ki
     const u16 takers =
         Kind::kL4 ? qirCtxt_gp->l4CmpOpBmapTbl[row][cmpOp] : qirCtxt_gp->cmpOpBmapTbl[row][cmpOp];
     if (((takers >> type) & 1u) == 0) {
-        QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CMPOPSEQ);
+        const u32 rc = QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CMPOPSEQ);
         // UDP alone then names another code, and returns that one.
-        return kIsUdp<Kind> ? QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM)
-                            : static_cast<u32>(e_RET_ERR_INVALID_CMPOPSEQ);
+        return __is_same(Kind, UdpFilterKind) ? QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM) : rc;
     }
     FilterBlk &blk = fcb_p->filterBlk;
     const u32 offset = Kind::Entry(tag);

@@ -121,7 +121,8 @@ template <std::size_t N> std::string Excluding(const TypeRule (&rules)[N], const
     for (const TypeRule &other : rules) {
         if (other.type != rule.type) {
             const bool excludes = (rule.excludedBy & qir::Types(other.type)) != 0;
-            (excludes ? excluding : others).push_back(NameOfType(other));
+            std::vector<std::string> &list = excludes ? excluding : others;
+            list.push_back(NameOfType(other));
         }
     }
     if (excluding.empty()) {
