@@ -8,7 +8,6 @@
 #include "fuzz/invariants.h"
 #include "fuzz/stored_requests.h"
 #include "log/qel_log.h"
-#include "qirapi/private/fcb.h"
 #include "qirapi/private/report.h"
 
 #include <algorithm>
@@ -304,8 +303,6 @@ Before &StartedUp() {
 Complaint RunSequence(const u8 *bytes, std::size_t size, const std::function<void(const Call &)> &observe) {
     Before &before = StartedUp();
     before.Restore(*qirCtxt_gp);
-    // The library remembers beside the context up to where flows are in use: it finds out that none is.
-    FindFreeFlow();
     orxemu_reset();
     qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_QUIET);
     Input in(bytes, size);

@@ -10,7 +10,7 @@ constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 
 // Only "qellog" and "orxapi" are logged for by this program; the other names belong to the drivers that
 // share the platform's numbering.
-QelModInfo modInfo[kSpareRow + 1] = {
+QelModInfo modInfo[] = {
     {0, "qellog", 1, 0},  {1, "gpio", 1, 0},      {2, "i2c", 1, 0},     {3, "spi", 1, 0},
     {4, "flash", 1, 0},   {5, "timer", 1, 0},     {6, "ethmac", 1, 0},  {7, "ethphy", 1, 0},
     {8, "gponmac", 1, 0}, {9, "ploam", 1, 0},     {10, "omci", 1, 0},   {11, "pktorx", 1, 0},
@@ -19,6 +19,7 @@ QelModInfo modInfo[kSpareRow + 1] = {
     {20, "optics", 1, 0}, {21, "watchdog", 1, 0}, {22, "reset", 1, 0},  {23, "power", 1, 0},
     {24, "spare", 1, 0},
 };
+static_assert(sizeof modInfo == (kSpareRow + 1) * sizeof(QelModInfo));
 
 uint32_t globalLogLevel = 3;
 constinit const uint32_t globalDataDumpLevel = 0; // no operation raises it

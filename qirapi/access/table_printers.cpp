@@ -1,29 +1,30 @@
 #include "qirapi/access/table_access.h"
 
 #include "qirapi/private/report.h"
+#include "qirapi/private/rows.h"
 
 #include <stdio.h>
 
 namespace qir {
 
+namespace {
+
+constexpr ValueName kStatuses[] = {
+    {QIR_NAMED(e_STATUS_FREE)},
+    {QIR_NAMED(e_STATUS_ALLOC)},
+    {QIR_NAMED(e_STATUS_CFG)},
+    {QIR_NAMED(e_STATUS_ACTIVE)},
+};
+static_assert(HasRowForEach(kStatuses, e_STATUS_MAX, &ValueName::value));
+
+} // namespace
+
 void Dump_Status(u32 status) {
     QEL_ASSERT(status < e_STATUS_MAX, "(status < e_STATUS_MAX)");
-    switch (status) {
-    case e_STATUS_FREE:
-        printf("<e_STATUS_FREE> ");
-        break;
-    case e_STATUS_ALLOC:
-        printf("<e_STATUS_ALLOC> ");
-        break;
-    case e_STATUS_CFG:
-        printf("<e_STATUS_CFG> ");
-        break;
-    case e_STATUS_ACTIVE:
-        printf("<e_STATUS_ACTIVE> ");
-        break;
-    default:
+    if (status < e_STATUS_MAX) {
+        printf("<%s> ", kStatuses[status].name);
+    } else {
         QIR_ERR("Unknown status <%u> \n", status);
-        break;
     }
 }
 

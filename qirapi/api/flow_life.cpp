@@ -130,7 +130,6 @@ u32 QIR_Free_FCB(FlowHdl *flowHdl_p) {
     }
     --cfgFlows;
     fcb_p->status = e_STATUS_FREE;
-    NoteFreeFlow(fcb_p);
     return QIR_END(e_RET_OK);
 }
 

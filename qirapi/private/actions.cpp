@@ -1,6 +1,5 @@
 #include "qirapi/private/actions.h"
 
-#include "log/never.h"
 #include "qirapi/private/report.h"
 #include "qirapi/private/request_store.h"
 #include "qirapi/private/request_values.h"
@@ -13,53 +12,23 @@ namespace qir {
 
 namespace {
 
-// Accepted values, a row per type. The actions without a table accept any value.
-constexpr ValueRule kEthValues[] = {
-    {e_ETH_ACTION_DA, ValueForm::kAny, 0, 0},
-    {e_ETH_ACTION_SA, ValueForm::kAny, 0, 0},
-    {e_ETH_ACTION_ETHTYPE, ValueForm::kU16, QIR_ETHTYPE_MIN, 0xFFFF},
-    {e_ETH_ACTION_PUSH_TAG, ValueForm::kAny, 0, 0},
-    {e_ETH_ACTION_POP_TAG, ValueForm::kAny, 0, 0},
-};
-constexpr ValueRule kVlanValues[] = {
-    {e_VLAN_ACTION_SET_TAG, ValueForm::kAny, 0, 0},
-    {e_VLAN_ACTION_SET_TPID, ValueForm::kAny, 0, 0},
-    {e_VLAN_ACTION_SET_TCI, ValueForm::kAny, 0, 0},
-    {e_VLAN_ACTION_SET_PBITS, ValueForm::kU8, 0, QIR_PBITS_MAX - 1},
-    {e_VLAN_ACTION_SET_DEI, ValueForm::kU8, 0, 1},
-    {e_VLAN_ACTION_SET_VID, ValueForm::kU16, 0, QIR_VLANID_MAX - 1},
-    {e_VLAN_ACTION_COPY_TAG_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_COPY_TPID_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_COPY_TCI_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_COPY_PBITS_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_COPY_VID_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_COPY_DEI_FROM_TAG, ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1},
-    {e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, ValueForm::kAny, 0, 0},
-    {e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE, ValueForm::kAny, 0, 0},
-};
-
-// Operation, type and tag.
-template <class Kind> u32 ChkRequest(const char *fn, const typename Kind::Record *action_p) {
+// Operation, type, tag and value.
+template <class Kind, u32 N>
+u32 Validate(const char *fn, const typename Kind::Record *action_p, const TypeRule (&rules)[N]) {
+    static_assert(N == Kind::kNumTypes);
     if (action_p->op != e_CONFIG_OPER_ADD) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CONFIGOPER);
     }
-    if (action_p->type >= Kind::kNumTypes) {
+    if (action_p->type >= N) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_ACTION);
     }
-    if (Kind::Tag(*action_p) >= e_VLAN_TAG_MAX) {
+    const u32 tag = Kind::Tag(*action_p);
+    if (tag >= e_VLAN_TAG_MAX) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_TAGNUM);
     }
-    return e_RET_OK;
-}
-
-template <class Record, u32 N>
-u32 ChkValue(const char *fn, const Record *action_p, u32 toTagNum, const ValueRule (&rules)[N]) {
-    const ValueRule *const rule = FindValueRule(rules, action_p->type);
-    if (QEL_NEVER(rule == nullptr, "types without a row have been refused")) {
-        return e_RET_OK;
-    }
-    return IsValueAccepted(*rule, &action_p->val, toTagNum) ? static_cast<u32>(e_RET_OK)
-                                                            : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
+    return IsValueAccepted(rules[action_p->type].value, &action_p->val, tag)
+               ? static_cast<u32>(e_RET_OK)
+               : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
 }
 
 template <class Kind>
@@ -71,7 +40,7 @@ void AssertPtrs(const char *fn, const Fcb *fcb_p, const typename Kind::Record *a
     }
 }
 
-// The dependency rule of the header that the request names.
+// Is the action excluded by one that is on its header?
 template <class Kind> u32 ChkDependency(Fcb *fcb_p, const typename Kind::Record *action_p) {
     const u32 tag = Kind::Tag(*action_p);
     u16 *const curBmap_p = CurBmapAt(fcb_p->actionBlk, Kind::Entry(tag));
@@ -92,7 +61,8 @@ u32 StoreAction(const char *fn, Fcb *fcb_p, const typename Kind::Record *action_
 // A frame can carry this many tags, matched and pushed together.
 constexpr u32 kMaxTags = 2;
 
-// A push comes before any other Ethernet action, and the tag it creates has its VLAN action header already.
+// A push has to come before all other Ethernet actions, and the VLAN action header of its tag has to be
+// there.
 u32 ChkPush(const char *fn, const Fcb *fcb_p) {
     const ActionBlk &blk = fcb_p->actionBlk;
     if (blk.eth.reqCount != 0 && blk.lastEthAction != e_ETH_ACTION_PUSH_TAG) {
@@ -154,29 +124,27 @@ template <class Kind> u32 GetAction(const Fcb *fcb_p, typename Kind::Record *act
 } // namespace
 
 u32 Validate_Config_EthAction(const EthAction *action_p) {
-    const u32 rc = ChkRequest<EthActionKind>(__func__, action_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, action_p, 0, kEthValues);
+    return Validate<EthActionKind>(__func__, action_p, kEthActions);
 }
 
 u32 Validate_Config_VlanAction(const VlanAction *action_p) {
-    const u32 rc = ChkRequest<VlanActionKind>(__func__, action_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, action_p, action_p->toTagNum, kVlanValues);
+    return Validate<VlanActionKind>(__func__, action_p, kVlanActions);
 }
 
 u32 Validate_Config_PppoeAction(const PppoeAction *action_p) {
-    return ChkRequest<PppoeActionKind>(__func__, action_p);
+    return Validate<PppoeActionKind>(__func__, action_p, kPppoeActions);
 }
 
 u32 Validate_Config_Ipv4Action(const Ipv4Action *action_p) {
-    return ChkRequest<Ipv4ActionKind>(__func__, action_p);
+    return Validate<Ipv4ActionKind>(__func__, action_p, kIpv4Actions);
 }
 
 u32 Validate_Config_TcpAction(const TcpAction *action_p) {
-    return ChkRequest<TcpActionKind>(__func__, action_p);
+    return Validate<TcpActionKind>(__func__, action_p, kTcpActions);
 }
 
 u32 Validate_Config_UdpAction(const UdpAction *action_p) {
-    return ChkRequest<UdpActionKind>(__func__, action_p);
+    return Validate<UdpActionKind>(__func__, action_p, kUdpActions);
 }
 
 u32 Config_EthAction(Fcb *fcb_p, const EthAction *action_p) {
@@ -247,7 +215,7 @@ void FillReq_UdpActionReqNode(const UdpAction *action_p, ReqNode *reqNode_p) {
 }
 
 u32 Validate_Get_EthAction(const EthAction *action_p) {
-    // Alone among the six it calls an unknown type a bad parameter.
+    // The other five have another code for an unknown type.
     return ValidateGet<EthActionKind>(__func__, action_p, e_RET_ERR_INVALID_PARAM);
 }
 

@@ -1,7 +1,7 @@
 // Actions of the six headers: validation, storage, read-back, dump.
 //
-// Validate_Config_* looks at the request alone; Config_* applies the dependency rules (Ethernet also the tag
-// accounting) and stores the request; Get_* reads the first stored request of one type.
+// Validate_Config_* checks the request alone. Config_* checks that no action on the header excludes it, for
+// Ethernet also the order and the number of tags, and stores it. Get_* reads the first request of one type.
 #ifndef QIRAPI_PRIVATE_ACTIONS_H
 #define QIRAPI_PRIVATE_ACTIONS_H
 
@@ -44,7 +44,7 @@ u32 Get_Ipv4Action(const Fcb *fcb_p, Ipv4Action *action_p);
 u32 Get_TcpAction(const Fcb *fcb_p, TcpAction *action_p);
 u32 Get_UdpAction(const Fcb *fcb_p, UdpAction *action_p);
 
-// The walk that all Get_*Action share: copies the first request of `type`, `size` bytes. 0 or
+// What all Get_*Action share: copies `size` bytes of the list's first request of `type`. 0, or
 // e_RET_ERR_NO_SUCH_ENTRY.
 u32 Get_Action(const Fcb *fcb_p, void *action_p, u32 type, const ReqNode *reqList_p, u32 size);
 

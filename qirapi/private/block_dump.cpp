@@ -44,7 +44,7 @@ void DumpFilterHdr(const char *fn, const Fcb *fcb_p, u32 flowHdr) {
         DumpReqs<PppoeFilterKind>(fcb_p, 0, Dump_PppoeFilterReq);
         break;
     case e_FLOWHDR_IPV4:
-        // No titles here; the three lists are set apart by two line ends.
+        // Here the lists have no titles; two line ends stand between them.
         DumpReqs<Ipv4FilterKind>(fcb_p, 0, Dump_Ipv4FilterReq);
         puts("\n");
         DumpReqs<TcpFilterKind>(fcb_p, 0, Dump_TcpFilterReq);

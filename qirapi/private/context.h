@@ -1,7 +1,8 @@
-// The context: the library's whole shadow, one static object, reached through qirCtxt_gp.
+// The context: all that the library knows of the hardware's configuration. One static object, reached through
+// qirCtxt_gp.
 //
-// It starts as zero. QIR_Init_Sys() sets the section budgets, the rule tables and the pools; the port and
-// system settings and the TCI configurations keep what was last set.
+// It starts as zero. QIR_Init_Sys() initialises the section budgets, the rule tables and the pools, and
+// leaves the port and system settings and the TCI configurations as they are.
 #ifndef QIRAPI_PRIVATE_CONTEXT_H
 #define QIRAPI_PRIVATE_CONTEXT_H
 

@@ -13,37 +13,6 @@ constexpr u32 kReservedWord = 0xFFFFFFFF;
 // Port whose queue id has an initial value: the host.
 constexpr u32 kHostPort = 8;
 
-// No flow below this one is free: the search for a free flow starts here, so that it does not take longer
-// the more flows there are. It moves in steps, which leaves the flows of the last step to their records. It
-// must not stand behind the context, where a flow index beyond the pool reaches.
-[[gnu::section(".data")]] constinit u32 searchStart = 0;
-constexpr u32 kSearchStep = 32;
-static_assert(QIR_MAX_FLOWS % kSearchStep == 0);
-
-bool IsFree(u32 flowIdx) {
-    return qirCtxt_gp->fcbPool[flowIdx].status == e_STATUS_FREE;
-}
-
-// Is the start that of the context as it is? One flow of each step that is left out is looked at, so that a
-// context that was cleared is searched from its beginning. A record that something else than this library made
-// FREE is found when it is one of these, or when there is no other.
-bool IsSearchStartValid() {
-    for (u32 flowIdx = 0; flowIdx < searchStart; flowIdx += kSearchStep) {
-        if (IsFree(flowIdx)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// The first FREE flow from `flowIdx` on, or QIR_MAX_FLOWS.
-u32 FirstFreeFlow(u32 flowIdx) {
-    while (flowIdx < QIR_MAX_FLOWS && !IsFree(flowIdx)) {
-        ++flowIdx;
-    }
-    return flowIdx;
-}
-
 void InitFilterBlk(FilterBlk &blk) {
     blk.hdrBmap = 0;
     blk.totalTags = 0;
@@ -120,24 +89,15 @@ u32 Init_FcbPool() {
     for (u32 flowIdx = 1; flowIdx < QIR_MAX_FLOWS; ++flowIdx) {
         memcpy(&pool[flowIdx], pool, sizeof *pool);
     }
-    searchStart = 0;
     return e_RET_OK;
 }
 
 u16 FindFreeFlow() {
-    u32 flowIdx = FirstFreeFlow(IsSearchStartValid() ? searchStart : 0);
-    if (flowIdx == QIR_MAX_FLOWS) {
-        flowIdx = FirstFreeFlow(0); // that there is none is for all records to say
+    u16 flowIdx = 0;
+    while (flowIdx < QIR_MAX_FLOWS && qirCtxt_gp->fcbPool[flowIdx].status != e_STATUS_FREE) {
+        ++flowIdx;
     }
-    searchStart = flowIdx / kSearchStep * kSearchStep;
-    return static_cast<u16>(flowIdx);
-}
-
-void NoteFreeFlow(const Fcb *fcb_p) {
-    const u32 flowIdx = static_cast<u32>(fcb_p - qirCtxt_gp->fcbPool);
-    if (flowIdx < searchStart) {
-        searchStart = flowIdx / kSearchStep * kSearchStep;
-    }
+    return flowIdx;
 }
 
 } // namespace qir

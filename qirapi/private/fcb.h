@@ -1,7 +1,7 @@
 // Flow control blocks: the flow handle, initialisation, dumps.
 //
-// An FCB is initialised at start-up and again at every allocation; freeing a flow releases its tables and
-// sets its status, and leaves the rest of its contents to be looked at until then.
+// Start-up initialises every FCB, and each allocation initialises its own again. Freeing a flow releases its
+// tables and sets its status; the rest of the FCB keeps its contents until the next allocation.
 #ifndef QIRAPI_PRIVATE_FCB_H
 #define QIRAPI_PRIVATE_FCB_H
 
@@ -23,8 +23,6 @@ u32 Init_FcbPool();
 
 // The lowest flow whose FCB is FREE, or QIR_MAX_FLOWS.
 u16 FindFreeFlow();
-// To be called with every FCB that becomes FREE.
-void NoteFreeFlow(const Fcb *fcb_p);
 
 void Dump_FCB(const Fcb *fcb_p);
 void Dump_AsOverride(u32 asOvrd);   // Override<e_AS_OVERRIDE_DISABLE>

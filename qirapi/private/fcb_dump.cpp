@@ -4,10 +4,27 @@
 #include "qirapi/private/headers.h"
 #include "qirapi/private/report.h"
 #include "qirapi/private/req_list.h"
+#include "qirapi/private/rows.h"
 
 #include <stdio.h>
 
 namespace qir {
+
+namespace {
+
+constexpr ValueName kAsOverrides[] = {
+    {QIR_NAMED(e_AS_OVERRIDE_DISABLE)},
+    {QIR_NAMED(e_AS_OVERRIDE_ENABLE)},
+};
+static_assert(HasRowForEach(kAsOverrides, e_AS_OVERRIDE_MAX, &ValueName::value));
+
+constexpr ValueName kTblStatuses[] = {
+    {QIR_NAMED(e_TBLSTATUS_DISABLE)},
+    {QIR_NAMED(e_TBLSTATUS_ENABLE)},
+};
+static_assert(HasRowForEach(kTblStatuses, e_TBLSTATUS_MAX, &ValueName::value));
+
+} // namespace
 
 void Dump_FCB(const Fcb *fcb_p) {
     printf("\n\n");
@@ -37,32 +54,20 @@ void Dump_FCB(const Fcb *fcb_p) {
 void Dump_AsOverride(u32 asOvrd) {
     QEL_ASSERT(asOvrd < e_AS_OVERRIDE_MAX, "( asOvrd < e_AS_OVERRIDE_MAX )");
     printf("Override");
-    switch (asOvrd) {
-    case e_AS_OVERRIDE_DISABLE:
-        printf("<e_AS_OVERRIDE_DISABLE> ");
-        break;
-    case e_AS_OVERRIDE_ENABLE:
-        printf("<e_AS_OVERRIDE_ENABLE> ");
-        break;
-    default:
+    if (asOvrd < e_AS_OVERRIDE_MAX) {
+        printf("<%s> ", kAsOverrides[asOvrd].name);
+    } else {
         QIR_ERR("Unknown AS override status <%u> \n", asOvrd);
-        break;
     }
 }
 
 void Dump_TblStatus(u32 tblStatus) {
     QEL_ASSERT(tblStatus < e_TBLSTATUS_MAX, "(tblStatus < e_TBLSTATUS_MAX)");
     printf("TblStatus");
-    switch (tblStatus) {
-    case e_TBLSTATUS_DISABLE:
-        printf("<e_TBLSTATUS_DISABLE> ");
-        break;
-    case e_TBLSTATUS_ENABLE:
-        printf("<e_TBLSTATUS_ENABLE> ");
-        break;
-    default:
+    if (tblStatus < e_TBLSTATUS_MAX) {
+        printf("<%s> ", kTblStatuses[tblStatus].name);
+    } else {
         QIR_ERR("Unknown table status <%u> \n", tblStatus);
-        break;
     }
 }
 

@@ -1,7 +1,7 @@
 // The flow control block (FCB): everything that is known of one flow.
 //
-// The driver copies the whole FCB from the library's memory, so its layout is shared with it. Nothing in an
-// FCB is linked by pointers: request nodes name each other by their 16-bit index in the FCB's own pool.
+// The driver copies the whole FCB from the library's memory, so that both share its layout. An FCB has no
+// pointers: request nodes name each other by their 16-bit index in the FCB's own pool.
 //
 // A header entry (one per header and block) counts the header's requests, names the node that heads its
 // request list and keeps the bitmap of the accepted types; in the filter block also one counter per
@@ -14,7 +14,7 @@
 
 namespace qir {
 
-// What all header entries begin with.
+// Every header entry begins with this.
 struct HdrEntry {
     u16 reqCount; // requests added to the header
     u16 reqList;  // node that heads the header's request list
@@ -114,7 +114,7 @@ constexpr u16 kTblAssocPac = 0x2;
 
 struct Fcb {
     u32 status;
-    FlowHdl flowHdl; // the caller's whole word
+    FlowHdl flowHdl; // the whole word that the caller gave
     u32 hwFlowIdx;   // the driver's index
     u32 section;
     u16 tblAssoc; // kTblAssoc* bits

@@ -12,50 +12,8 @@ namespace qir {
 
 namespace {
 
-// Accepted values, a row per type.
-constexpr ValueRule kEthValues[] = {
-    {e_ETH_FILT_MCAST, ValueForm::kU8, 0, 1},
-    {e_ETH_FILT_BCAST, ValueForm::kU8, 0, 1},
-    {e_ETH_FILT_DA, ValueForm::kAny, 0, 0},
-    {e_ETH_FILT_SA, ValueForm::kAny, 0, 0},
-    {e_ETH_FILT_ETHTYPE, ValueForm::kU16, QIR_ETHTYPE_MIN, 0xFFFF},
-};
-constexpr ValueRule kVlanValues[] = {
-    {e_VLAN_FILT_TAG, ValueForm::kAny, 0, 0}, {e_VLAN_FILT_TPID, ValueForm::kAny, 0, 0},
-    {e_VLAN_FILT_TCI, ValueForm::kAny, 0, 0}, {e_VLAN_FILT_PBITS, ValueForm::kU8, 0, QIR_PBITS_MAX - 1},
-    {e_VLAN_FILT_DEI, ValueForm::kU8, 0, 1},  {e_VLAN_FILT_VID, ValueForm::kU16, 0, QIR_VLANID_MAX - 1},
-};
-// The upper limits of code and session id leave out the highest number of their width; so do some of IPv4.
-constexpr ValueRule kPppoeValues[] = {
-    {e_PPPOE_FILT_VER, ValueForm::kU8, 1, 1},    {e_PPPOE_FILT_TYPE, ValueForm::kU8, 1, 1},
-    {e_PPPOE_FILT_CODE, ValueForm::kU8, 0, 254}, {e_PPPOE_FILT_SESID, ValueForm::kU16, 0, 65534},
-    {e_PPPOE_FILT_PROTO, ValueForm::kAny, 0, 0},
-};
-constexpr ValueRule kIpv4Values[] = {
-    {e_IPV4_FILT_VER, ValueForm::kU8, 4, 4},
-    {e_IPV4_FILT_IHL, ValueForm::kU8, 0, 254},
-    {e_IPV4_FILT_SA, ValueForm::kPrefixLen, 0, 32},
-    {e_IPV4_FILT_DA, ValueForm::kPrefixLen, 0, 32},
-    {e_IPV4_FILT_MCAST, ValueForm::kU8, 0, 1},
-    {e_IPV4_FILT_TOS, ValueForm::kU8, 0, 254},
-    {e_IPV4_FILT_DSCP, ValueForm::kU8, 0, QIR_DSCP_MAX - 1},
-    {e_IPV4_FILT_DSCP_1P, ValueForm::kU8, 0, 7},
-    {e_IPV4_FILT_TTL_GT1, ValueForm::kU8, 0, 1},
-    {e_IPV4_FILT_PROTO, ValueForm::kU16, 0, 65534},
-    {e_IPV4_FILT_FRAG, ValueForm::kU16, 0, 1},
-};
-constexpr ValueRule kTcpValues[] = {
-    {e_TCP_FILT_SPORT, ValueForm::kAny, 0, 0}, {e_TCP_FILT_DPORT, ValueForm::kAny, 0, 0},
-    {e_TCP_FILT_SYN, ValueForm::kU8, 0, 1},    {e_TCP_FILT_ACK, ValueForm::kU8, 0, 1},
-    {e_TCP_FILT_FIN, ValueForm::kU8, 0, 1},    {e_TCP_FILT_RST, ValueForm::kU8, 0, 1},
-    {e_TCP_FILT_CTRL, ValueForm::kU8, 0, 63},
-};
-
-template <class Kind> constexpr bool kIsUdp = false;
-template <> constexpr bool kIsUdp<UdpFilterKind> = true;
-
-// The rules, the same for all headers: operation, operator, type, tag, operator bitmap, dependencies and
-// counts. What the last of them recorded stays when the caller then refuses the value.
+// The rules, in the order of their checks: operation, operator, type, tag, whether the type takes the
+// operator, exclusions and counts.
 template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Kind::Record *filter_p) {
     if (filter_p->op != e_CONFIG_OPER_ADD) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CONFIGOPER);
@@ -76,10 +34,9 @@ template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Ki
     const u16 takers =
         Kind::kL4 ? qirCtxt_gp->l4CmpOpBmapTbl[row][cmpOp] : qirCtxt_gp->cmpOpBmapTbl[row][cmpOp];
     if (((takers >> type) & 1u) == 0) {
-        QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CMPOPSEQ);
-        // UDP alone goes on to call it a bad parameter.
-        return kIsUdp<Kind> ? QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM)
-                            : static_cast<u32>(e_RET_ERR_INVALID_CMPOPSEQ);
+        const u32 rc = QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_CMPOPSEQ);
+        // UDP alone then names another code, and returns that one.
+        return __is_same(Kind, UdpFilterKind) ? QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM) : rc;
     }
     FilterBlk &blk = fcb_p->filterBlk;
     const u32 offset = Kind::Entry(tag);
@@ -89,15 +46,21 @@ template <class Kind> u32 ChkRules(const char *fn, Fcb *fcb_p, const typename Ki
         row, static_cast<u8>(type), CurBmapAt(blk, offset), cmpOp, count_p);
 }
 
-template <class Record, u32 N>
-u32 ChkValue(const char *fn, const Record *filter_p, const ValueRule (&rules)[N], const char *what) {
-    const ValueRule *const rule = FindValueRule(rules, filter_p->type);
-    if (QEL_NEVER(rule == nullptr, "types without a row have been refused")) {
+// The rules, then the value. What the rules recorded stays when the value is refused.
+template <class Kind, u32 N>
+u32 Validate(const char *fn, Fcb *fcb_p, const typename Kind::Record *filter_p, const TypeRule (&rules)[N],
+             const char *what) {
+    static_assert(N == Kind::kNumTypes);
+    if (const u32 rc = ChkRules<Kind>(fn, fcb_p, filter_p); rc != e_RET_OK) {
+        return rc;
+    }
+    if (QEL_NEVER(filter_p->type >= N, "the rules have refused it")) {
         QIR_ERR_AS(fn, "Unknown %s filter type <%u> \n", what, filter_p->type);
         return e_RET_OK;
     }
-    return IsValueAccepted(*rule, &filter_p->val) ? static_cast<u32>(e_RET_OK)
-                                                  : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
+    return IsValueAccepted(rules[filter_p->type].value, &filter_p->val)
+               ? static_cast<u32>(e_RET_OK)
+               : QIR_REFUSE_AS(fn, e_RET_ERR_INVALID_PARAM);
 }
 
 template <class Kind>
@@ -137,25 +100,20 @@ u32 GetFilters(const Fcb *fcb_p, typename Kind::Record *filter_p, u8 size, u8 *e
 } // namespace
 
 u32 Validate_Config_EthFilter(Fcb *fcb_p, const EthFilter *filter_p) {
-    const u32 rc = ChkRules<EthFilterKind>(__func__, fcb_p, filter_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, filter_p, kEthValues, "eth");
+    return Validate<EthFilterKind>(__func__, fcb_p, filter_p, kEthFilters, "eth");
 }
 
 u32 Validate_Config_VlanFilter(Fcb *fcb_p, const VlanFilter *filter_p) {
-    const u32 rc = ChkRules<VlanFilterKind>(__func__, fcb_p, filter_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, filter_p, kVlanValues, "vlan");
+    return Validate<VlanFilterKind>(__func__, fcb_p, filter_p, kVlanFilters, "vlan");
 }
 
 u32 Validate_Config_PppoeFilter(Fcb *fcb_p, const PppoeFilter *filter_p) {
-    const u32 rc = ChkRules<PppoeFilterKind>(__func__, fcb_p, filter_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, filter_p, kPppoeValues, "pppoe");
+    return Validate<PppoeFilterKind>(__func__, fcb_p, filter_p, kPppoeFilters, "pppoe");
 }
 
 u32 Validate_Config_Ipv4Filter(Fcb *fcb_p, const Ipv4Filter *filter_p) {
-    if (const u32 rc = ChkRules<Ipv4FilterKind>(__func__, fcb_p, filter_p); rc != e_RET_OK) {
-        return rc;
-    }
-    if (const u32 rc = ChkValue(__func__, filter_p, kIpv4Values, "ipv4"); rc != e_RET_OK) {
+    if (const u32 rc = Validate<Ipv4FilterKind>(__func__, fcb_p, filter_p, kIpv4Filters, "ipv4");
+        rc != e_RET_OK) {
         return rc;
     }
     if (filter_p->type == e_IPV4_FILT_DSCP && filter_p->cmpOp == e_CMP_IN_RANGE) {
@@ -169,12 +127,11 @@ u32 Validate_Config_Ipv4Filter(Fcb *fcb_p, const Ipv4Filter *filter_p) {
 }
 
 u32 Validate_Config_TcpFilter(Fcb *fcb_p, const TcpFilter *filter_p) {
-    const u32 rc = ChkRules<TcpFilterKind>(__func__, fcb_p, filter_p);
-    return rc != e_RET_OK ? rc : ChkValue(__func__, filter_p, kTcpValues, "tcp");
+    return Validate<TcpFilterKind>(__func__, fcb_p, filter_p, kTcpFilters, "tcp");
 }
 
 u32 Validate_Config_UdpFilter(Fcb *fcb_p, const UdpFilter *filter_p) {
-    return ChkRules<UdpFilterKind>(__func__, fcb_p, filter_p);
+    return Validate<UdpFilterKind>(__func__, fcb_p, filter_p, kUdpFilters, "udp");
 }
 
 u32 Config_EthFilter(Fcb *fcb_p, const EthFilter *filter_p) {

@@ -1,7 +1,7 @@
 // Filters of the six headers: validation, storage, read-back, dump.
 //
-// Validate_Config_* applies rules and value limits (the rules record the type at once), Config_* stores a
-// validated request, Get_* copies every stored request of one type to the caller.
+// Validate_Config_* checks the rules, which record the type at once, and then the value. Config_* stores a
+// validated request. Get_* copies every stored request of one type to the caller.
 #ifndef QIRAPI_PRIVATE_FILTERS_H
 #define QIRAPI_PRIVATE_FILTERS_H
 
@@ -44,8 +44,8 @@ u32 Get_Ipv4Filter(const Fcb *fcb_p, Ipv4Filter *filter_p, u8 size, u8 *elemCoun
 u32 Get_TcpFilter(const Fcb *fcb_p, TcpFilter *filter_p, u8 size, u8 *elemCount_p);
 u32 Get_UdpFilter(const Fcb *fcb_p, UdpFilter *filter_p, u8 size, u8 *elemCount_p);
 
-// The walk that all Get_*Filter share: copies the requests of `type` from the list into an array of `size`
-// records of `recordSize` bytes. 0 or e_RET_ERR_OVERFLOW.
+// What all Get_*Filter share: copies the list's requests of `type` into an array of `size` records of
+// `recordSize` bytes. 0, or e_RET_ERR_OVERFLOW.
 u32 Get_Filter(const Fcb *fcb_p, void *filter_p, u32 type, u8 size, u8 *elemCount_p, const ReqNode *reqList_p,
                u32 recordSize);
 

@@ -14,8 +14,8 @@ bool HasBit(u32 mask, u32 bit) {
     return ((mask >> bit) & 1u) != 0;
 }
 
-// Calls visit(port) for the ports of a mask that have a queue of their own (all but the GPON port), in
-// ascending order, until it returns a failure. Masks have few bits: it ends behind the highest.
+// Calls visit(port) for the ports of a mask that have a queue of their own, which are all but the GPON port.
+// In ascending order, until it returns a failure; the loop ends behind the mask's highest bit.
 template <class Visit> u32 ForQueuePorts(u32 portMask, Visit visit) {
     for (u32 port = 0; port < QIR_PORT_MAX && portMask >> port != 0; ++port) {
         if (port == QIR_GPON_PORT || !HasBit(portMask, port)) {
@@ -152,7 +152,7 @@ u32 AddDstPortToFwdInfo(const Fcb *fcb_p, const DstMask *dstMask_p, FwdInfo *fwd
     }
     ForGemPorts(gemPortIdxMask, [&dst, qid](u32 gem) {
         dst.gemQid[gem] = qid;
-        // Whatever the GEM port index, the bit set is the one behind the last port. This is intended.
+        // Bit 9, behind the last port, whatever the GEM port index. This is intended.
         dst.gemPortIdxMask |= 1u << QIR_PORT_MAX;
         return static_cast<u32>(e_RET_OK);
     });

@@ -10,8 +10,8 @@ namespace qir {
 u32 Validate_FwdInfo(const Fcb *fcb_p, const FwdInfo *fwdInfo_p);
 // Copies the record into the FCB and marks it as set.
 void Set_FwdInfo(Fcb *fcb_p, const FwdInfo *fwdInfo_p);
-// Both change the record at `fwdInfo_p`, never the FCB. Adding yields 0, or 1 when there was no port to
-// choose a queue from or the GPON port came without GEM ports; removing yields 0.
+// Both change the record at `fwdInfo_p`, never the FCB. Adding returns 1 when there is no port to choose a
+// queue from, or the GPON port comes without GEM ports; otherwise 0. Removing returns 0.
 u32 AddDstPortToFwdInfo(const Fcb *fcb_p, const DstMask *dstMask_p, FwdInfo *fwdInfo_p);
 u32 RemDstPortFromFwdInfo(const Fcb *fcb_p, const DstMask *dstMask_p, FwdInfo *fwdInfo_p);
 

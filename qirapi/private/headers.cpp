@@ -18,8 +18,8 @@ u32 VlanTagOf(u32 flowHdr) {
     return flowHdr - e_FLOWHDR_VLAN0;
 }
 
-// The order rule on one bitmap. `traceBit` is called for every bit that a VLAN header tests, `traceMissing`
-// then for the bit that is missing.
+// Are all headers that `flowHdr` needs in the bitmap? For a VLAN header, `traceBit` is called for every
+// header that is looked for, and `traceMissing` for the one that is missing.
 template <class TraceBit, class TraceMissing>
 u32 ChkAllReqdHdr(const char *fn, u16 hdrBmap, u32 flowHdr, TraceBit traceBit, TraceMissing traceMissing) {
     switch (flowHdr) {
@@ -59,7 +59,7 @@ template <unsigned NumTypes> void ResetFilterEntry(FilterBlk &blk, u32 offset, R
            sizeof FilterHdrEntry<NumTypes>::cmpOpCurCnt);
 }
 
-// Allocates a node and resets one more entry with it (TCP and UDP, which come with IPv4).
+// Takes a node and resets another entry with it: those of TCP and UDP come with IPv4.
 template <class Reset> u32 AllocAndReset(Fcb *fcb_p, Reset reset) {
     ReqNode *node_p = nullptr;
     if (const u32 rc = Alloc_ReqNode(fcb_p, &node_p); rc != e_RET_OK) {
@@ -69,7 +69,7 @@ template <class Reset> u32 AllocAndReset(Fcb *fcb_p, Reset reset) {
     return e_RET_OK;
 }
 
-// Resets the entry of `flowHdr`. 0, or the code of the node that could not be had.
+// Resets the entry of `flowHdr`. 0, or Alloc_ReqNode's code.
 u32 ResetFilterHdr(const char *fn, Fcb *fcb_p, u32 flowHdr, ReqNode &node) {
     FilterBlk &blk = fcb_p->filterBlk;
     switch (flowHdr) {

@@ -7,7 +7,7 @@
 
 namespace qir {
 
-// 0, or e_RET_ERR_HDROUTOFORDER when a header that `flowHdr` needs is missing. Unknown headers need none.
+// 0, or e_RET_ERR_HDROUTOFORDER when a header that `flowHdr` needs is missing. An unknown header needs none.
 u32 IsSet_FilterAllReqdHdr(const Fcb *fcb_p, u32 flowHdr);
 u32 IsSet_ActionAllReqdHdr(const Fcb *fcb_p, u32 flowHdr);
 

@@ -8,9 +8,12 @@ namespace qir {
 
 namespace {
 
+// The highest value that QirRetCode can hold: its codes have 7 bits.
+constexpr u32 kLastEnumValue = 0x7F;
+
 constexpr QelModInfo kAnyLevel = {QEL_LOG_ID_ORXAPI, "", UINT32_MAX, 0};
 
-// This library's row, as error lines get it: they always pass the gate.
+// This library's row in the log table. Error lines always pass the gate.
 const QelModInfo *ErrorRow() {
     return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_ERROR);
 }
@@ -27,8 +30,15 @@ void FindLogRow() {
     case code:                                                                                               \
         return #code
 
+// The switch has no default, so that a code without a name does not compile.
 const char *RetCodeName(u32 code) {
-    switch (code) {
+    if (code > kLastEnumValue) {
+        return nullptr;
+    }
+    switch (static_cast<QirRetCode>(code)) {
+    case e_RET_OK:
+    case e_RET_DRIVER_FAILURE:
+        break;
         QIR_NAME_OF(e_RET_ERR_NULL_PTR);
         QIR_NAME_OF(e_RET_ERR_INVALID_HDL);
         QIR_NAME_OF(e_RET_ERR_NO_SUCH_ENTRY);
@@ -85,9 +95,8 @@ const char *RetCodeName(u32 code) {
         QIR_NAME_OF(e_RET_ERR_INVALID_RLDIR);
         QIR_NAME_OF(e_RET_ERR_INVALID_RLUNIT);
         QIR_NAME_OF(e_RET_ERR_INVALID_RLRATE);
-    default:
-        return nullptr;
     }
+    return nullptr;
 }
 
 #undef QIR_NAME_OF

@@ -1,10 +1,11 @@
-// How this library speaks: its lines for log module 12, and how an operation refuses and ends.
+// The library's log lines (log module 12), and how an operation refuses a call and ends.
 //
 //     if (hdl_p == nullptr) return QIR_FAIL(e_RET_ERR_NULL_PTR);   code's name, "retVal", return
 //     return QIR_END(rc);                                          "retVal" if rc is not 0, return
 //
-// QIR_REFUSE prints the code's name and yields the code, without the closing line: internal functions use
-// it. The `_AS` forms speak for another function (a shared core for the operation that it serves).
+// Internal functions use QIR_REFUSE: it prints the code's name and returns the code, without the closing
+// line. The `_AS` forms print the name of another function: a shared core prints that of the operation it
+// serves.
 #ifndef QIRAPI_PRIVATE_REPORT_H
 #define QIRAPI_PRIVATE_REPORT_H
 
@@ -29,13 +30,13 @@
 
 namespace qir {
 
-// The logging library's row of this library's log module. Before start-up it is one of any level, so that
-// every line asks the gate.
+// This library's row in the log table. Before start-up it is a row that lets every level pass, so that every
+// line asks the gate.
 [[gnu::visibility("hidden")]] extern const QelModInfo *orxapiRow_p;
 void FindLogRow(); // at start-up
 
-// The row of a line of that level, or null when the line is off. Nearly all lines are off by the module's own
-// level: then not even the gate is asked. The rest is the gate's to decide.
+// The row for a line of that level, or null when the line is off. The module's own level turns nearly all
+// lines off, without asking the gate. The gate decides on the others.
 inline const QelModInfo *RowOfLevel(u32 level) {
     if (orxapiRow_p->logLevel >= level) [[unlikely]] {
         return qelLog_logIsEnabled(QEL_LOG_ID_ORXAPI, level);

@@ -35,8 +35,8 @@ void AppendToTail(Fcb *fcb_p, ReqNode &head, ReqNode &node) {
     Link(fcb_p->reqPool[head.prev], node, head);
 }
 
-// Walks to the first node that `matches`. What it met is not reported: both searches always find nothing,
-// and that is what keeps requests in their order of arrival.
+// Walks to the first node that `matches`, and does not report it: both searches find nothing, which keeps
+// requests in their order of arrival.
 template <class Matches> void Search(Fcb *fcb_p, ReqNode *reqList_p, ReqNode **foundReq_pp, Matches matches) {
     WalkReqList(fcb_p, reqList_p, [&](const ReqNode *node) { return !matches(*node); });
     *foundReq_pp = nullptr;

@@ -1,13 +1,13 @@
 // Request nodes and request lists of one FCB.
 //
-// A list is a circle of nodes, threaded through `next` and `prev`, with a head node that holds no request.
-// It is known by its head's index; an empty head points to itself. Node 0 heads the free list and is never
-// handed out. Nodes are never returned: a flow's 31 nodes serve its headers and requests until the FCB is
+// A list is a circle of nodes, linked by `next` and `prev`. Its head holds no request, and the index of the
+// head names the list; the head of an empty list points to itself. Node 0 heads the free list and is never
+// taken. A flow's other 31 nodes serve its headers and requests; none comes back before the FCB is
 // initialised again.
 //
-// The headers' `reqList` words are not always valid indexes: an IPv4 header whose allocation failed halfway,
-// and the tags behind the inner VLAN tag, leave other bytes there. Finding a list's head (ReqListAt) and
-// every walk therefore stay inside the pool.
+// A header's `reqList` is not always a valid index: an IPv4 header whose allocation failed halfway, and the
+// tags behind the inner VLAN tag, leave other bytes there. ReqListAt and every walk therefore stay inside the
+// pool.
 #ifndef QIRAPI_PRIVATE_REQ_LIST_H
 #define QIRAPI_PRIVATE_REQ_LIST_H
 
@@ -22,8 +22,8 @@ u32 Alloc_ReqNode(Fcb *fcb_p, ReqNode **allocReqNode_pp);
 // Puts a node back in front of the free list. Returns 0.
 u32 Free_ReqNode(Fcb *fcb_p, ReqNode *freeReqNode_p);
 
-// Both searches walk the list and then report that nothing was found, whatever they met. Requests therefore
-// keep their order of arrival.
+// Both searches walk the list and find nothing, whatever is there. Requests therefore keep their order of
+// arrival.
 void SrchExactReq_ReqList(Fcb *fcb_p, ReqNode *reqList_p, u32 key, ReqNode **foundReq_pp);
 void SrchAfterReq_ReqList(Fcb *fcb_p, ReqNode *reqList_p, u32 key, ReqNode **foundReq_pp);
 void AddReq_ReqList(Fcb *fcb_p, ReqNode *reqList_p, ReqNode *newReq_p);

@@ -1,5 +1,5 @@
-// Storing a request: a node is taken from the flow's pool, filled and appended to the header's list. Filters
-// and actions of all headers do it alike.
+// Storing a request, the same for filters and actions of all headers: take a node from the flow's pool, fill
+// it and append it to the header's list.
 #ifndef QIRAPI_PRIVATE_REQUEST_STORE_H
 #define QIRAPI_PRIVATE_REQUEST_STORE_H
 

@@ -24,7 +24,7 @@ const u8 *BytesAt(const void *val_p, u32 offset) {
 }
 
 constexpr u32 kSecondMac = 6;
-constexpr u32 kPrefixLen = 4;
+constexpr u32 kPrefixLenAt = 4;
 
 void PrintValue(Show show, const void *val_p) {
     switch (show) {
@@ -54,12 +54,15 @@ void PrintValue(Show show, const void *val_p) {
     case Show::kMac:
         Dump_MAC(BytesAt(val_p, 0));
         break;
+    case Show::kValTwoMacs:
+        printf("val");
+        [[fallthrough]];
     case Show::kTwoMacs:
         Dump_MAC(BytesAt(val_p, 0));
         Dump_MAC(BytesAt(val_p, kSecondMac));
         break;
     case Show::kCidr:
-        Dump_CidrIP(LoadU32(val_p), LoadU32(BytesAt(val_p, kPrefixLen)));
+        Dump_CidrIP(LoadU32(val_p), LoadU32(BytesAt(val_p, kPrefixLenAt)));
         break;
     }
 }
@@ -87,22 +90,20 @@ bool IsValueAccepted(const ValueRule &rule, const void *val_p, u32 toTagNum) {
     case ValueForm::kU16:
         return InLimits(rule, LoadU16(val_p));
     case ValueForm::kPrefixLen:
-        return InLimits(rule, LoadU32(BytesAt(val_p, kPrefixLen)));
+        return InLimits(rule, LoadU32(BytesAt(val_p, kPrefixLenAt)));
     case ValueForm::kFromTag:
         return InLimits(rule, LoadU32(val_p)) && LoadU32(val_p) != toTagNum;
     }
     return false;
 }
 
-bool PrintRequest(const RequestLabel *labels, u32 numLabels, u32 type, const void *val_p) {
-    for (u32 i = 0; i < numLabels; ++i) {
-        if (labels[i].type == type) {
-            printf("%s", labels[i].label);
-            PrintValue(labels[i].show, val_p);
-            return true;
-        }
+bool PrintRequest(const TypeRule *rules, u32 numRules, u32 type, const void *val_p) {
+    if (type >= numRules || rules[type].name == nullptr) {
+        return false;
     }
-    return false;
+    printf("<%s> ", rules[type].name);
+    PrintValue(rules[type].show, val_p);
+    return true;
 }
 
 } // namespace qir

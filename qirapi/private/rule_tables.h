@@ -1,20 +1,71 @@
-// The contents of the rule tables, as tables.
+// The rules of filters and actions, as tables: a row per type.
 //
-// Operator tables: for each header and operator the types that take the operator. Dependency tables: for each
-// header and type the types whose presence on the header excludes it; a type that excludes itself can be
-// given once. The exclusions are one-directional: a row speaks only for the request that comes later.
+// A row says how dumps name the type and print its value, which values it accepts, which operators it takes
+// and which types exclude it when they are on the header already. A type that excludes itself can be given
+// once. Exclusion goes one way: a row speaks only for the request that comes later.
 //
-// A rule set covers the rows `firstHdr` to `lastHdr` (the VLAN headers share theirs). MPLS has none, and its
-// rows keep the fill pattern.
+// At start-up the operators and exclusions are written into the context (rules.cpp).
 #ifndef QIRAPI_PRIVATE_RULE_TABLES_H
 #define QIRAPI_PRIVATE_RULE_TABLES_H
 
-#include "qirapi/private/types.h"
+#include "qirapi/private/rows.h"
 #include "qirapi/qirapi.h"
 
 namespace qir {
 
-// The bitmap of the given types (or, for an operator table, of the types that take the operator).
+// ---- A row --------------------------------------------------------------------------------------------
+
+// How the value lies in the request's value area, from its first byte on, in the byte order of the processor.
+enum class ValueForm : u8 {
+    kAny,       // not looked at
+    kU8,        // 8 bits
+    kU16,       // 16 bits
+    kPrefixLen, // IPv4 address, then a 32-bit prefix length: the length counts
+    kFromTag,   // 32-bit source tag: in range, and not the tag it goes to
+};
+
+struct ValueRule {
+    ValueForm form;
+    u32 min;
+    u32 max;
+};
+
+constexpr ValueRule kAnyValue = {ValueForm::kAny, 0, 0};
+constexpr ValueRule kIpPrefix = {ValueForm::kPrefixLen, 0, 32};
+constexpr ValueRule kOtherTag = {ValueForm::kFromTag, 0, e_VLAN_TAG_MAX - 1};
+constexpr ValueRule Bits8(u32 min, u32 max) {
+    return {ValueForm::kU8, min, max};
+}
+constexpr ValueRule Bits16(u32 min, u32 max) {
+    return {ValueForm::kU16, min, max};
+}
+
+// How dumps print a value behind its type.
+enum class Show : u8 {
+    kNothing,
+    kDecU8,      // <%u>
+    kDecU16,     // <%u>
+    kValDecU8,   // val<%u>
+    kValDecU16,  // val<%u>
+    kValDecU32,  // val<%u>
+    kValHexU16,  // val<0x%.4x>
+    kValHexU32,  // val<0x%.8x>
+    kMac,        // a MAC address
+    kTwoMacs,    // a MAC address and the one behind it
+    kValTwoMacs, // the same behind "val"
+    kCidr,       // IPv4 address and prefix length
+};
+
+struct TypeRule {
+    u32 type;
+    const char *name; // null: dumps call the type unknown
+    Show show;
+    ValueRule value;
+    u16 cmpOps;     // operators that it takes; actions take none
+    u16 excludedBy; // types
+};
+
+// The bitmap of types, or of operators.
 template <class... Type> constexpr u16 Types(Type... type) {
     return static_cast<u16>((0u | ... | (1u << static_cast<u32>(type))));
 }
@@ -24,155 +75,85 @@ constexpr u16 AllTypes(u32 numTypes) {
     return static_cast<u16>((1u << numTypes) - 1);
 }
 
-struct Rule {
-    u32 index; // type, or operator
-    u16 bmap;  // types
-};
-
-struct RuleSet {
-    u32 firstHdr;
-    u32 lastHdr;
-    u32 numIndexes; // types, or operators, of the header
-    const Rule *rules;
-    u32 numRules;
-    const char *what; // names the index in the message about one that has no rule
-};
-
-template <u32 N>
-constexpr RuleSet MakeRuleSet(u32 firstHdr, u32 lastHdr, u32 numIndexes, const Rule (&rules)[N],
-                              const char *what) {
-    return RuleSet{firstHdr, lastHdr, numIndexes, rules, N, what};
-}
-
 // ---- Operators ----------------------------------------------------------------------------------------
 
-// How many filters of one (operator, type) pair a header may hold.
-struct CmpOpLimit {
+struct CmpOp {
     u32 cmpOp;
-    u8 limit;
+    const char *name;
+    u8 limit; // filters of one type that a header may hold with this operator
 };
-constexpr CmpOpLimit kCmpOpLimits[] = {
-    {e_CMP_EQ, 1},
-    {e_CMP_NEQ, 4},
-    {e_CMP_IN_RANGE, 1},
+inline constexpr CmpOp kCmpOps[] = {
+    {QIR_NAMED(e_CMP_EQ), 1},
+    {QIR_NAMED(e_CMP_NEQ), 4},
+    {QIR_NAMED(e_CMP_IN_RANGE), 1},
 };
+static_assert(HasRowForEach(kCmpOps, e_CMP_MAX, &CmpOp::cmpOp));
 
-constexpr Rule kEthCmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_ETH_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_ETH_FILT_ETHTYPE)},
-    {e_CMP_IN_RANGE, Types()},
-};
-constexpr Rule kVlanCmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_VLAN_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_VLAN_FILT_TPID, e_VLAN_FILT_VID)},
-    {e_CMP_IN_RANGE, Types()},
-};
-constexpr Rule kPppoeCmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_PPPOE_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_PPPOE_FILT_TYPE, e_PPPOE_FILT_PROTO)},
-    {e_CMP_IN_RANGE, Types()},
-};
-constexpr Rule kIpv4CmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_IPV4_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_IPV4_FILT_PROTO)},
-    {e_CMP_IN_RANGE, Types(e_IPV4_FILT_DSCP)},
-};
-constexpr Rule kTcpCmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_TCP_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_TCP_FILT_SPORT, e_TCP_FILT_DPORT)},
-    {e_CMP_IN_RANGE, Types()},
-};
-constexpr Rule kUdpCmpOps[] = {
-    {e_CMP_EQ, AllTypes(e_UDP_FILT_MAX)},
-    {e_CMP_NEQ, Types(e_UDP_FILT_SPORT, e_UDP_FILT_DPORT)},
-    {e_CMP_IN_RANGE, Types()},
-};
-
-constexpr RuleSet kCmpOpRules[] = {
-    MakeRuleSet(e_FLOWHDR_ETH, e_FLOWHDR_ETH, e_CMP_MAX, kEthCmpOps, "eth filter cmpOp"),
-    MakeRuleSet(e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN3, e_CMP_MAX, kVlanCmpOps, "vlan filter cmpOp"),
-    MakeRuleSet(e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, e_CMP_MAX, kPppoeCmpOps, "PPPoE filter cmpOp"),
-    MakeRuleSet(e_FLOWHDR_IPV4, e_FLOWHDR_IPV4, e_CMP_MAX, kIpv4CmpOps, "IPv4 filter cmpOp"),
-};
-constexpr RuleSet kL4CmpOpRules[] = {
-    MakeRuleSet(e_L4FLOWHDR_TCP, e_L4FLOWHDR_TCP, e_CMP_MAX, kTcpCmpOps, "TCP filter cmpOp"),
-    MakeRuleSet(e_L4FLOWHDR_UDP, e_L4FLOWHDR_UDP, e_CMP_MAX, kUdpCmpOps, "UDP filter cmpOp"),
-};
+constexpr u16 kNoOp = 0;
+constexpr u16 kEq = Types(e_CMP_EQ);
+constexpr u16 kEqNeq = Types(e_CMP_EQ, e_CMP_NEQ);
+constexpr u16 kEqRange = Types(e_CMP_EQ, e_CMP_IN_RANGE);
 
 // ---- Filters ------------------------------------------------------------------------------------------
 
-constexpr Rule kEthFilterDeps[] = {
-    {e_ETH_FILT_MCAST, Types(e_ETH_FILT_MCAST, e_ETH_FILT_BCAST, e_ETH_FILT_DA)},
-    {e_ETH_FILT_BCAST, Types(e_ETH_FILT_MCAST, e_ETH_FILT_BCAST, e_ETH_FILT_DA)},
-    {e_ETH_FILT_DA, Types(e_ETH_FILT_MCAST, e_ETH_FILT_BCAST, e_ETH_FILT_DA)},
-    {e_ETH_FILT_SA, Types(e_ETH_FILT_SA)},
-    {e_ETH_FILT_ETHTYPE, Types()},
-};
-constexpr Rule kVlanFilterDeps[] = {
-    {e_VLAN_FILT_TAG, AllTypes(e_VLAN_FILT_MAX)},
-    {e_VLAN_FILT_TPID, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TPID)},
-    {e_VLAN_FILT_TCI,
-     Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_PBITS, e_VLAN_FILT_DEI, e_VLAN_FILT_VID)},
-    {e_VLAN_FILT_PBITS, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_PBITS)},
-    {e_VLAN_FILT_DEI, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_DEI)},
-    {e_VLAN_FILT_VID, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_VID)},
-};
-constexpr Rule kPppoeFilterDeps[] = {
-    {e_PPPOE_FILT_VER, Types(e_PPPOE_FILT_VER)},     {e_PPPOE_FILT_TYPE, Types(e_PPPOE_FILT_TYPE)},
-    {e_PPPOE_FILT_CODE, Types(e_PPPOE_FILT_CODE)},   {e_PPPOE_FILT_SESID, Types(e_PPPOE_FILT_SESID)},
-    {e_PPPOE_FILT_PROTO, Types(e_PPPOE_FILT_PROTO)},
-};
-constexpr Rule kIpv4FilterDeps[] = {
-    {e_IPV4_FILT_VER, Types(e_IPV4_FILT_VER)},
-    {e_IPV4_FILT_IHL, Types(e_IPV4_FILT_IHL)},
-    {e_IPV4_FILT_SA, Types(e_IPV4_FILT_SA)},
-    {e_IPV4_FILT_DA, Types(e_IPV4_FILT_DA, e_IPV4_FILT_MCAST)},
-    {e_IPV4_FILT_MCAST, Types(e_IPV4_FILT_DA, e_IPV4_FILT_MCAST)},
-    {e_IPV4_FILT_TOS, Types(e_IPV4_FILT_TOS, e_IPV4_FILT_DSCP)},
-    {e_IPV4_FILT_DSCP, Types(e_IPV4_FILT_TOS, e_IPV4_FILT_DSCP)},
-    {e_IPV4_FILT_DSCP_1P, Types(e_IPV4_FILT_DSCP_1P)},
-    {e_IPV4_FILT_TTL_GT1, Types(e_IPV4_FILT_TTL_GT1)},
-    {e_IPV4_FILT_PROTO, Types()},
-    {e_IPV4_FILT_FRAG, Types(e_IPV4_FILT_FRAG)},
-};
-constexpr Rule kTcpFilterDeps[] = {
-    {e_TCP_FILT_SPORT, Types(e_TCP_FILT_SPORT)},
-    {e_TCP_FILT_DPORT, Types(e_TCP_FILT_DPORT)},
-    {e_TCP_FILT_SYN, Types(e_TCP_FILT_SYN, e_TCP_FILT_CTRL)},
-    {e_TCP_FILT_ACK, Types(e_TCP_FILT_ACK, e_TCP_FILT_CTRL)},
-    {e_TCP_FILT_FIN, Types(e_TCP_FILT_FIN, e_TCP_FILT_CTRL)},
-    {e_TCP_FILT_RST, Types(e_TCP_FILT_RST, e_TCP_FILT_CTRL)},
-    {e_TCP_FILT_CTRL, Types(e_TCP_FILT_SYN, e_TCP_FILT_ACK, e_TCP_FILT_FIN, e_TCP_FILT_RST, e_TCP_FILT_CTRL)},
-};
-constexpr Rule kUdpFilterDeps[] = {
-    {e_UDP_FILT_SPORT, Types(e_UDP_FILT_SPORT)},
-    {e_UDP_FILT_DPORT, Types(e_UDP_FILT_DPORT)},
-};
+constexpr u16 kDestinationFilters = Types(e_ETH_FILT_MCAST, e_ETH_FILT_BCAST, e_ETH_FILT_DA);
 
-constexpr RuleSet kFilterDepRules[] = {
-    MakeRuleSet(e_FLOWHDR_ETH, e_FLOWHDR_ETH, e_ETH_FILT_MAX, kEthFilterDeps, "eth filter type"),
-    MakeRuleSet(e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN3, e_VLAN_FILT_MAX, kVlanFilterDeps, "vlan filter type"),
-    // PPPoE shares the Ethernet message.
-    MakeRuleSet(e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, e_PPPOE_FILT_MAX, kPppoeFilterDeps, "eth filter type"),
-    MakeRuleSet(e_FLOWHDR_IPV4, e_FLOWHDR_IPV4, e_IPV4_FILT_MAX, kIpv4FilterDeps, "IPv4 filter type"),
+// clang-format off
+inline constexpr TypeRule kEthFilters[] = {
+    {QIR_NAMED(e_ETH_FILT_MCAST),   Show::kNothing,    Bits8(0, 1),                     kEq,    kDestinationFilters},
+    {QIR_NAMED(e_ETH_FILT_BCAST),   Show::kNothing,    Bits8(0, 1),                     kEq,    kDestinationFilters},
+    {QIR_NAMED(e_ETH_FILT_DA),      Show::kTwoMacs,    kAnyValue,                       kEq,    kDestinationFilters},
+    {QIR_NAMED(e_ETH_FILT_SA),      Show::kValTwoMacs, kAnyValue,                       kEq,    Types(e_ETH_FILT_SA)},
+    {QIR_NAMED(e_ETH_FILT_ETHTYPE), Show::kValHexU16,  Bits16(QIR_ETHTYPE_MIN, 0xFFFF), kEqNeq, Types()},
 };
-constexpr RuleSet kL4FilterDepRules[] = {
-    MakeRuleSet(e_L4FLOWHDR_TCP, e_L4FLOWHDR_TCP, e_TCP_FILT_MAX, kTcpFilterDeps, "TCP filter type"),
-    MakeRuleSet(e_L4FLOWHDR_UDP, e_L4FLOWHDR_UDP, e_UDP_FILT_MAX, kUdpFilterDeps, "UDP filter type"),
+inline constexpr TypeRule kVlanFilters[] = {
+    {QIR_NAMED(e_VLAN_FILT_TAG),   Show::kValHexU32, kAnyValue,                     kEq,    AllTypes(e_VLAN_FILT_MAX)},
+    {QIR_NAMED(e_VLAN_FILT_TPID),  Show::kValHexU16, kAnyValue,                     kEqNeq, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TPID)},
+    {QIR_NAMED(e_VLAN_FILT_TCI),   Show::kValHexU16, kAnyValue,                     kEq,    Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_PBITS, e_VLAN_FILT_DEI, e_VLAN_FILT_VID)},
+    {QIR_NAMED(e_VLAN_FILT_PBITS), Show::kValDecU8,  Bits8(0, QIR_PBITS_MAX - 1),   kEq,    Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_PBITS)},
+    {QIR_NAMED(e_VLAN_FILT_DEI),   Show::kValDecU8,  Bits8(0, 1),                   kEq,    Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_DEI)},
+    {QIR_NAMED(e_VLAN_FILT_VID),   Show::kValDecU16, Bits16(0, QIR_VLANID_MAX - 1), kEqNeq, Types(e_VLAN_FILT_TAG, e_VLAN_FILT_TCI, e_VLAN_FILT_VID)},
 };
+// The upper limits of code and session id leave out the highest number of their width; so do some of IPv4.
+inline constexpr TypeRule kPppoeFilters[] = {
+    {QIR_NAMED(e_PPPOE_FILT_VER),   Show::kDecU8,  Bits8(1, 1),      kEq,    Types(e_PPPOE_FILT_VER)},
+    {QIR_NAMED(e_PPPOE_FILT_TYPE),  Show::kDecU8,  Bits8(1, 1),      kEqNeq, Types(e_PPPOE_FILT_TYPE)},
+    {QIR_NAMED(e_PPPOE_FILT_CODE),  Show::kDecU8,  Bits8(0, 254),    kEq,    Types(e_PPPOE_FILT_CODE)},
+    {QIR_NAMED(e_PPPOE_FILT_SESID), Show::kDecU16, Bits16(0, 65534), kEq,    Types(e_PPPOE_FILT_SESID)},
+    {QIR_NAMED(e_PPPOE_FILT_PROTO), Show::kDecU16, kAnyValue,        kEqNeq, Types(e_PPPOE_FILT_PROTO)},
+};
+inline constexpr TypeRule kIpv4Filters[] = {
+    {QIR_NAMED(e_IPV4_FILT_VER),     Show::kDecU8,  Bits8(4, 4),                kEq,      Types(e_IPV4_FILT_VER)},
+    {QIR_NAMED(e_IPV4_FILT_IHL),     Show::kDecU8,  Bits8(0, 254),              kEq,      Types(e_IPV4_FILT_IHL)},
+    {QIR_NAMED(e_IPV4_FILT_SA),      Show::kCidr,   kIpPrefix,                  kEq,      Types(e_IPV4_FILT_SA)},
+    {QIR_NAMED(e_IPV4_FILT_DA),      Show::kCidr,   kIpPrefix,                  kEq,      Types(e_IPV4_FILT_DA, e_IPV4_FILT_MCAST)},
+    {QIR_NAMED(e_IPV4_FILT_MCAST),   Show::kDecU8,  Bits8(0, 1),                kEq,      Types(e_IPV4_FILT_DA, e_IPV4_FILT_MCAST)},
+    {QIR_NAMED(e_IPV4_FILT_TOS),     Show::kDecU8,  Bits8(0, 254),              kEq,      Types(e_IPV4_FILT_TOS, e_IPV4_FILT_DSCP)},
+    {QIR_NAMED(e_IPV4_FILT_DSCP),    Show::kDecU8,  Bits8(0, QIR_DSCP_MAX - 1), kEqRange, Types(e_IPV4_FILT_TOS, e_IPV4_FILT_DSCP)},
+    {QIR_NAMED(e_IPV4_FILT_DSCP_1P), Show::kDecU8,  Bits8(0, 7),                kEq,      Types(e_IPV4_FILT_DSCP_1P)},
+    {QIR_NAMED(e_IPV4_FILT_TTL_GT1), Show::kDecU8,  Bits8(0, 1),                kEq,      Types(e_IPV4_FILT_TTL_GT1)},
+    {QIR_NAMED(e_IPV4_FILT_PROTO),   Show::kDecU16, Bits16(0, 65534),           kEqNeq,   Types()},
+    {QIR_NAMED(e_IPV4_FILT_FRAG),    Show::kDecU16, Bits16(0, 1),               kEq,      Types(e_IPV4_FILT_FRAG)},
+};
+inline constexpr TypeRule kTcpFilters[] = {
+    {QIR_NAMED(e_TCP_FILT_SPORT), Show::kDecU16, kAnyValue,    kEqNeq, Types(e_TCP_FILT_SPORT)},
+    {QIR_NAMED(e_TCP_FILT_DPORT), Show::kDecU16, kAnyValue,    kEqNeq, Types(e_TCP_FILT_DPORT)},
+    {QIR_NAMED(e_TCP_FILT_SYN),   Show::kDecU8,  Bits8(0, 1),  kEq,    Types(e_TCP_FILT_SYN, e_TCP_FILT_CTRL)},
+    {QIR_NAMED(e_TCP_FILT_ACK),   Show::kDecU8,  Bits8(0, 1),  kEq,    Types(e_TCP_FILT_ACK, e_TCP_FILT_CTRL)},
+    {QIR_NAMED(e_TCP_FILT_FIN),   Show::kDecU8,  Bits8(0, 1),  kEq,    Types(e_TCP_FILT_FIN, e_TCP_FILT_CTRL)},
+    {QIR_NAMED(e_TCP_FILT_RST),   Show::kDecU8,  Bits8(0, 1),  kEq,    Types(e_TCP_FILT_RST, e_TCP_FILT_CTRL)},
+    {QIR_NAMED(e_TCP_FILT_CTRL),  Show::kDecU8,  Bits8(0, 63), kEq,    Types(e_TCP_FILT_SYN, e_TCP_FILT_ACK, e_TCP_FILT_FIN, e_TCP_FILT_RST, e_TCP_FILT_CTRL)},
+};
+inline constexpr TypeRule kUdpFilters[] = {
+    {QIR_NAMED(e_UDP_FILT_SPORT), Show::kDecU16, kAnyValue, kEqNeq, Types(e_UDP_FILT_SPORT)},
+    {QIR_NAMED(e_UDP_FILT_DPORT), Show::kDecU16, kAnyValue, kEqNeq, Types(e_UDP_FILT_DPORT)},
+};
+// clang-format on
 
 // ---- Actions ------------------------------------------------------------------------------------------
 
-constexpr Rule kEthActionDeps[] = {
-    {e_ETH_ACTION_DA, Types(e_ETH_ACTION_DA)},
-    {e_ETH_ACTION_SA, Types(e_ETH_ACTION_SA)},
-    {e_ETH_ACTION_ETHTYPE, Types(e_ETH_ACTION_ETHTYPE)},
-    {e_ETH_ACTION_PUSH_TAG, Types()}, // limited by the number of tags
-    {e_ETH_ACTION_POP_TAG, Types()},  // likewise
-};
-
-// Each field of a tag has its writers; a writer excludes the writers of its field, itself included, of every
-// larger field around it and of every smaller field inside it.
+// Several actions write the same field of a tag. Each is excluded by all writers of its field, itself
+// included, of the larger fields around it and of the smaller fields inside it.
 constexpr u16 kTagWriters = Types(e_VLAN_ACTION_SET_TAG, e_VLAN_ACTION_COPY_TAG_FROM_TAG);
 constexpr u16 kTpidWriters = Types(e_VLAN_ACTION_SET_TPID, e_VLAN_ACTION_COPY_TPID_FROM_TAG);
 constexpr u16 kTciWriters = Types(e_VLAN_ACTION_SET_TCI, e_VLAN_ACTION_COPY_TCI_FROM_TAG);
@@ -188,54 +169,51 @@ constexpr u16 kNotBesideTci = kTagWriters | kTciWriters | kPbitsWriters | kDeiWr
 constexpr u16 kNotBesidePbits = kTagWriters | kTciWriters | kPbitsWriters;
 constexpr u16 kNotBesideDei = kTagWriters | kTciWriters | kDeiWriters;
 constexpr u16 kNotBesideVid = kTagWriters | kTciWriters | kVidWriters;
-
-constexpr Rule kVlanActionDeps[] = {
-    {e_VLAN_ACTION_SET_TAG, kNotBesideTag},
-    {e_VLAN_ACTION_SET_TPID, kNotBesideTpid},
-    {e_VLAN_ACTION_SET_TCI, kNotBesideTci},
-    {e_VLAN_ACTION_SET_PBITS, kNotBesidePbits},
-    {e_VLAN_ACTION_SET_DEI, kNotBesideDei},
-    {e_VLAN_ACTION_SET_VID, kNotBesideVid},
-    {e_VLAN_ACTION_COPY_TAG_FROM_TAG, kNotBesideTag},
-    {e_VLAN_ACTION_COPY_TPID_FROM_TAG, kNotBesideTpid},
-    {e_VLAN_ACTION_COPY_TCI_FROM_TAG, kNotBesideTci},
-    {e_VLAN_ACTION_COPY_PBITS_FROM_TAG, kNotBesidePbits},
-    {e_VLAN_ACTION_COPY_VID_FROM_TAG, kNotBesideVid},
-    {e_VLAN_ACTION_COPY_DEI_FROM_TAG, kNotBesideDei},
-    {e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, kNotBesidePbits},
-    {e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE, kNotBesidePbits},
-};
 static_assert(kNotBesideTag == 0x3FFF && kNotBesideTpid == 0x00C3 && kNotBesideTci == 0x3F7D);
 static_assert(kNotBesidePbits == 0x334D && kNotBesideDei == 0x0955 && kNotBesideVid == 0x0565);
 
-constexpr Rule kPppoeActionDeps[] = {
-    {0, Types(0)},
+// clang-format off
+inline constexpr TypeRule kEthActions[] = {
+    {QIR_NAMED(e_ETH_ACTION_DA),       Show::kMac,       kAnyValue,                       kNoOp, Types(e_ETH_ACTION_DA)},
+    {QIR_NAMED(e_ETH_ACTION_SA),       Show::kMac,       kAnyValue,                       kNoOp, Types(e_ETH_ACTION_SA)},
+    {QIR_NAMED(e_ETH_ACTION_ETHTYPE),  Show::kValHexU16, Bits16(QIR_ETHTYPE_MIN, 0xFFFF), kNoOp, Types(e_ETH_ACTION_ETHTYPE)},
+    {QIR_NAMED(e_ETH_ACTION_PUSH_TAG), Show::kNothing,   kAnyValue,                       kNoOp, Types()}, // limited by the number of tags
+    {QIR_NAMED(e_ETH_ACTION_POP_TAG),  Show::kNothing,   kAnyValue,                       kNoOp, Types()}, // likewise
 };
-constexpr Rule kIpv4ActionDeps[] = {
-    {e_IPV4_ACTION_DA, Types(e_IPV4_ACTION_DA)},
-    {e_IPV4_ACTION_SA, Types(e_IPV4_ACTION_SA)},
-    {e_IPV4_ACTION_TOS, Types(e_IPV4_ACTION_TOS, e_IPV4_ACTION_DSCP)},
-    {e_IPV4_ACTION_DSCP, Types(e_IPV4_ACTION_TOS, e_IPV4_ACTION_DSCP)},
+inline constexpr TypeRule kVlanActions[] = {
+    {QIR_NAMED(e_VLAN_ACTION_SET_TAG),                  Show::kValHexU32, kAnyValue,                     kNoOp, kNotBesideTag},
+    {QIR_NAMED(e_VLAN_ACTION_SET_TPID),                 Show::kValHexU16, kAnyValue,                     kNoOp, kNotBesideTpid},
+    {QIR_NAMED(e_VLAN_ACTION_SET_TCI),                  Show::kValHexU16, kAnyValue,                     kNoOp, kNotBesideTci},
+    {QIR_NAMED(e_VLAN_ACTION_SET_PBITS),                Show::kValDecU8,  Bits8(0, QIR_PBITS_MAX - 1),   kNoOp, kNotBesidePbits},
+    {QIR_NAMED(e_VLAN_ACTION_SET_DEI),                  Show::kValDecU8,  Bits8(0, 1),                   kNoOp, kNotBesideDei},
+    {QIR_NAMED(e_VLAN_ACTION_SET_VID),                  Show::kValDecU16, Bits16(0, QIR_VLANID_MAX - 1), kNoOp, kNotBesideVid},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_TAG_FROM_TAG),        Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesideTag},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_TPID_FROM_TAG),       Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesideTpid},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_TCI_FROM_TAG),        Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesideTci},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_PBITS_FROM_TAG),      Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesidePbits},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_VID_FROM_TAG),        Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesideVid},
+    {QIR_NAMED(e_VLAN_ACTION_COPY_DEI_FROM_TAG),        Show::kValDecU32, kOtherTag,                     kNoOp, kNotBesideDei},
+    {QIR_NAMED(e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP),    Show::kValDecU32, kAnyValue,                     kNoOp, kNotBesidePbits},
+    {QIR_NAMED(e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE), Show::kNothing,   kAnyValue,                     kNoOp, kNotBesidePbits},
 };
-constexpr Rule kTcpActionDeps[] = {
-    {e_TCP_ACTION_SPORT, Types(e_TCP_ACTION_SPORT)},
-    {e_TCP_ACTION_DPORT, Types(e_TCP_ACTION_DPORT)},
+inline constexpr TypeRule kPppoeActions[] = {
+    {0, nullptr, Show::kNothing, kAnyValue, kNoOp, Types(0)},
 };
-constexpr Rule kUdpActionDeps[] = {
-    {e_UDP_ACTION_SPORT, Types(e_UDP_ACTION_SPORT)},
-    {e_UDP_ACTION_DPORT, Types(e_UDP_ACTION_DPORT)},
+inline constexpr TypeRule kIpv4Actions[] = {
+    {QIR_NAMED(e_IPV4_ACTION_DA),   Show::kCidr,     kAnyValue, kNoOp, Types(e_IPV4_ACTION_DA)},
+    {QIR_NAMED(e_IPV4_ACTION_SA),   Show::kCidr,     kAnyValue, kNoOp, Types(e_IPV4_ACTION_SA)},
+    {QIR_NAMED(e_IPV4_ACTION_TOS),  Show::kValDecU8, kAnyValue, kNoOp, Types(e_IPV4_ACTION_TOS, e_IPV4_ACTION_DSCP)},
+    {QIR_NAMED(e_IPV4_ACTION_DSCP), Show::kValDecU8, kAnyValue, kNoOp, Types(e_IPV4_ACTION_TOS, e_IPV4_ACTION_DSCP)},
 };
-
-constexpr RuleSet kActionDepRules[] = {
-    MakeRuleSet(e_FLOWHDR_ETH, e_FLOWHDR_ETH, e_ETH_ACTION_MAX, kEthActionDeps, "eth action type"),
-    MakeRuleSet(e_FLOWHDR_VLAN0, e_FLOWHDR_VLAN3, e_VLAN_ACTION_MAX, kVlanActionDeps, "vlan action type"),
-    MakeRuleSet(e_FLOWHDR_PPPOE, e_FLOWHDR_PPPOE, e_PPPOE_ACTION_MAX, kPppoeActionDeps, "PPPoE action type"),
-    MakeRuleSet(e_FLOWHDR_IPV4, e_FLOWHDR_IPV4, e_IPV4_ACTION_MAX, kIpv4ActionDeps, "IPv4 action type"),
+inline constexpr TypeRule kTcpActions[] = {
+    {QIR_NAMED(e_TCP_ACTION_SPORT), Show::kValDecU16, kAnyValue, kNoOp, Types(e_TCP_ACTION_SPORT)},
+    {QIR_NAMED(e_TCP_ACTION_DPORT), Show::kValDecU16, kAnyValue, kNoOp, Types(e_TCP_ACTION_DPORT)},
 };
-constexpr RuleSet kL4ActionDepRules[] = {
-    MakeRuleSet(e_L4FLOWHDR_TCP, e_L4FLOWHDR_TCP, e_TCP_ACTION_MAX, kTcpActionDeps, "TCP action type"),
-    MakeRuleSet(e_L4FLOWHDR_UDP, e_L4FLOWHDR_UDP, e_UDP_ACTION_MAX, kUdpActionDeps, "UDP action type"),
+inline constexpr TypeRule kUdpActions[] = {
+    {QIR_NAMED(e_UDP_ACTION_SPORT), Show::kValDecU16, kAnyValue, kNoOp, Types(e_UDP_ACTION_SPORT)},
+    {QIR_NAMED(e_UDP_ACTION_DPORT), Show::kValDecU16, kAnyValue, kNoOp, Types(e_UDP_ACTION_DPORT)},
 };
+// clang-format on
 
 } // namespace qir
 

@@ -6,8 +6,8 @@
 
 namespace qir {
 
-// Section budgets, rule tables, table pools, rate limiters, FCB pool, in this order. Returns the FCB pool's
-// result.
+// Initialises section budgets, rule tables, table pools, rate limiters and the FCB pool, in this order.
+// Returns 0.
 u32 Init_QirCfg();
 
 // Clears one rate limiter and its state.

@@ -1,6 +1,6 @@
-// The four kinds of table, as descriptions: what the shared cores of the table families are built from.
+// The four kinds of table. What all kinds do is written once, as templates over these descriptions.
 //
-// A kind names its handle, record, configuration and pool, and the texts and codes in which it differs.
+// A kind names its handle, its record, its pool, and the texts in which it differs.
 #ifndef QIRAPI_PRIVATE_TABLE_KINDS_H
 #define QIRAPI_PRIVATE_TABLE_KINDS_H
 

@@ -1,8 +1,8 @@
 // The table records of the shadow.
 //
-// Whole records travel to the driver, so their layout is shared with it. Every record begins with the same
-// five fields: handle, hwTblIdx, configuration, refCnt, status. The bytes behind refCnt are spare and keep
-// the fill pattern.
+// The driver gets whole records, so that both share their layout. Every record begins with the same five
+// fields: handle, hwTblIdx, configuration, refCnt, status. The bytes behind refCnt are spare and keep the
+// fill.
 #ifndef QIRAPI_PRIVATE_TABLE_RECORDS_H
 #define QIRAPI_PRIVATE_TABLE_RECORDS_H
 
@@ -11,7 +11,7 @@
 
 namespace qir {
 
-// Memory that nothing has written yet is filled with this byte, so that it is recognised when it is read.
+// Memory that nothing has written yet is filled with this byte, so that a reader recognises it.
 constexpr u8 kFillByte = 0xA5;
 // hwTblIdx of a table that is not in hardware.
 constexpr u32 kNoHwIdx = 0xFFFFFFFF;

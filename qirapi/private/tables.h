@@ -36,7 +36,7 @@ u32 Validate_PacTblHdl(PacTblHdl pacTblHdl);
 void Set_AsTblCfg(u8 tblIdx, const AsTblCfg *asTblCfg_p);
 void Fill_AsTblCfg(AsTblCfg *asTblCfg_p, u32 srcPortMask);
 
-// Puts one record into its initial state, FREE; what is not named in the function keeps the fill byte.
+// Puts one record into its initial state, FREE. What the function does not set keeps the fill byte.
 void Init_AsTbl(u8 tblIdx);
 void Init_DscpTbl(u8 tblIdx);
 void Init_EpTbl(u8 tblIdx);

@@ -1,6 +1,7 @@
 /**
  * @file
  * Actions: how a flow rewrites the frames it matches. Include qirapi/qirapi.h.
+ * docs/rules.md has a table of all types: values, how often, and what excludes what.
  *
  * docs/rules.md has every type's values, operators, number of times and exclusions.
  *

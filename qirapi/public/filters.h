@@ -1,6 +1,7 @@
 /**
  * @file
  * Filters: what a flow matches. Include qirapi/qirapi.h.
+ * docs/rules.md has a table of all types: values, operators, how often, and what excludes what.
  *
  * docs/rules.md has every type's values, operators, number of times and exclusions.
  *

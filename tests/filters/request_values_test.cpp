@@ -7,8 +7,8 @@
 namespace test {
 namespace {
 
-using qir::RequestLabel;
 using qir::Show;
+using qir::TypeRule;
 using qir::ValueForm;
 using qir::ValueRule;
 
@@ -18,17 +18,17 @@ constexpr auto kLastShow = static_cast<unsigned>(Show::kCidr);
 TEST(RequestValues, FormsWithoutAMeaningAcceptNothing) {
     const uint32_t val = 1;
     for (unsigned form = kLastForm + 1; form <= 0xFF; ++form) {
-        const ValueRule rule{0, static_cast<ValueForm>(form), 0, 0xFFFFFFFF};
+        const ValueRule rule{static_cast<ValueForm>(form), 0, 0xFFFFFFFF};
         EXPECT_FALSE(qir::IsValueAccepted(rule, &val)) << "form " << form;
     }
 }
 
-TEST(RequestValues, WaysToShowWithoutAMeaningShowTheLabelOnly) {
+TEST(RequestValues, WaysToShowWithoutAMeaningShowTheNameOnly) {
     const uint32_t val = 1;
     for (unsigned show = kLastShow + 1; show <= 0xFF; ++show) {
-        const RequestLabel labels[] = {{7, "<label> ", static_cast<Show>(show)}};
+        const TypeRule rules[] = {{0, "name", static_cast<Show>(show), qir::kAnyValue, 0, 0}};
         bool known = false;
-        EXPECT_EQ(Capture([&] { known = qir::PrintRequest(labels, 7, &val); }), "<label> ") << "way " << show;
+        EXPECT_EQ(Capture([&] { known = qir::PrintRequest(rules, 0, &val); }), "<name> ") << "way " << show;
         EXPECT_TRUE(known) << "way " << show;
     }
 }

@@ -58,6 +58,52 @@ TEST_F(FlowAlloc, DoesNotLookAtTheBudget) {
     EXPECT_EQ(Count(1), 0);
 }
 
+TEST_F(FlowAlloc, ARecordThatSaysFreeIsFreeWhoeverWroteIt) {
+    for (unsigned i = 0; i < 40; ++i) {
+        FlowIn(e_STATUS_ALLOC);
+    }
+    FlowHdl hdl{};
+    qirCtxt_gp->fcbPool[5].status = e_STATUS_FREE;
+    ASSERT_EQ(QIR_Alloc_FCB(1, &hdl), 0u);
+    EXPECT_EQ(hdl.f1.id, 5u);
+
+    qirCtxt_gp->fcbPool[40].status = e_STATUS_ACTIVE;
+    ASSERT_EQ(QIR_Alloc_FCB(1, &hdl), 0u);
+    EXPECT_EQ(hdl.f1.id, 41u);
+}
+
+TEST_F(FlowAlloc, AContextRestoredFromACopyHasItsOwnFreeFlows) {
+    for (unsigned i = 0; i < 40; ++i) {
+        FlowIn(e_STATUS_ALLOC);
+    }
+    FlowHdl hdl = test::Flow(5);
+    ASSERT_EQ(QIR_Free_FCB(&hdl), 0u);
+    const qir::QirCtxt copy = *qirCtxt_gp;
+    for (const unsigned expected : {5u, 40u, 41u}) {
+        EXPECT_EQ(FlowIn(e_STATUS_ALLOC).f1.id, expected);
+    }
+    *qirCtxt_gp = copy;
+    for (const unsigned expected : {5u, 40u}) {
+        EXPECT_EQ(FlowIn(e_STATUS_ALLOC).f1.id, expected);
+    }
+    std::memset(static_cast<void *>(qirCtxt_gp), 0, sizeof *qirCtxt_gp);
+    ASSERT_EQ(QIR_Alloc_FCB(1, &hdl), 0u);
+    EXPECT_EQ(hdl.f1.id, 0u);
+}
+
+TEST_F(FlowAlloc, AnyOneFlowFreedInAFullPoolIsFound) {
+    for (unsigned i = 0; i < QIR_MAX_FLOWS; ++i) {
+        FlowIn(e_STATUS_ALLOC);
+    }
+    for (unsigned i = 0; i < QIR_MAX_FLOWS; ++i) {
+        FlowHdl hdl = test::Flow(i);
+        ASSERT_EQ(QIR_Free_FCB(&hdl), 0u);
+        hdl.f1.id = QIR_MAX_FLOWS;
+        ASSERT_EQ(QIR_Alloc_FCB(1, &hdl), 0u);
+        EXPECT_EQ(hdl.f1.id, i);
+    }
+}
+
 TEST_F(FlowAlloc, ReusesTheLowestFreedFcb) {
     std::vector<FlowHdl> flows;
     for (int i = 0; i < 10; ++i) {

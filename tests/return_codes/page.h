@@ -1,4 +1,4 @@
-// The table of operations as the page of the documentation.
+// The pages of the documentation that are generated: the table of operations, and the rules.
 #ifndef TESTS_RETURN_CODES_PAGE_H
 #define TESTS_RETURN_CODES_PAGE_H
 
@@ -7,6 +7,7 @@
 namespace return_codes {
 
 std::string RenderPage();
+std::string RenderRulesPage();
 
 } // namespace return_codes
 

@@ -214,15 +214,15 @@ TEST(ReturnCodeTable, HasEveryPublicOperation) {
     }
 }
 
-TEST(ReturnCodeTable, IsTheOneOfTheDocumentation) {
-    const std::string page = RenderPage();
+// Expects the committed page to be the generated one; with UPDATE_DOCS it rewrites it.
+void ExpectCommitted(const char *path, const std::string &page) {
     if (std::getenv("UPDATE_DOCS") != nullptr) {
-        std::ofstream file(RETURN_CODES_PAGE, std::ios::binary);
+        std::ofstream file(path, std::ios::binary);
         file << page;
-        ASSERT_TRUE(file.flush()) << "cannot write " RETURN_CODES_PAGE;
+        ASSERT_TRUE(file.flush()) << "cannot write " << path;
         return;
     }
-    const std::string committed = ReadFile(RETURN_CODES_PAGE);
+    const std::string committed = ReadFile(path);
     if (page == committed) {
         return;
     }
@@ -235,8 +235,16 @@ TEST(ReturnCodeTable, IsTheOneOfTheDocumentation) {
     const auto lineOf = [i](const std::vector<std::string> &lines) {
         return i < lines.size() ? lines[i] : std::string("(the end of the page)");
     };
-    FAIL() << RETURN_CODES_PAGE ":" << i + 1 << "\n  page:  " << lineOf(found)
-           << "\n  table: " << lineOf(expected) << "\nUPDATE_DOCS=1 rewrites the page.";
+    FAIL() << path << ":" << i + 1 << "\n  page:  " << lineOf(found) << "\n  table: " << lineOf(expected)
+           << "\nUPDATE_DOCS=1 rewrites the page.";
+}
+
+TEST(ReturnCodeTable, IsTheOneOfTheDocumentation) {
+    ExpectCommitted(RETURN_CODES_PAGE, RenderPage());
+}
+
+TEST(RuleTables, AreThoseOfTheDocumentation) {
+    ExpectCommitted(RULES_PAGE, RenderRulesPage());
 }
 
 } // namespace return_codes

@@ -133,6 +133,13 @@ struct KindName {
     template <class Kind> static std::string GetName(int) { return Kind::kName; }
 };
 
+// The pools of all kinds stand in a row in the context: one that has no kind here does not compile.
+template <class... Kind> constexpr std::size_t PoolBytes(::testing::Types<Kind...>) {
+    return (0 + ... + (Kind::kPoolSize * sizeof(typename Kind::Info)));
+}
+static_assert(PoolBytes(AllKinds()) ==
+              offsetof(qir::QirCtxt, rlTciCfgTbl) - offsetof(qir::QirCtxt, asTblPool));
+
 } // namespace test
 
 #endif
