@@ -1,8 +1,5 @@
 #include "fuzz/invariants.h"
 
-#include "fuzz/request_lists.h"
-#include "fuzz/tables.h"
-
 #include <initializer_list>
 #include <span>
 
@@ -128,54 +125,45 @@ Complaint CheckContents(const PacTblInfo &tbl, u32 idx) {
     return FirstBroken("PAC table", idx, {{tbl.status < e_STATUS_CFG || known, "unknown override bits"}});
 }
 
-// Flows that name each table, in one walk.
-struct Naming {
-    std::array<u32, 256> ep{};
-    std::array<u32, 256> pac{};
-};
+template <class Kind>
+constexpr const char *kTblName = __is_same(Kind, AsKind)     ? "AS table"
+                                 : __is_same(Kind, DscpKind) ? "DSCP table"
+                                 : __is_same(Kind, EpKind)   ? "EP table"
+                                                             : "PAC table";
 
-Naming CountNaming(const QirCtxt &ctxt, u32 numFlows) {
-    Naming naming;
-    for (const Fcb &fcb : std::span(ctxt.fcbPool, numFlows)) {
-        if (fcb.status == e_STATUS_FREE || fcb.tblAssoc == 0) {
-            continue;
+// `uses`: flows that name each table, with the drift. Null for kinds that no operation counts. EP tables are put
+// into their state by hand.
+template <class Kind>
+Complaint CheckPool(const typename Kind::Info (&pool)[Kind::kPoolSize], const i32 *uses, const i32 *drift) {
+    constexpr bool kByHand = __is_same(Kind, EpKind);
+    for (u32 idx = 0; idx < Kind::kPoolSize; ++idx) {
+        const auto &tbl = pool[idx];
+        const i32 refCnt = uses != nullptr ? uses[idx] : 0;
+        const bool isFree = tbl.status == e_STATUS_FREE;
+        const bool drifts = drift != nullptr && drift[idx] != 0;
+        Complaint broken = FirstBroken(
+            kTblName<Kind>, idx,
+            {{tbl.status < e_STATUS_MAX, "no such status"},
+             {isFree || kByHand || tbl.hdl.f1.id == idx, "its handle names another table"},
+             {tbl.status != e_STATUS_ALLOC || tbl.hwTblIdx == kNoHwIdx, "in hardware, and still ALLOC"},
+             {tbl.refCnt == static_cast<u16>(refCnt), "refCnt is not what uses it"},
+             {!isFree || kByHand || tbl.refCnt == 0 || drifts, "FREE, and in use"}});
+        if (broken.empty() && !isFree) {
+            broken = CheckContents(tbl, idx);
         }
-        naming.ep[fcb.epTblHdl.f1.id] += (fcb.tblAssoc & kTblAssocEp) != 0 ? 1 : 0;
-        naming.pac[fcb.pacTblHdl.f1.id] += (fcb.tblAssoc & kTblAssocPac) != 0 ? 1 : 0;
+        if (!broken.empty()) {
+            return broken;
+        }
     }
-    return naming;
+    return {};
 }
 
-u16 ExpectedRefCnt(TblKind kind, u32 idx, const Naming &naming, const Past &past) {
-    switch (kind) {
-    case TblKind::Ep:
-        return static_cast<u16>(static_cast<i32>(naming.ep[idx]) + past.epDrift[idx]);
-    case TblKind::Pac:
-        return static_cast<u16>(static_cast<i32>(naming.pac[idx]) + past.pacDrift[idx]);
-    default:
-        return 0; // no operation counts in these
+// The handle of a flow that is associated.
+template <class Tables> void Replace(Tables &drift, bool associated, u32 was, u32 is) {
+    if (associated && was < drift.size() && is < drift.size()) {
+        ++drift[was];
+        --drift[is];
     }
-}
-
-// Of a FREE table. EP tables are put into their state by hand.
-bool IsUnused(TblKind kind, u32 idx, u16 refCnt, const Past &past) {
-    return kind == TblKind::Ep || refCnt == 0 || (kind == TblKind::Pac && past.pacDrift[idx] != 0);
-}
-
-template <class Info>
-Complaint CheckTable(TblKind kind, const Info &tbl, u32 idx, const Naming &naming, const Past &past) {
-    const bool named = tbl.status == e_STATUS_FREE || kind == TblKind::Ep || tbl.hdl.f1.id == idx;
-    Complaint broken = FirstBroken(
-        NameOf(kind), idx,
-        {{tbl.status < e_STATUS_MAX, "no such status"},
-         {named, "its handle names another table"},
-         {tbl.status != e_STATUS_ALLOC || tbl.hwTblIdx == kNoHwIdx, "in hardware, and still ALLOC"},
-         {tbl.refCnt == ExpectedRefCnt(kind, idx, naming, past), "refCnt is not what uses it"},
-         {tbl.status != e_STATUS_FREE || IsUnused(kind, idx, tbl.refCnt, past), "FREE, and in use"}});
-    if (broken.empty() && tbl.status != e_STATUS_FREE) {
-        broken = CheckContents(tbl, idx);
-    }
-    return broken;
 }
 
 bool IsRate(const RlEnt &ent) {
@@ -185,14 +173,32 @@ bool IsRate(const RlEnt &ent) {
 
 } // namespace
 
-Complaint CheckFlow(const QirCtxt &ctxt, u32 idx, const Past &past) {
+void Drift::Note(const QirCtxt &ctxt, const Call &call, const Fcb &before) {
+    if (call.changes == &kInitSystem) {
+        *this = {};
+    } else if (call.changes == &kAllocTable<PacKind> && call.rc == e_RET_OK) {
+        pac[call.table] = 0;
+        for (const Fcb &fcb : ctxt.fcbPool) {
+            const bool names = fcb.status != e_STATUS_FREE && (fcb.tblAssoc & kTblAssocPac) != 0;
+            pac[call.table] -= names && fcb.pacTblHdl.f1.id == call.table ? 1 : 0;
+        }
+    } else if (call.changes == &kSetPacInfo && call.flow != kNone) {
+        Replace(pac, (before.tblAssoc & kTblAssocPac) != 0, before.pacTblHdl.f1.id,
+                ctxt.fcbPool[call.flow].pacTblHdl.f1.id);
+    } else if (call.changes == &kSetEpInfo && call.flow != kNone) {
+        Replace(ep, (before.tblAssoc & kTblAssocEp) != 0, before.epTblHdl.f1.id,
+                ctxt.fcbPool[call.flow].epTblHdl.f1.id);
+    }
+}
+
+Complaint CheckFlow(const QirCtxt &ctxt, u32 idx) {
     const Fcb &fcb = ctxt.fcbPool[idx];
     if (fcb.status == e_STATUS_FREE) {
         return {};
     }
     Complaint broken = CheckFields(fcb, idx);
     if (broken.empty()) {
-        broken = CheckLists(fcb, past.flow[idx]);
+        broken = CheckLists(fcb);
         broken = broken.empty() ? broken : "flow " + std::to_string(idx) + ": " + broken;
     }
     return broken;
@@ -218,17 +224,22 @@ Complaint CheckSections(const QirCtxt &ctxt, u32 numFlows) {
                                     : "the budgets of the sections exceed the flows that there are";
 }
 
-Complaint CheckTables(const QirCtxt &ctxt, const Past &past, u32 numFlows) {
-    const Naming naming = CountNaming(ctxt, numFlows);
-    for (u32 k = 0; k < static_cast<u32>(TblKind::Num); ++k) {
-        const auto kind = static_cast<TblKind>(k);
-        const Complaint broken = WithPool(ctxt, kind, [&](auto, const auto &pool) {
-            Complaint first;
-            for (u32 idx = 0; first.empty() && idx < CountOf(kind); ++idx) {
-                first = CheckTable(kind, pool[idx], idx, naming, past);
-            }
-            return first;
-        });
+Complaint CheckTables(const QirCtxt &ctxt, const Drift &drift, u32 numFlows) {
+    auto ep = drift.ep;
+    auto pac = drift.pac;
+    for (const Fcb &fcb : std::span(ctxt.fcbPool, numFlows)) {
+        if (fcb.status != e_STATUS_FREE) {
+            const u32 epTable = fcb.epTblHdl.f1.id;
+            const u32 pacTable = fcb.pacTblHdl.f1.id;
+            ep[epTable % ep.size()] += (fcb.tblAssoc & kTblAssocEp) != 0 ? 1 : 0;
+            pac[pacTable % pac.size()] += (fcb.tblAssoc & kTblAssocPac) != 0 ? 1 : 0;
+        }
+    }
+    const Complaint first[] = {CheckPool<AsKind>(ctxt.asTblPool, nullptr, nullptr),
+                               CheckPool<DscpKind>(ctxt.dscpTblPool, nullptr, nullptr),
+                               CheckPool<EpKind>(ctxt.epTblPool, ep.data(), drift.ep.data()),
+                               CheckPool<PacKind>(ctxt.pacTblPool, pac.data(), drift.pac.data())};
+    for (const Complaint &broken : first) {
         if (!broken.empty()) {
             return broken;
         }
@@ -264,16 +275,16 @@ Complaint CheckSettings(const QirCtxt &ctxt) {
                         {ctxt.rlStatus < QIR_RLSTATUS_MAX, "no such rate-limiter status"}});
 }
 
-Complaint CheckContext(const QirCtxt &ctxt, const Past &past) {
+Complaint CheckContext(const QirCtxt &ctxt, const Drift &drift) {
     for (u32 idx = 0; idx < QIR_MAX_FLOWS; ++idx) {
-        if (Complaint broken = CheckFlow(ctxt, idx, past); !broken.empty()) {
+        if (Complaint broken = CheckFlow(ctxt, idx); !broken.empty()) {
             return broken;
         }
     }
     if (Complaint broken = CheckSections(ctxt); !broken.empty()) {
         return broken;
     }
-    if (Complaint broken = CheckTables(ctxt, past); !broken.empty()) {
+    if (Complaint broken = CheckTables(ctxt, drift); !broken.empty()) {
         return broken;
     }
     return CheckSettings(ctxt);

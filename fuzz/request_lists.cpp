@@ -1,8 +1,11 @@
-#include "fuzz/request_lists.h"
-
+// The request nodes of a flow: who is on which list, and what the counts say.
+//
+// Every node names itself and two neighbours that name it back, so that all 32 lie on rings. The ring of node
+// 0 is the free list; each header has a ring of its own, headed by the node that its entry names. There are no
+// other rings, unless VLAN tags 2 and 3, which lie over the entries of other headers, have left some.
+#include "fuzz/invariants.h"
 #include "qirapi/access/request_kinds.h"
 
-#include <cstddef>
 #include <cstring>
 
 namespace fuzz {
@@ -13,9 +16,9 @@ namespace {
 
 constexpr u32 kNodes = QIR_MAX_FCBREQ;
 constexpr u16 kFill16 = 0xA5A5;
+constexpr u16 kTags2And3 = 1u << e_FLOWHDR_VLAN2 | 1u << e_FLOWHDR_VLAN3;
 
-// One header's list. `hdr` is the header that it belongs to, `entry` lies in the FCB, `typeOffset` in a
-// request.
+// One header's list. `entry` lies in the FCB, `typeOffset` in a request.
 struct List {
     const char *name;
     bool filter;
@@ -23,13 +26,21 @@ struct List {
     u32 entry;
     u32 numTypes;
     u32 typeOffset;
+    bool l4; // TCP or UDP
+    u16 countsFrom = 0;
 };
 
-template <class Kind> constexpr List ListOf(const char *name, u32 hdr, u32 tag = 0) {
+template <class Kind> constexpr List ListOf(const char *name, u32 hdr, u32 tag = 0, u16 countsFrom = 0) {
     constexpr bool kFilter = __is_same(typename Kind::Blk, FilterBlk);
     const u32 blk = kFilter ? offsetof(Fcb, filterBlk) : offsetof(Fcb, actionBlk);
-    return {
-        name, kFilter, hdr, blk + Kind::Entry(tag), Kind::kNumTypes, offsetof(typename Kind::Record, type)};
+    return {name,
+            kFilter,
+            hdr,
+            blk + Kind::Entry(tag),
+            Kind::kNumTypes,
+            offsetof(typename Kind::Record, type),
+            Kind::kL4,
+            countsFrom};
 }
 
 constexpr List kLists[] = {
@@ -43,29 +54,12 @@ constexpr List kLists[] = {
     ListOf<EthActionKind>("Ethernet actions", e_FLOWHDR_ETH),
     ListOf<VlanActionKind>("actions of tag 0", e_FLOWHDR_VLAN0, 0),
     ListOf<VlanActionKind>("actions of tag 1", e_FLOWHDR_VLAN1, 1),
-    ListOf<PppoeActionKind>("PPPoE actions", e_FLOWHDR_PPPOE),
+    // The count is not reset with the header: it goes on from the fill.
+    ListOf<PppoeActionKind>("PPPoE actions", e_FLOWHDR_PPPOE, 0, kFill16),
     ListOf<Ipv4ActionKind>("IPv4 actions", e_FLOWHDR_IPV4),
     ListOf<TcpActionKind>("TCP actions", e_FLOWHDR_IPV4),
     ListOf<UdpActionKind>("UDP actions", e_FLOWHDR_IPV4),
 };
-
-constexpr u32 kIpv4Filters = offsetof(Fcb, filterBlk) + Ipv4FilterKind::Entry(0);
-constexpr u32 kPppoeActions = offsetof(Fcb, actionBlk) + PppoeActionKind::Entry(0);
-
-u16 HdrBmapOf(const Fcb &fcb, const List &list) {
-    return list.filter ? fcb.filterBlk.hdrBmap : fcb.actionBlk.hdrBmap;
-}
-
-bool IsTcpOrUdp(const List &list) {
-    return list.hdr == e_FLOWHDR_IPV4 && list.entry != kIpv4Filters &&
-           list.entry != offsetof(Fcb, actionBlk) + Ipv4ActionKind::Entry(0);
-}
-
-HdrEntry EntryAt(const Fcb &fcb, u32 offset) {
-    HdrEntry entry;
-    std::memcpy(&entry, reinterpret_cast<const u8 *>(&fcb) + offset, sizeof entry);
-    return entry;
-}
 
 std::string Node(u32 idx) {
     return "node " + std::to_string(idx);
@@ -87,52 +81,24 @@ Complaint CheckLinks(const Fcb &fcb) {
     return {};
 }
 
+// Of nodes whose links are right: each is on one ring.
 struct Rings {
+    explicit Rings(const Fcb &fcb) {
+        bool seen[kNodes] = {};
+        for (u32 i = 0; i < kNodes; ++i) {
+            num += seen[i] ? 0 : 1;
+            for (u32 node = i; !seen[node]; node = fcb.reqPool[node].next) {
+                seen[node] = true;
+                of[node] = num - 1;
+                ++length[num - 1];
+            }
+        }
+    }
     u32 num = 0;
     u32 of[kNodes] = {};     // ring of each node
     u32 length[kNodes] = {}; // of each ring
     bool headed[kNodes] = {};
 };
-
-// Of nodes whose links are right: each is on one ring.
-Rings FindRings(const Fcb &fcb) {
-    Rings rings;
-    bool seen[kNodes] = {};
-    for (u32 i = 0; i < kNodes; ++i) {
-        if (seen[i]) {
-            continue;
-        }
-        for (u32 node = i; !seen[node]; node = fcb.reqPool[node].next) {
-            seen[node] = true;
-            rings.of[node] = rings.num;
-            ++rings.length[rings.num];
-        }
-        ++rings.num;
-    }
-    return rings;
-}
-
-// The IPv4 filters' list is the free list, because VLAN tag 3 was laid over its head.
-bool IsFreeList(const Fcb &fcb, const List &list, u16 head) {
-    return head == 0 && list.entry == kIpv4Filters && IsHdrSet(fcb.filterBlk.hdrBmap, e_FLOWHDR_VLAN3);
-}
-
-// TCP and UDP had no node to head a list any more. Then there is none to this day, but for those that IPv4
-// filters put there.
-bool IsMissing(const Fcb &fcb, const List &list, u16 head, const FlowPast &past) {
-    return head == kFill16 && IsTcpOrUdp(list) && (fcb.freeReqCount == 0 || past.onFreeList != 0);
-}
-
-u16 ExpectedCount(const Fcb &fcb, const List &list, u32 members, const FlowPast &past) {
-    u32 count = members;
-    if (list.entry == kIpv4Filters) {
-        count -= past.ipv4Missing;
-    } else if (list.entry == kPppoeActions && !IsHdrSet(fcb.actionBlk.hdrBmap, e_FLOWHDR_VLAN2)) {
-        // Not reset with its header: it counts on from the fill. VLAN tag 2, on the same entry, resets it.
-        count += kFill16;
-    }
-    return static_cast<u16>(count);
-}
 
 Complaint CheckRequests(const Fcb &fcb, const List &list, const HdrEntry &entry) {
     for (u32 i = fcb.reqPool[entry.reqList].next; i != entry.reqList; i = fcb.reqPool[i].next) {
@@ -149,14 +115,10 @@ Complaint CheckRequests(const Fcb &fcb, const List &list, const HdrEntry &entry)
     return {};
 }
 
-Complaint CheckList(const Fcb &fcb, const List &list, Rings &rings, const FlowPast &past) {
-    const HdrEntry entry = EntryAt(fcb, list.entry);
-    if (IsFreeList(fcb, list, entry.reqList)) {
-        const bool counted = entry.reqCount == static_cast<u16>(past.ipv4Before + past.onFreeList);
-        return counted ? Complaint{} : std::string("the ") + list.name + " on the free list are miscounted";
-    }
-    if (IsMissing(fcb, list, entry.reqList, past)) {
-        return {};
+Complaint CheckList(const Fcb &fcb, const List &list, Rings &rings) {
+    const HdrEntry entry = LoadEntry(fcb, list.entry);
+    if (entry.reqList == kFill16 && list.l4 && fcb.freeReqCount == 0) {
+        return {}; // TCP and UDP had no node to head a list any more, and there is none to this day
     }
     if (entry.reqList == 0 || entry.reqList >= kNodes) {
         return std::string("the ") + list.name + " have no list";
@@ -166,54 +128,47 @@ Complaint CheckList(const Fcb &fcb, const List &list, Rings &rings, const FlowPa
         return std::string("the ") + list.name + " are on the list of another header";
     }
     rings.headed[ring] = true;
-    if (entry.reqCount != ExpectedCount(fcb, list, rings.length[ring] - 1, past)) {
+    if (static_cast<u16>(entry.reqCount - list.countsFrom) != rings.length[ring] - 1) {
         return std::string("the ") + list.name + " are miscounted";
     }
     return CheckRequests(fcb, list, entry);
 }
 
-u32 NumHdrs(u16 hdrBmap) {
-    u32 hdrs = 0;
-    for (u32 hdr = 0; hdr < e_FLOWHDR_MAX; ++hdr) {
-        hdrs += IsHdrSet(hdrBmap, hdr) ? 1 : 0;
-    }
-    return hdrs;
-}
-
-// One node for each header, and one each for TCP and UDP.
-u32 NumHeads(const Fcb &fcb) {
-    u32 heads = NumHdrs(fcb.filterBlk.hdrBmap) + NumHdrs(fcb.actionBlk.hdrBmap);
-    for (const List &list : kLists) {
-        const bool allocated = IsTcpOrUdp(list) && IsHdrSet(HdrBmapOf(fcb, list), list.hdr);
-        heads += allocated && EntryAt(fcb, list.entry).reqList < kNodes ? 1 : 0;
-    }
-    return heads;
-}
-
 } // namespace
 
-Complaint CheckLists(const Fcb &fcb, const FlowPast &past) {
+Complaint CheckLists(const Fcb &fcb) {
     if (Complaint broken = CheckLinks(fcb); !broken.empty()) {
         return broken;
     }
-    Rings rings = FindRings(fcb);
-    rings.headed[rings.of[0]] = true;
     if (fcb.freeReqList != 0) {
         return "node 0 does not head the free list";
     }
+    if (((fcb.filterBlk.hdrBmap | fcb.actionBlk.hdrBmap) & kTags2And3) != 0) {
+        return {};
+    }
+    Rings rings(fcb);
+    rings.headed[rings.of[0]] = true;
     const u32 numFree = rings.length[rings.of[0]] - 1;
-    if (numFree != static_cast<u16>(fcb.freeReqCount + past.onFreeList)) {
+    if (numFree != fcb.freeReqCount) {
         return "counts " + std::to_string(fcb.freeReqCount) + " free nodes, has " + std::to_string(numFree);
     }
     for (const List &list : kLists) {
-        if (!IsHdrSet(HdrBmapOf(fcb, list), list.hdr)) {
+        const u16 hdrBmap = list.filter ? fcb.filterBlk.hdrBmap : fcb.actionBlk.hdrBmap;
+        if (!IsHdrSet(hdrBmap, list.hdr)) {
             continue;
         }
-        if (Complaint broken = CheckList(fcb, list, rings, past); !broken.empty()) {
+        if (Complaint broken = CheckList(fcb, list, rings); !broken.empty()) {
             return broken;
         }
     }
-    const u32 expected = 1 + NumHeads(fcb) + past.strays;
+    // MPLS has a node, and no entry.
+    u32 expected = 0;
+    for (const u16 hdrBmap : {fcb.filterBlk.hdrBmap, fcb.actionBlk.hdrBmap}) {
+        expected += IsHdrSet(hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0;
+    }
+    for (const bool headed : rings.headed) {
+        expected += headed ? 1 : 0;
+    }
     if (rings.num != expected) {
         return std::to_string(rings.num) + " lists of nodes, " + std::to_string(expected) + " were made";
     }

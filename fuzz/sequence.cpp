@@ -1,18 +1,11 @@
 #include "fuzz/public_calls.h"
 
-#include "fuzz/allocated_headers.h"
-#include "fuzz/asked.h"
-#include "fuzz/changes.h"
-#include "fuzz/effects.h"
 #include "fuzz/hardware.h"
 #include "fuzz/invariants.h"
-#include "fuzz/stored_requests.h"
 #include "log/qel_log.h"
-#include "qirapi/private/fcb.h"
 #include "qirapi/private/report.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <utility>
 #include <vector>
@@ -41,37 +34,32 @@ class Sequence {
     Complaint Repeat(Input &in);
     Complaint SetEpTable(Input &in);
     void ArmFault(Input &in);
-    void CountHits(u32 slot) const;
     Complaint LookAt(const Call &call);
-    Complaint WhatIsWrong(const Call &call);
     Complaint LookAtDriver(const Call &call);
     Complaint LookAtContext(const Call &call);
     std::string LastCalls() const;
 
     Before &before_;
     const std::function<void(const Call &)> &observe_;
-    Past past_;
-    HardwarePast hardware_;
+    Drift drift_;
+    TwoSides sides_;
     Fault armed_ = Fault::None;
     bool isPresent_ = true; // the device
     std::vector<Call> calls_;
     u32 numFlows_ = 0; // flows and their slots behind these have not been used yet
 };
 
-const std::array kAllOperations = {SystemOperations(), TableOperations(), FlowOperations(),
-                                   RequestOperations()};
-
-// How often each family is chosen, of 32.
-constexpr u32 kWeights[] = {4, 7, 11, 10};
-
-const Operation &TakeOperation(u8 family, Input &in) {
-    u32 at = family % 32u;
-    u32 i = 0;
-    while (at >= kWeights[i]) {
-        at -= kWeights[i++];
+const Operation &TakeOperation(u8 byte, Input &in) {
+    u32 all = 0;
+    for (const Family &family : Families()) {
+        all += family.weight;
     }
-    const std::span<const Operation> operations = kAllOperations[i];
-    return operations[in.Byte() % operations.size()];
+    u32 at = byte % all;
+    const Family *family = Families().data();
+    for (; at >= family->weight; ++family) {
+        at -= family->weight;
+    }
+    return family->operations[in.Byte() % family->operations.size()];
 }
 
 bool IsKnown(u32 rc) {
@@ -87,7 +75,7 @@ Complaint Sequence::Run(Input &in) {
     if (Complaint broken = before_.CompareRest(*qirCtxt_gp); !broken.empty()) {
         return broken;
     }
-    return hardware_.Check(*qirCtxt_gp, *orxemu_state());
+    return sides_.Check(*qirCtxt_gp, *orxemu_state(), {"(the end)", &kReads}, QIR_MAX_FLOWS);
 }
 
 Complaint Sequence::Next(Input &in) {
@@ -150,18 +138,14 @@ Complaint Sequence::Repeat(Input &in) {
 
 // The operations on EP tables do nothing. What flows do with one is seen when it is put into a state by hand.
 Complaint Sequence::SetEpTable(Input &in) {
-    Call call;
-    call.name = "(an EP table set)";
-    call.doing = Doing::ConfigTable;
-    call.tblKind = TblKind::Ep;
+    Call call{"(an EP table set)", &kChangeTable<EpKind>};
     call.table = in.Byte() % QIR_EPTBL_MAXNUM;
     qirCtxt_gp->epTblPool[call.table].status = in.Byte() % e_STATUS_MAX;
     return LookAt(call);
 }
 
 Complaint Sequence::CallOperation(const Operation &operation, Input &in) {
-    Call call;
-    call.name = operation.name;
+    Call call{operation.name, &operation.changes};
     operation.run(in, call);
     return LookAt(call);
 }
@@ -182,105 +166,72 @@ std::string Sequence::LastCalls() const {
     return text;
 }
 
-// Another number for each counter of each flow, so that it is seen whose they are.
-void Sequence::CountHits(u32 slot) const {
-    for (u32 counter = 0; counter < std::size(FcbHits{}.hits); ++counter) {
-        orxemu_addHits(slot, counter, static_cast<u32>(calls_.size()) << 8 | counter);
-    }
-}
-
 Complaint Sequence::LookAt(const Call &call) {
     calls_.push_back(call);
     // The hardware takes the lowest slot, and no more of them than there are activations.
     const u32 named = call.flow == kNone ? 0 : call.flow + 1;
-    const u32 activated = call.doing == Doing::ActivateFlow ? numFlows_ + 1 : 0;
+    const u32 activated = call.changes == &kActivateFlow ? numFlows_ + 1 : 0;
     numFlows_ = std::min<u32>(std::max({numFlows_, named, activated}), QIR_MAX_FLOWS);
-    const Complaint broken = WhatIsWrong(call);
-    orxemu_clearLog();
-    if (broken.empty() && call.doing == Doing::ActivateFlow && call.rc == e_RET_OK) {
-        CountHits(qirCtxt_gp->fcbPool[call.flow].hwFlowIdx);
+    Complaint broken = IsKnown(call.rc) ? LookAtDriver(call) : "no such code";
+    if (broken.empty()) {
+        broken = LookAtContext(call);
     }
+    if (broken.empty()) {
+        broken = sides_.Check(*qirCtxt_gp, *orxemu_state(), call, numFlows_);
+    }
+    orxemu_clearLog();
     if (broken.empty() && observe_) {
         observe_(call);
     }
     return broken.empty() ? broken : LastCalls() + broken;
 }
 
-Complaint Sequence::WhatIsWrong(const Call &call) {
-    if (!IsKnown(call.rc)) {
-        return "no such code";
-    }
-    if (Complaint broken = LookAtDriver(call); !broken.empty()) {
-        return broken;
-    }
-    if (Complaint broken = LookAtContext(call); !broken.empty()) {
-        return broken;
-    }
-    return hardware_.Check(*qirCtxt_gp, *orxemu_state(), numFlows_);
-}
-
+// A code of 1 says that the driver failed, and nothing else says it: the device could not be opened, or the
+// request was refused. A call that is accepted has asked when it had something to ask.
 Complaint Sequence::LookAtDriver(const Call &call) {
+    const Asks asks = call.changes->asks;
+    const bool failed = call.rc == e_RET_DRIVER_FAILURE;
+    const bool accepted = call.rc == e_RET_OK;
+    const bool opens = isPresent_ && armed_ != Fault::Open;
+    const std::size_t num = orxemu_numRequests();
     if (orxemu_openDescriptors() != 0) {
         return "left the device open";
     }
-    const bool opens = isPresent_ && armed_ != Fault::Open;
-    const OrxEmuRequest *const request = orxemu_request(0);
-    const Asked asked{orxemu_numRequests(), request, opens};
-    if (Complaint broken = CheckAsked(before_.Ctxt(), *qirCtxt_gp, call, asked); !broken.empty()) {
-        return broken;
+    if (num > (asks == Asks::Never ? 0 : 1)) {
+        return std::to_string(num) + " requests";
     }
-    if (Complaint broken = CheckTaken(*qirCtxt_gp, call, *orxemu_state(), asked); !broken.empty()) {
-        return broken;
+    if (num == 0) {
+        if (failed && (asks == Asks::Never || opens)) {
+            return "a failure of the driver, which was not asked";
+        }
+        armed_ = failed && armed_ == Fault::Open ? Fault::None : armed_;
+        return accepted && asks == Asks::Always ? "accepted, and the driver was not asked" : Complaint{};
     }
-    const bool failed = call.rc == e_RET_DRIVER_FAILURE;
-    if (request != nullptr) {
-        hardware_.NoteRequest(call, *request, armed_ == Fault::Answer);
-        armed_ = armed_ == Fault::Open ? armed_ : Fault::None;
-    } else if (failed) {
-        hardware_.NoteNoDevice(*qirCtxt_gp, call);
-        armed_ = armed_ == Fault::Open ? Fault::None : armed_;
+    if (!opens) {
+        return "reached the driver, and an earlier call must have failed";
     }
-    return {};
+    if (!failed && !accepted) {
+        return "refused, and the driver was asked";
+    }
+    armed_ = Fault::None;
+    return failed == (orxemu_request(0)->err != 0) ? Complaint{} : "not what the driver answered";
 }
 
 Complaint Sequence::LookAtContext(const Call &call) {
     const QirCtxt &ctxt = *qirCtxt_gp;
-    if (Complaint broken = CheckEffect({before_.StartCtxt(), before_.Ctxt(), ctxt, call}); !broken.empty()) {
-        return broken;
-    }
-    if (call.doing == Doing::InitSystem) {
-        hardware_.NoteInit(*orxemu_state());
-    }
-    Fcb fcbBefore;
-    const Fcb *const before = before_.FcbOf(call);
-    if (before != nullptr) {
-        fcbBefore = *before;
-    }
+    drift_.Note(ctxt, call, before_.Ctxt().fcbPool[call.flow != kNone ? call.flow : 0]);
     if (Complaint broken = before_.Compare(ctxt, call); !broken.empty()) {
         return broken;
     }
-    if (before != nullptr) {
-        const Fcb &now = ctxt.fcbPool[call.flow];
-        if (Complaint broken = CheckRequest(ctxt, fcbBefore, now, call); !broken.empty()) {
-            return broken;
-        }
-        if (Complaint broken = CheckHdrAllocation(fcbBefore, now, call); !broken.empty()) {
-            return broken;
-        }
-        if (Complaint broken = CheckReadBack(now, call); !broken.empty()) {
-            return broken;
-        }
-    }
-    past_.Note(ctxt, call, before != nullptr ? &fcbBefore : nullptr);
     if (call.flow != kNone) {
-        if (Complaint broken = CheckFlow(ctxt, call.flow, past_); !broken.empty()) {
+        if (Complaint broken = CheckFlow(ctxt, call.flow); !broken.empty()) {
             return broken;
         }
     }
     if (Complaint broken = CheckSections(ctxt, numFlows_); !broken.empty()) {
         return broken;
     }
-    if (Complaint broken = CheckTables(ctxt, past_, numFlows_); !broken.empty()) {
+    if (Complaint broken = CheckTables(ctxt, drift_, numFlows_); !broken.empty()) {
         return broken;
     }
     return CheckSettings(ctxt);
@@ -304,8 +255,6 @@ Before &StartedUp() {
 Complaint RunSequence(const u8 *bytes, std::size_t size, const std::function<void(const Call &)> &observe) {
     Before &before = StartedUp();
     before.Restore(*qirCtxt_gp);
-    // The library remembers beside the context up to where flows are in use: it finds out that none is.
-    FindFreeFlow();
     orxemu_reset();
     qelLog_setLogLevel(QEL_LOG_ID_ORXAPI, QEL_LOG_LEVEL_QUIET);
     Input in(bytes, size);
