@@ -19,35 +19,48 @@ template <auto operation, class... Args> void Make(Input &in, Call &call) {
     call.rc = std::apply([](auto &...arg) { return operation(arg.Arg()...); }, args);
 }
 
+// What `take` makes of the input, by value.
+template <auto take> struct Value {
+    Value(Input &in, Call &call) : value(take(in, call)) {}
+    auto Arg() const { return value; }
+    decltype(take(std::declval<Input &>(), std::declval<Call &>())) value;
+};
+
+// Its address, null rarely.
+template <auto take> struct Given : Value<take> {
+    Given(Input &in, Call &call) : Value<take>(in, call), isNull(in.Rarely()) {}
+    auto *Arg() { return isNull ? nullptr : &this->value; }
+    bool isNull;
+};
+
+// What a call writes into.
+template <class Record> Record TakeOut(Input &, Call &) {
+    Record record;
+    std::memset(&record, 0x5A, sizeof record);
+    return record;
+}
+template <class Record> using Out = Given<TakeOut<Record>>;
+
 // ---- Numbers
 
-template <u32 limit, class Number = u32> struct Below {
-    Below(Input &in, Call &) : value(static_cast<Number>(in.Below(limit))) {}
-    Number Arg() const { return value; }
-    Number value;
-};
+inline u32 TakeWord(Input &in, Call &) {
+    return in.Word();
+}
+inline u16 TakeHalf(Input &in, Call &) {
+    return in.Half();
+}
+template <u32 limit, class Number> Number TakeBelow(Input &in, Call &) {
+    return static_cast<Number>(in.Below(limit));
+}
+template <class Number> Number TakeNothing(Input &, Call &) {
+    return {};
+}
 
-struct Word {
-    Word(Input &in, Call &) : value(in.Word()) {}
-    u32 Arg() const { return value; }
-    u32 value;
-};
-
-struct Half {
-    Half(Input &in, Call &) : value(in.Half()) {}
-    u16 Arg() const { return value; }
-    u16 value;
-};
-
-struct Null {
-    Null(Input &, Call &) {}
-    static std::nullptr_t Arg() { return nullptr; }
-};
-
-struct Zero {
-    Zero(Input &, Call &) {}
-    static u8 Arg() { return 0; }
-};
+using Word = Value<TakeWord>;
+using Half = Value<TakeHalf>;
+template <u32 limit, class Number = u32> using Below = Value<TakeBelow<limit, Number>>;
+using Null = Value<TakeNothing<std::nullptr_t>>;
+using Zero = Value<TakeNothing<u8>>;
 
 // A port, or a direction of rate limiters.
 template <u32 num> struct Index : Below<num> {
@@ -58,7 +71,7 @@ template <u32 num> struct Index : Below<num> {
 
 // A rate limiter of the direction in front of it.
 struct RlIndex : Below<QIR_RLINDEX_MAX> {
-    RlIndex(Input &in, Call &call) : Below(in, call) {
+    RlIndex(Input &in, Call &call) : Below<QIR_RLINDEX_MAX>(in, call) {
         const bool isThere = call.index != kNone && value < QIR_RLINDEX_MAX;
         call.index = isThere ? call.index * QIR_RLINDEX_MAX + value : kNone;
     }
@@ -74,7 +87,11 @@ struct Flow {
         hdl.word = lead * 0x01010000u;
         hdl.f1.id = id & 0xFFFF;
         isNull = lead >= 0xF8;
-        call.flow = !isNull && id < QIR_MAX_FLOWS ? id : kNone;
+        if (!isNull && id < QIR_MAX_FLOWS) {
+            const qir::Fcb &fcb = qirCtxt_gp->fcbPool[call.flow = id];
+            call.epTable = fcb.epTblHdl.f1.id < QIR_EPTBL_MAXNUM ? u32{fcb.epTblHdl.f1.id} : kNone;
+            call.pacTable = fcb.pacTblHdl.f1.id < QIR_PACTBL_MAXNUM ? u32{fcb.pacTblHdl.f1.id} : kNone;
+        }
     }
     FlowHdl *Arg() { return isNull ? nullptr : &hdl; }
     FlowHdl hdl{};
@@ -90,42 +107,22 @@ template <class Kind> struct Table {
         hdl.f1.id = id & 0xFF;
         isNull = lead >= 0xF8;
         call.table = !isNull && id < Kind::kPoolSize ? id : kNone;
+        call.epTable = call.pacTable = call.table;
     }
     typename Kind::Hdl *Arg() { return isNull ? nullptr : &hdl; }
     typename Kind::Hdl hdl{};
     bool isNull;
 };
 
-// ---- Records
-
-// One that `take` makes, by value.
-template <auto take> struct Value {
-    using Record = decltype(take(std::declval<Input &>(), std::declval<Call &>()));
-    Value(Input &in, Call &call) : record(take(in, call)) {}
-    Record Arg() const { return record; }
-    Record record;
-};
-
-// Its address, null rarely.
-template <auto take> struct Given : Value<take> {
-    Given(Input &in, Call &call) : Value<take>(in, call), isNull(in.Rarely()) {}
-    auto *Arg() { return isNull ? nullptr : &this->record; }
-    bool isNull;
-};
-
-// What a call writes into.
-template <class Record> struct Out {
-    Out(Input &in, Call &) : isNull(in.Rarely()) { std::memset(&record, 0x5A, sizeof record); }
-    Record *Arg() { return isNull ? nullptr : &record; }
-    Record record;
-    bool isNull;
-};
-
 // ---- Headers, filters and actions
 
 template <class Kind> constexpr bool kIsFilter = __is_same(typename Kind::Blk, qir::FilterBlk);
-template <class Kind>
-constexpr u32 kBlk = kIsFilter<Kind> ? offsetof(qir::Fcb, filterBlk) : offsetof(qir::Fcb, actionBlk);
+
+// Where in the context the block of the call's flow lies.
+inline u32 BlkOf(const Call &call, bool isFilter) {
+    const std::size_t blk = isFilter ? offsetof(qir::Fcb, filterBlk) : offsetof(qir::Fcb, actionBlk);
+    return static_cast<u32>(offsetof(qir::QirCtxt, fcbPool) + call.flow * sizeof(qir::Fcb) + blk);
+}
 
 struct Hdr {
     Hdr(Input &in, Call &call) {
@@ -134,7 +131,7 @@ struct Hdr {
         hdr.flowHdr = lead < 0xE0 ? lead % e_FLOWHDR_MAX : in.Word();
         isNull = in.Rarely();
         const bool isFilter = hdr.blk == e_BLKTYPE_FILTER;
-        call.entry = isFilter ? offsetof(qir::Fcb, filterBlk) : offsetof(qir::Fcb, actionBlk);
+        call.entry = call.flow != kNone ? BlkOf(call, isFilter) : kNone;
         call.entryBytes = isFilter ? sizeof(qir::FilterBlk) : sizeof(qir::ActionBlk);
         call.isIpv4 = hdr.flowHdr == e_FLOWHDR_IPV4;
     }
@@ -146,11 +143,11 @@ struct Hdr {
 // What of the flow a request is about, and what the operator's row of the rule tables says of it.
 template <class Kind> void TellRequest(const typename Kind::Record &record, Call &call) {
     const u32 tag = Kind::Tag(record);
-    if (tag >= e_VLAN_TAG_MAX || record.type >= Kind::kNumTypes) {
+    if (call.flow == kNone || tag >= e_VLAN_TAG_MAX || record.type >= Kind::kNumTypes) {
         return;
     }
     call.type = record.type;
-    call.entry = kBlk<Kind> + Kind::Entry(tag);
+    call.entry = BlkOf(call, kIsFilter<Kind>) + Kind::Entry(tag);
     call.entryBytes = sizeof(qir::HdrEntry);
     if constexpr (kIsFilter<Kind>) {
         call.entryBytes += e_CMP_MAX * Kind::kNumTypes;

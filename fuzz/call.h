@@ -4,6 +4,7 @@
 
 #include "qirapi/private/context.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace fuzz {
@@ -13,8 +14,10 @@ using qir::u16;
 using qir::u32;
 using qir::u8;
 
-// What is wrong, for people; empty when nothing is.
-using Complaint = std::string;
+// What is wrong: every check throws it.
+struct Complaint : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // An index that the call did not name, or named out of range.
 constexpr u32 kNone = 0xFFFFFFFF;
@@ -27,9 +30,11 @@ struct Call {
     u32 rc = 0;
     u32 flow = kNone;
     u32 table = kNone;
-    u32 index = kNone; // port, rate-limiter direction, or rate limiter (direction by direction)
-    u32 type = kNone;  // of a filter or an action
-    // Where in the flow the header entry lies that the call is about, or the block; and in a filter's entry
+    u32 epTable = kNone;  // of the flow, unless the call names another
+    u32 pacTable = kNone; // likewise
+    u32 index = kNone;    // port, rate-limiter direction, or rate limiter (direction by direction)
+    u32 type = kNone;     // of a filter or an action
+    // Where in the context the header entry lies that the call is about, or the block; and in a filter's entry
     // the counter of its type and operator.
     u32 entry = kNone;
     u32 entryBytes = 0;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
+#include <vector>
 
 namespace fuzz {
 
@@ -22,105 +24,50 @@ Range FlowRange(u32 flow) {
     return {begin, begin + sizeof(Fcb)};
 }
 
-// The table whose count a call on a flow changes: the one that the call names, or else the flow's.
-u32 TableOf(const Call &call, u32 flows, u32 num) {
-    const u32 table = call.table != kNone ? call.table : flows;
-    return table < num ? table : kNone;
-}
-
-// The element, and the bytes before its array's part; kNone for what the call does not name.
-struct Base {
-    u32 element;
-    std::size_t begin;
-};
-
-Base BaseOf(const Part &part, const QirCtxt &before, const Call &call) {
-    const Fcb &fcb = before.fcbPool[call.flow != kNone ? call.flow : 0];
-    const std::size_t flow = FlowRange(call.flow).begin;
-    switch (part.at) {
-    case At::Index:
-        return {call.index, 0};
-    case At::Table:
-        return {call.table, 0};
-    case At::EpTable:
-        return {TableOf(call, fcb.epTblHdl.f1.id, QIR_EPTBL_MAXNUM), 0};
-    case At::PacTable:
-        return {TableOf(call, fcb.pacTblHdl.f1.id, QIR_PACTBL_MAXNUM), 0};
-    case At::Flow:
-        return {call.flow, flow};
-    case At::Entry:
-        return {call.flow == kNone ? kNone : call.entry, flow + call.entry};
-    case At::Counter:
-        return {call.flow == kNone ? kNone : call.counter, flow + call.counter};
-    default:
-        return {0, 0};
-    }
-}
-
-const Part *PartsOf(const Call &call, std::size_t &num) {
-    num = std::size(call.changes->accepted);
+std::span<const Part> PartsOf(const Call &call) {
     if (call.rc == e_RET_OK) {
         return call.changes->accepted;
     }
     for (const Refusal &row : call.changes->refused) {
         if (row.rc == call.rc && (row.when == nullptr || call.*row.when)) {
-            num = std::size(row.parts);
             return row.parts;
         }
     }
-    num = 0;
-    return nullptr;
+    return {};
 }
 
-// What the call may change, in order. Whether it names all of that: a count that a freed flow gives up has a
-// table only if the flow's handle has.
-bool FindRanges(const QirCtxt &before, const Call &call, std::vector<Range> &ranges) {
-    bool named = true;
-    std::size_t num = 0;
-    const Part *const parts = PartsOf(call, num);
-    for (std::size_t i = 0; i < num && parts[i].at != At::Nothing; ++i) {
-        const Part &part = parts[i];
-        const Base base = BaseOf(part, before, call);
-        if (base.element == kNone) {
-            named = named && (part.at == At::EpTable || part.at == At::PacTable);
-            continue;
+// What the call may change, in order.
+std::vector<Range> RangesOf(const Call &call) {
+    std::vector<Range> ranges;
+    for (const Part &part : PartsOf(call)) {
+        const u32 index = part.index != nullptr ? call.*part.index : 0;
+        if (index != kNone) {
+            const std::size_t begin = part.offset + std::size_t{index} * part.stride;
+            ranges.push_back({begin, begin + (part.size == kWhole ? call.entryBytes : part.size)});
+        } else if (part.index != &Call::epTable && part.index != &Call::pacTable) {
+            throw Complaint("accepted, or begun, and names nothing");
         }
-        const std::size_t begin = base.begin + part.offset + std::size_t{base.element} * part.stride;
-        ranges.push_back({begin, begin + (part.size != 0 ? part.size : call.entryBytes)});
     }
     std::sort(ranges.begin(), ranges.end(), [](Range a, Range b) { return a.begin < b.begin; });
-    return named;
+    return ranges;
 }
 
 const u8 *Bytes(const QirCtxt &ctxt) {
     return reinterpret_cast<const u8 *>(&ctxt);
 }
 
-// "flow 3 + 36", "PAC table 2 + 40" or "byte 17".
+// "flow 3 + 36" or "byte 17".
 std::string PlaceName(std::size_t offset) {
-    constexpr struct {
-        const char *name;
-        std::size_t begin, num, size;
-    } kRows[] = {
-        {"AS table", kPool<AsKind>, QIR_ASTBL_MAXNUM, sizeof(AsTblInfo)},
-        {"DSCP table", kPool<DscpKind>, QIR_DSCPTBL_MAXNUM, sizeof(DscpTblInfo)},
-        {"EP table", kPool<EpKind>, QIR_EPTBL_MAXNUM, sizeof(EpTblInfo)},
-        {"PAC table", kPool<PacKind>, QIR_PACTBL_MAXNUM, sizeof(PacTblInfo)},
-        {"flow", offsetof(QirCtxt, fcbPool), QIR_MAX_FLOWS, sizeof(Fcb)},
-    };
-    for (const auto &row : kRows) {
-        if (offset >= row.begin && offset - row.begin < row.num * row.size) {
-            const std::size_t inRow = offset - row.begin;
-            return std::string(row.name) + " " + std::to_string(inRow / row.size) + " + " +
-                   std::to_string(inRow % row.size);
-        }
+    if (offset < kSettings.end) {
+        return "byte " + std::to_string(offset);
     }
-    return "byte " + std::to_string(offset);
+    const std::size_t inPool = offset - kSettings.end;
+    return "flow " + std::to_string(inPool / sizeof(Fcb)) + " + " + std::to_string(inPool % sizeof(Fcb));
 }
 
 // The bytes of `within` but for `allowed`, which is sorted, are the same on both sides.
-Complaint CompareBut(const QirCtxt &before, const QirCtxt &now, Range within,
-                     const std::vector<Range> &allowed) {
+void CompareBut(const QirCtxt &before, const QirCtxt &now, Range within, const std::vector<Range> &allowed,
+                const char *more = "") {
     std::size_t at = within.begin;
     for (std::size_t i = 0; i <= allowed.size(); ++i) {
         const std::size_t end = i < allowed.size() ? std::min(allowed[i].begin, within.end) : within.end;
@@ -128,22 +75,16 @@ Complaint CompareBut(const QirCtxt &before, const QirCtxt &now, Range within,
             while (Bytes(before)[at] == Bytes(now)[at]) {
                 ++at;
             }
-            return "changed " + PlaceName(at);
+            throw Complaint("changed " + PlaceName(at) + more);
         }
         at = i < allowed.size() ? std::max(at, allowed[i].end) : at;
     }
-    return {};
 }
 
 } // namespace
 
-Before::Before()
-    : start_(std::make_unique<QirCtxt>()), before_(std::make_unique<QirCtxt>()), isTouched_(QIR_MAX_FLOWS) {}
-
-void Before::Start(const QirCtxt &ctxt) {
-    std::memcpy(static_cast<void *>(start_.get()), &ctxt, sizeof ctxt);
-    std::memcpy(static_cast<void *>(before_.get()), &ctxt, sizeof ctxt);
-}
+Before::Before(const QirCtxt &start)
+    : start_(std::make_unique<QirCtxt>(start)), before_(std::make_unique<QirCtxt>(start)) {}
 
 void Before::Restore(QirCtxt &ctxt) {
     for (QirCtxt *const side : {&ctxt, before_.get()}) {
@@ -153,41 +94,29 @@ void Before::Restore(QirCtxt &ctxt) {
         }
     }
     touched_.clear();
-    std::fill(isTouched_.begin(), isTouched_.end(), false);
 }
 
-Complaint Before::Compare(const QirCtxt &ctxt, const Call &call) {
-    std::vector<Range> allowed;
-    if (!FindRanges(*before_, call, allowed)) {
-        return "accepted, or begun, and names nothing";
-    }
-    if (Complaint changed = CompareBut(*before_, ctxt, kSettings, allowed); !changed.empty()) {
-        return changed;
-    }
-    if (call.flow != kNone && !isTouched_[call.flow]) {
-        isTouched_[call.flow] = true;
-        touched_.push_back(call.flow);
+void Before::Compare(const QirCtxt &ctxt, const Call &call) {
+    const std::vector<Range> allowed = RangesOf(call);
+    CompareBut(*before_, ctxt, kSettings, allowed);
+    if (call.flow != kNone) {
+        touched_.insert(call.flow);
     }
     for (const u32 flow : touched_) {
-        if (Complaint changed = CompareBut(*before_, ctxt, FlowRange(flow), allowed); !changed.empty()) {
-            return changed;
-        }
+        CompareBut(*before_, ctxt, FlowRange(flow), allowed);
     }
     for (const Range range : allowed) {
         std::memcpy(reinterpret_cast<u8 *>(before_.get()) + range.begin, Bytes(ctxt) + range.begin,
                     range.end - range.begin);
         // Start-up brings everything that it initialises to what it was behind the first one.
         if (call.changes == &kInitSystem) {
-            if (Complaint changed = CompareBut(*start_, ctxt, range, {}); !changed.empty()) {
-                return changed + ", not what start-up makes of it";
-            }
+            CompareBut(*start_, ctxt, range, {}, ", not what start-up makes of it");
         }
     }
-    return {};
 }
 
-Complaint Before::CompareRest(const QirCtxt &ctxt) const {
-    return CompareBut(*before_, ctxt, {0, sizeof ctxt}, {});
+void Before::CompareRest(const QirCtxt &ctxt) const {
+    CompareBut(*before_, ctxt, {0, sizeof ctxt}, {});
 }
 
 } // namespace fuzz

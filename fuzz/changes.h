@@ -11,34 +11,30 @@
 #include "qirapi/private/table_kinds.h"
 
 #include <memory>
-#include <vector>
+#include <set>
 
 namespace fuzz {
 
-// Where a part begins: at the context, at an element of an array there, or at a place in the flow.
-enum class At : u8 {
-    Nothing,
-    Context,
-    Index,    // the element that call.index names
-    Table,    // the table that the call names
-    EpTable,  // that table, or else the one of the flow
-    PacTable, // likewise
-    Flow,
-    Entry,   // call.entry of the flow
-    Counter, // call.counter of the flow
-};
+using qir::Fcb;
+using qir::QirCtxt;
 
+// Bytes of the context: those of the element that the call names by one of its indexes, or of no element.
 struct Part {
-    At at;
+    u32 Call::*index;
     u32 offset;
-    u32 size; // 0: as large as the entry
+    u32 size;
     u32 stride = 0;
 };
+constexpr u32 kWhole = 0xFFFFFFFF; // size of an entry
 
-#define FUZZ_PART(at, record, member)                                                                        \
-    { at, offsetof(record, member), sizeof(record::member) }
+#define FUZZ_PART(member)                                                                                    \
+    Part {                                                                                                   \
+        nullptr, offsetof(QirCtxt, member), sizeof(QirCtxt::member)                                          \
+    }
 #define FUZZ_ELEMENT(array)                                                                                  \
-    { At::Index, offsetof(qir::QirCtxt, array), sizeof(*qir::QirCtxt::array), sizeof(*qir::QirCtxt::array) }
+    Part {                                                                                                   \
+        &Call::index, offsetof(QirCtxt, array), sizeof(*QirCtxt::array), sizeof(*QirCtxt::array)             \
+    }
 
 enum class Asks : u8 { Never, Maybe, Always }; // the driver, when the call is accepted
 
@@ -56,45 +52,45 @@ struct Changes {
 
 // ---- Parts
 
-constexpr Part kSections = FUZZ_PART(At::Context, qir::QirCtxt, cfg);
-constexpr Part kRlSlot = FUZZ_ELEMENT(rlTbl[0]);
-constexpr Part kRlState = {At::Index, offsetof(qir::QirCtxt, rlTbl) + offsetof(qir::RlSlot, state), 4,
+constexpr Part kSections = FUZZ_PART(cfg);
+constexpr Part kRlState = {&Call::index, offsetof(QirCtxt, rlTbl) + offsetof(qir::RlSlot, state), 4,
                            sizeof(qir::RlSlot)};
 
-template <class Kind> constexpr u32 kPool = offsetof(qir::QirCtxt, asTblPool);
-template <> inline constexpr u32 kPool<qir::DscpKind> = offsetof(qir::QirCtxt, dscpTblPool);
-template <> inline constexpr u32 kPool<qir::EpKind> = offsetof(qir::QirCtxt, epTblPool);
-template <> inline constexpr u32 kPool<qir::PacKind> = offsetof(qir::QirCtxt, pacTblPool);
+template <class Kind> constexpr u32 kPool = offsetof(QirCtxt, asTblPool);
+template <> inline constexpr u32 kPool<qir::DscpKind> = offsetof(QirCtxt, dscpTblPool);
+template <> inline constexpr u32 kPool<qir::EpKind> = offsetof(QirCtxt, epTblPool);
+template <> inline constexpr u32 kPool<qir::PacKind> = offsetof(QirCtxt, pacTblPool);
 
-template <class Kind> constexpr Part InTable(u32 offset, u32 size, At at = At::Table) {
-    return {at, kPool<Kind> + offset, size, sizeof(typename Kind::Info)};
+template <class Kind> constexpr Part InTable(u32 offset, u32 size, u32 Call::*index = &Call::table) {
+    return {index, kPool<Kind> + offset, size, sizeof(typename Kind::Info)};
 }
 template <class Kind> constexpr Part kTable = InTable<Kind>(0, sizeof(typename Kind::Info));
 template <class Kind> constexpr Part kTblStatus = InTable<Kind>(offsetof(typename Kind::Info, status), 4);
 template <class Kind> constexpr Part kTblHwIdx = InTable<Kind>(offsetof(typename Kind::Info, hwTblIdx), 4);
-constexpr Part kEpRefCnt = InTable<qir::EpKind>(offsetof(qir::EpTblInfo, refCnt), 2, At::EpTable);
-constexpr Part kPacRefCnt = InTable<qir::PacKind>(offsetof(qir::PacTblInfo, refCnt), 2, At::PacTable);
+constexpr Part kEpRefCnt = InTable<qir::EpKind>(offsetof(qir::EpTblInfo, refCnt), 2, &Call::epTable);
+constexpr Part kPacRefCnt = InTable<qir::PacKind>(offsetof(qir::PacTblInfo, refCnt), 2, &Call::pacTable);
 
-constexpr Part kFlow = {At::Flow, 0, sizeof(qir::Fcb)};
-constexpr Part kFlowStatus = FUZZ_PART(At::Flow, qir::Fcb, status);
-constexpr Part kHwFlowIdx = FUZZ_PART(At::Flow, qir::Fcb, hwFlowIdx);
-constexpr Part kTblAssoc = FUZZ_PART(At::Flow, qir::Fcb, tblAssoc);
-constexpr Part kAsOverride = FUZZ_PART(At::Flow, qir::Fcb, asOverride);
-constexpr Part kEpHdl = FUZZ_PART(At::Flow, qir::Fcb, epTblHdl);
-constexpr Part kPbitsSource = FUZZ_PART(At::Flow, qir::Fcb, pbitsSource);
-constexpr Part kPacHdl = FUZZ_PART(At::Flow, qir::Fcb, pacTblHdl);
-constexpr Part kFwdInfoSet = FUZZ_PART(At::Flow, qir::Fcb, fwdInfoSet);
-constexpr Part kFwdInfo = FUZZ_PART(At::Flow, qir::Fcb, fwdInfo);
-constexpr Part kFwdDst = FUZZ_PART(At::Flow, qir::Fcb, fwdInfo.dst);
+// From a place in the flow up to another one.
+constexpr Part InFlow(std::size_t begin, std::size_t end) {
+    return {&Call::flow, static_cast<u32>(offsetof(QirCtxt, fcbPool) + begin), static_cast<u32>(end - begin),
+            sizeof(Fcb)};
+}
+#define FUZZ_IN_FLOW(member) InFlow(offsetof(Fcb, member), offsetof(Fcb, member) + sizeof(Fcb::member))
+
+constexpr Part kFlow = InFlow(0, sizeof(Fcb));
+constexpr Part kFlowStatus = FUZZ_IN_FLOW(status);
+constexpr Part kHwFlowIdx = FUZZ_IN_FLOW(hwFlowIdx);
+constexpr Part kTblAssoc = FUZZ_IN_FLOW(tblAssoc);
+constexpr Part kEpHdl = FUZZ_IN_FLOW(epTblHdl);
+constexpr Part kPacHdl = FUZZ_IN_FLOW(pacTblHdl);
+constexpr Part kFwdInfo = InFlow(offsetof(Fcb, fwdInfoSet), offsetof(Fcb, reserved2));
 // The last Ethernet action, tags pushed and popped.
-constexpr Part kEthOrder = {At::Flow, offsetof(qir::Fcb, actionBlk.lastEthAction),
-                            offsetof(qir::Fcb, fwdInfoSet) - offsetof(qir::Fcb, actionBlk.lastEthAction)};
+constexpr Part kEthOrder = InFlow(offsetof(Fcb, actionBlk.lastEthAction), offsetof(Fcb, fwdInfoSet));
 // The request nodes, and how many are free.
-constexpr Part kNodes = {At::Flow, offsetof(qir::Fcb, freeReqCount),
-                         sizeof(qir::Fcb) - offsetof(qir::Fcb, freeReqCount)};
-constexpr Part kEntry = {At::Entry, 0, 0};
-constexpr Part kTypeBit = FUZZ_PART(At::Entry, qir::HdrEntry, curBmap);
-constexpr Part kTypeCount = {At::Counter, 0, 1};
+constexpr Part kNodes = InFlow(offsetof(Fcb, freeReqCount), sizeof(Fcb));
+constexpr Part kEntry = {&Call::entry, 0, kWhole, 1};
+constexpr Part kTypeBit = {&Call::entry, offsetof(qir::HdrEntry, curBmap), 2, 1};
+constexpr Part kTypeCount = {&Call::counter, 0, 1, 1};
 
 // ---- What the operations change. Checks know a kind of operation by the address.
 
@@ -105,18 +101,17 @@ inline constexpr Changes kReadsHits = {Asks::Always};
 inline constexpr Changes kInitSystem = {
     Asks::Never,
     {kSections,
-     {At::Context, offsetof(qir::QirCtxt, cmpOpCntTbl),
-      offsetof(qir::QirCtxt, rlTciCfgTbl) - offsetof(qir::QirCtxt, cmpOpCntTbl)},
-     {At::Context, offsetof(qir::QirCtxt, rlTbl), sizeof(qir::QirCtxt) - offsetof(qir::QirCtxt, rlTbl)}}};
+     {nullptr, offsetof(QirCtxt, cmpOpCntTbl),
+      offsetof(QirCtxt, rlTciCfgTbl) - offsetof(QirCtxt, cmpOpCntTbl)},
+     {nullptr, offsetof(QirCtxt, rlTbl), sizeof(QirCtxt) - offsetof(QirCtxt, rlTbl)}}};
 inline constexpr Changes kSetBudget = {Asks::Never, {kSections}};
-inline constexpr Changes kSetFlowMissAction = {Asks::Always,
-                                               {FUZZ_PART(At::Context, qir::QirCtxt, flowMissAction)}};
+inline constexpr Changes kSetFlowMissAction = {Asks::Always, {FUZZ_PART(flowMissAction)}};
 inline constexpr Changes kSetPadLen = {Asks::Always, {FUZZ_ELEMENT(portPadLenTbl)}};
 inline constexpr Changes kSetDefAcl = {Asks::Always, {FUZZ_ELEMENT(portDefAclTbl)}};
 inline constexpr Changes kSetTpid = {Asks::Always, {FUZZ_ELEMENT(tpidTbl)}};
-inline constexpr Changes kSetRlStatus = {Asks::Always, {FUZZ_PART(At::Context, qir::QirCtxt, rlStatus)}};
+inline constexpr Changes kSetRlStatus = {Asks::Always, {FUZZ_PART(rlStatus)}};
 inline constexpr Changes kSetRlTci = {Asks::Always, {FUZZ_ELEMENT(rlTciCfgTbl)}};
-inline constexpr Changes kChangeRl = {Asks::Never, {kRlSlot}};
+inline constexpr Changes kChangeRl = {Asks::Never, {FUZZ_ELEMENT(rlTbl[0])}};
 inline constexpr Changes kSwitchRl = {Asks::Always, {kRlState}};
 
 template <class Kind> inline constexpr Changes kChangeTable = {Asks::Never, {kTable<Kind>}};
@@ -137,16 +132,17 @@ inline constexpr Changes kDeactivateFlow = {Asks::Always, {kFlowStatus}};
 // IPv4 without nodes left for TCP and UDP: what is done stays.
 inline constexpr Changes kAllocHdr = {
     Asks::Never, {kFlowStatus, kEntry, kNodes}, {{e_RET_ERR_RESRC_UNAVAIL, {kEntry, kNodes}, &Call::isIpv4}}};
-inline constexpr Changes kSetFwdInfo = {Asks::Never, {kFlowStatus, kFwdInfoSet, kFwdInfo}};
+inline constexpr Changes kSetFwdInfo = {Asks::Never, {kFlowStatus, kFwdInfo}};
 // The driver is asked while the flow is ACTIVE.
-inline constexpr Changes kChangeDst = {Asks::Maybe, {kFwdDst}};
-inline constexpr Changes kSetAsOverride = {Asks::Never, {kFlowStatus, kAsOverride}};
+inline constexpr Changes kChangeDst = {Asks::Maybe, {FUZZ_IN_FLOW(fwdInfo.dst)}};
+inline constexpr Changes kSetAsOverride = {Asks::Never, {kFlowStatus, FUZZ_IN_FLOW(asOverride)}};
 // The handle is stored before the association is looked at.
-inline constexpr Changes kSetPacInfo = {Asks::Never,
-                                        {kFlowStatus, kPacHdl, kTblAssoc, kPbitsSource, kPacRefCnt},
-                                        {{e_RET_ERR_RESRC_ALREADY_ACTIVE, {kPacHdl}},
-                                         {e_RET_ERR_RESRC_NOT_ACTIVE, {kPacHdl}},
-                                         {e_RET_ERR_STATE_NOTCFG, {kPacHdl}}}};
+inline constexpr Changes kSetPacInfo = {
+    Asks::Never,
+    {kFlowStatus, kPacHdl, kTblAssoc, FUZZ_IN_FLOW(pbitsSource), kPacRefCnt},
+    {{e_RET_ERR_RESRC_ALREADY_ACTIVE, {kPacHdl}},
+     {e_RET_ERR_RESRC_NOT_ACTIVE, {kPacHdl}},
+     {e_RET_ERR_STATE_NOTCFG, {kPacHdl}}}};
 // And the state is tested last.
 inline constexpr Changes kSetEpInfo = {Asks::Never,
                                        {kFlowStatus, kEpHdl, kTblAssoc, kEpRefCnt},
@@ -178,25 +174,21 @@ inline constexpr Changes kConfigEthAction = {Asks::Never,
 // at the end, so that a call costs no more than the flows that the sequence is about.
 class Before {
   public:
-    Before();
+    // The context as start-up leaves it.
+    explicit Before(const QirCtxt &start);
 
-    // The context as it is, right behind the first QIR_Init_Sys() of a process.
-    void Start(const qir::QirCtxt &ctxt);
     // Puts `ctxt` back to that, where it may differ from it.
-    void Restore(qir::QirCtxt &ctxt);
-
-    const qir::QirCtxt &Ctxt() const { return *before_; }
-
+    void Restore(QirCtxt &ctxt);
+    const QirCtxt &Ctxt() const { return *before_; }
     // Compares, and takes over what the call was allowed to change.
-    Complaint Compare(const qir::QirCtxt &ctxt, const Call &call);
+    void Compare(const QirCtxt &ctxt, const Call &call);
     // The end of the sequence: flows that no call has named.
-    Complaint CompareRest(const qir::QirCtxt &ctxt) const;
+    void CompareRest(const QirCtxt &ctxt) const;
 
   private:
-    std::unique_ptr<qir::QirCtxt> start_;
-    std::unique_ptr<qir::QirCtxt> before_;
-    std::vector<u32> touched_;
-    std::vector<bool> isTouched_;
+    std::unique_ptr<QirCtxt> start_;
+    std::unique_ptr<QirCtxt> before_;
+    std::set<u32> touched_;
 };
 
 } // namespace fuzz

@@ -8,6 +8,8 @@ using namespace qir;
 
 namespace {
 
+using Differences = std::map<std::string, const char *>;
+
 // Are the record and its copy alike from `begin` on, up to `end`?
 template <class Record> bool Alike(const Record &record, const u8 *copy, std::size_t begin, std::size_t end) {
     return std::memcmp(reinterpret_cast<const u8 *>(&record) + begin, copy + begin, end - begin) == 0;
@@ -36,21 +38,21 @@ bool IsAsActivated(const RlSlot &slot, const OrxEmuRl &held) {
     return Alike(slot, held.record, 0, sizeof slot.ent);
 }
 
-template <class Info> bool IsActive(const Info &info) {
-    return info.status == e_STATUS_ACTIVE;
+u32 StatusOf(const RlSlot &slot) {
+    return slot.state;
 }
-bool IsActive(const RlSlot &slot) {
-    return slot.state == e_STATUS_ACTIVE;
+u32 StatusOf(const auto &object) {
+    return object.status;
 }
 
-template <class Info> u32 SlotOf(const Info &tbl, u32) {
-    return tbl.hwTblIdx;
-}
-u32 SlotOf(const Fcb &fcb, u32) {
-    return fcb.hwFlowIdx;
-}
-u32 SlotOf(const RlSlot &, u32 idx) {
-    return idx;
+template <class Object> u32 SlotOf(const Object &object, u32 idx) {
+    if constexpr (requires { object.hwTblIdx; }) {
+        return object.hwTblIdx;
+    } else if constexpr (requires { object.hwFlowIdx; }) {
+        return object.hwFlowIdx;
+    } else {
+        return idx;
+    }
 }
 
 // The objects of one kind and as many slots of the hardware.
@@ -61,7 +63,7 @@ void Compare(const char *kind, const Object *objects, const Slot *slots, u32 num
         all.emplace(std::string(what) + kind + " " + std::to_string(idx), how);
     };
     for (u32 idx = 0; idx < num; ++idx) {
-        if (!IsActive(objects[idx])) {
+        if (StatusOf(objects[idx]) != e_STATUS_ACTIVE) {
             continue;
         }
         const u32 slot = SlotOf(objects[idx], idx);
@@ -80,8 +82,6 @@ void Compare(const char *kind, const Object *objects, const Slot *slots, u32 num
         }
     }
 }
-
-} // namespace
 
 Differences FindDifferences(const QirCtxt &ctxt, const OrxEmuState &hardware, u32 numFlows) {
     Differences all;
@@ -110,26 +110,30 @@ Differences FindDifferences(const QirCtxt &ctxt, const OrxEmuState &hardware, u3
     return all;
 }
 
-// A deactivation whose answer was lost leaves a flow that knows a slot of another one by and by: what is asked
-// for the first reaches the second.
-bool TwoSides::MayPart(const Call &call) const {
-    if (call.rc == e_RET_DRIVER_FAILURE || call.changes == &kInitSystem) {
-        return true;
-    }
-    return call.changes->asks != Asks::Never && known_.contains("flow " + std::to_string(call.flow));
-}
+} // namespace
 
-Complaint TwoSides::Check(const QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call, u32 numFlows) {
+void TwoSides::Check(const QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call, u32 numFlows) {
     Differences all = FindDifferences(ctxt, hardware, numFlows);
-    if (!MayPart(call)) {
-        for (const auto &[what, how] : all) {
-            if (!known_.contains(what)) {
-                return what + " " + how;
-            }
+    bool mayPart = call.rc == e_RET_DRIVER_FAILURE || call.changes == &kInitSystem;
+    // A deactivation whose answer was lost leaves a flow that knows a slot, which another one may get: what is
+    // asked for the first reaches the second.
+    if (!known_.empty() && call.changes->asks != Asks::Never) {
+        mayPart = mayPart || known_.contains("flow " + std::to_string(call.flow));
+    }
+    for (const auto &[what, how] : all) {
+        if (!mayPart && !known_.contains(what)) {
+            throw Complaint(what + " " + how);
         }
     }
     known_ = std::move(all);
-    return {};
+    if (call.changes == &kActivateFlow &&
+        call.rc == e_RET_OK) { // the rest of the flow, which may change later
+        const Fcb &fcb = ctxt.fcbPool[call.flow];
+        if (fcb.hwFlowIdx >= QIR_MAX_FLOWS ||
+            !Alike(fcb, hardware.flow[fcb.hwFlowIdx].fcb, offsetof(Fcb, section), sizeof fcb)) {
+            throw Complaint("the hardware has taken another flow");
+        }
+    }
 }
 
 } // namespace fuzz

@@ -13,20 +13,15 @@
 
 namespace fuzz {
 
-// What differs between the two sides, and how. Flows and slots from `numFlows` on are known not to be in use.
-using Differences = std::map<std::string, const char *>;
-Differences FindDifferences(const qir::QirCtxt &ctxt, const OrxEmuState &hardware,
-                            u32 numFlows = QIR_MAX_FLOWS);
-
 class TwoSides {
   public:
-    // What differs behind a call, and must not.
-    Complaint Check(const qir::QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call, u32 numFlows);
+    // Complains of what differs behind a call, and must not. Flows and slots from `numFlows` on are known not to
+    // be in use.
+    void Check(const qir::QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call,
+               u32 numFlows = QIR_MAX_FLOWS);
 
   private:
-    bool MayPart(const Call &call) const;
-
-    Differences known_;
+    std::map<std::string, const char *> known_; // what differs, and how
 };
 
 } // namespace fuzz

@@ -8,39 +8,34 @@
 
 #include "fuzz/changes.h"
 
-#include <array>
-
 namespace fuzz {
 
-// refCnt minus the flows whose association names the table.
-//
-// QIR_Set_PacInfo and QIR_Set_EpInfo store the table handle before they look whether the flow is associated
-// already. A flow whose handle was replaced while it was associated counts in the table that it was associated
-// with, and is taken off the one that its handle names, be that FREE by now. An allocation makes the count 0,
-// whoever names the table.
-struct Drift {
-    std::array<i32, QIR_EPTBL_MAXNUM> ep{};
-    std::array<i32, QIR_PACTBL_MAXNUM> pac{};
+void CheckFlow(const QirCtxt &ctxt, u32 idx);
+// Flows from `numFlows` on are known to be FREE.
+void CheckSections(const QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
+void CheckTables(const QirCtxt &ctxt);
+void CheckSettings(const QirCtxt &ctxt);
+// A table counts the flows that are associated with it, one by one. Which table counts a flow whose handle was
+// replaced in the meantime is history; which of them a call may count in is said by what it may change.
+void CheckCounts(const QirCtxt &before, const QirCtxt &now, const Call &call);
 
-    // Takes note of a call. `before` is the flow that it named as it was.
-    void Note(const qir::QirCtxt &ctxt, const Call &call, const qir::Fcb &before);
+// "flow 3: broken" for what does not hold of an object.
+struct About {
+    const char *kind;
+    u32 idx;
+
+    [[noreturn]] void Complain(const std::string &broken) const {
+        throw Complaint(std::string(kind) + " " + std::to_string(idx) + ": " + broken);
+    }
+    void Require(bool holds, const char *broken) const {
+        if (!holds) {
+            Complain(broken);
+        }
+    }
 };
 
-// `numFlows`: flows that can be in use; who knows that those behind are FREE saves the walk through them.
-
-// One flow: its fields, its headers, its request lists.
-Complaint CheckFlow(const qir::QirCtxt &ctxt, u32 idx);
-// Its request lists alone (fuzz/request_lists.cpp).
-Complaint CheckLists(const qir::Fcb &fcb);
-// The counters of the flow sections.
-Complaint CheckSections(const qir::QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
-// The tables of all kinds, and who uses them.
-Complaint CheckTables(const qir::QirCtxt &ctxt, const Drift &drift, u32 numFlows = QIR_MAX_FLOWS);
-// Rate limiters, global and port settings.
-Complaint CheckSettings(const qir::QirCtxt &ctxt);
-
-// All of them, with all flows.
-Complaint CheckContext(const qir::QirCtxt &ctxt, const Drift &drift);
+// The request lists of a flow (fuzz/request_lists.cpp).
+void CheckLists(const Fcb &fcb, const About &flow);
 
 } // namespace fuzz
 

@@ -14,16 +14,15 @@ namespace {
 
 // ---- Records
 
-TpidCfg TakeTpid(Input &in, Call &call) {
-    TpidCfg cfg{};
-    cfg.portId = Index<QIR_PORT_MAX>(in, call).value;
-    in.Fill(cfg.tpid, sizeof cfg.tpid);
-    return cfg;
-}
-
 TpidCfg TakeTpidQuery(Input &in, Call &call) {
     TpidCfg cfg{};
     cfg.portId = Index<QIR_PORT_MAX>(in, call).value;
+    return cfg;
+}
+
+TpidCfg TakeTpid(Input &in, Call &call) {
+    TpidCfg cfg = TakeTpidQuery(in, call);
+    in.Fill(cfg.tpid, sizeof cfg.tpid);
     return cfg;
 }
 
@@ -316,6 +315,8 @@ constexpr Operation kRequests[] = {
 // clang-format on
 
 constexpr Family kFamilies[] = {{4, kSystem}, {7, kTables}, {11, kFlows}, {10, kRequests}};
+static_assert(kFamilies[0].weight + kFamilies[1].weight + kFamilies[2].weight + kFamilies[3].weight ==
+              kAllWeights);
 
 } // namespace
 

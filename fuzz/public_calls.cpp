@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    const fuzz::Complaint broken = fuzz::RunSequence(data, size);
+    const std::string broken = fuzz::RunSequence(data, size);
     if (!broken.empty()) {
         dprintf(STDERR_FILENO, "%s\n", broken.c_str());
         std::abort();

@@ -20,7 +20,8 @@ struct Operation {
     void (*run)(Input &in, Call &call);
 };
 
-// Operations that are chosen as often as the weights of their family say.
+// Operations that are chosen as often as the weight of their family says.
+constexpr u32 kAllWeights = 32;
 struct Family {
     u32 weight;
     std::span<const Operation> operations;
@@ -29,9 +30,9 @@ struct Family {
 std::span<const Family> Families();
 
 // Runs a sequence on the context and the stand-in as they are at start-up. What is wrong behind which call,
-// or nothing. `observe` sees every call that was found right.
-Complaint RunSequence(const u8 *bytes, std::size_t size,
-                      const std::function<void(const Call &)> &observe = {});
+// empty when nothing is. `observe` sees every call that was found right.
+std::string RunSequence(const u8 *bytes, std::size_t size,
+                        const std::function<void(const Call &)> &observe = {});
 
 } // namespace fuzz
 
