@@ -43,24 +43,15 @@ template <class Record> using Out = Given<TakeOut<Record>>;
 
 // ---- Numbers
 
-inline u32 TakeWord(Input &in, Call &) {
-    return in.Word();
-}
-inline u16 TakeHalf(Input &in, Call &) {
-    return in.Half();
-}
 template <u32 limit, class Number> Number TakeBelow(Input &in, Call &) {
     return static_cast<Number>(in.Below(limit));
 }
-template <class Number> Number TakeNothing(Input &, Call &) {
-    return {};
-}
 
-using Word = Value<TakeWord>;
-using Half = Value<TakeHalf>;
 template <u32 limit, class Number = u32> using Below = Value<TakeBelow<limit, Number>>;
-using Null = Value<TakeNothing<std::nullptr_t>>;
-using Zero = Value<TakeNothing<u8>>;
+using Word = Value<[](Input &in, Call &) { return in.Word(); }>;
+using Half = Value<[](Input &in, Call &) { return in.Half(); }>;
+using Null = Value<[](Input &, Call &) { return nullptr; }>;
+using Zero = Value<[](Input &, Call &) { return u8{0}; }>;
 
 // A port, or a direction of rate limiters.
 template <u32 num> struct Index : Below<num> {
@@ -152,8 +143,9 @@ template <class Kind> void TellRequest(const typename Kind::Record &record, Call
     if constexpr (kIsFilter<Kind>) {
         call.entryBytes += e_CMP_MAX * Kind::kNumTypes;
         if (record.cmpOp < e_CMP_MAX) {
-            const auto &takers = Kind::kL4 ? qirCtxt_gp->l4CmpOpBmapTbl[Kind::Row(tag)]
-                                           : qirCtxt_gp->cmpOpBmapTbl[Kind::Row(tag)];
+            const u32 row = Kind::Row(tag);
+            const u16 *const takers =
+                Kind::kL4 ? qirCtxt_gp->l4CmpOpBmapTbl[row] : qirCtxt_gp->cmpOpBmapTbl[row];
             call.counter = call.entry + static_cast<u32>(sizeof(qir::HdrEntry)) +
                            record.cmpOp * Kind::kNumTypes + record.type;
             call.takesOperator = (takers[record.cmpOp] >> record.type & 1u) != 0;

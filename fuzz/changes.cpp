@@ -42,7 +42,7 @@ std::vector<Range> RangesOf(const Call &call) {
     for (const Part &part : PartsOf(call)) {
         const u32 index = part.index != nullptr ? call.*part.index : 0;
         if (index != kNone) {
-            const std::size_t begin = part.offset + std::size_t{index} * part.stride;
+            const std::size_t begin = std::size_t{index} * part.stride + part.offset;
             ranges.push_back({begin, begin + (part.size == kWhole ? call.entryBytes : part.size)});
         } else if (part.index != &Call::epTable && part.index != &Call::pacTable) {
             throw Complaint("accepted, or begun, and names nothing");

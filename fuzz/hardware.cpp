@@ -45,14 +45,14 @@ u32 StatusOf(const auto &object) {
     return object.status;
 }
 
-template <class Object> u32 SlotOf(const Object &object, u32 idx) {
-    if constexpr (requires { object.hwTblIdx; }) {
-        return object.hwTblIdx;
-    } else if constexpr (requires { object.hwFlowIdx; }) {
-        return object.hwFlowIdx;
-    } else {
-        return idx;
-    }
+u32 SlotOf(const Fcb &fcb, u32) {
+    return fcb.hwFlowIdx;
+}
+u32 SlotOf(const RlSlot &, u32 idx) {
+    return idx;
+}
+u32 SlotOf(const auto &tbl, u32) {
+    return tbl.hwTblIdx;
 }
 
 // The objects of one kind and as many slots of the hardware.
@@ -110,29 +110,34 @@ Differences FindDifferences(const QirCtxt &ctxt, const OrxEmuState &hardware, u3
     return all;
 }
 
+// All of a flow that was just activated, and its table. Later on calls may change what is not compared above.
+void CheckTaken(const QirCtxt &ctxt, const Fcb &fcb, const OrxEmuState &hardware) {
+    const OrxEmuFlow &held = hardware.flow[fcb.hwFlowIdx % QIR_MAX_FLOWS];
+    const u32 pac =
+        (fcb.tblAssoc & kTblAssocPac) != 0 ? ctxt.pacTblPool[fcb.pacTblHdl.f1.id].hwTblIdx : kNone;
+    if (!Alike(fcb, held.fcb, offsetof(Fcb, section), sizeof fcb) ||
+        static_cast<u32>(held.pacTblIdx) != pac) {
+        throw Complaint("the hardware has taken another flow");
+    }
+}
+
 } // namespace
 
 void TwoSides::Check(const QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call, u32 numFlows) {
     Differences all = FindDifferences(ctxt, hardware, numFlows);
-    bool mayPart = call.rc == e_RET_DRIVER_FAILURE || call.changes == &kInitSystem;
     // A deactivation whose answer was lost leaves a flow that knows a slot, which another one may get: what is
     // asked for the first reaches the second.
-    if (!known_.empty() && call.changes->asks != Asks::Never) {
-        mayPart = mayPart || known_.contains("flow " + std::to_string(call.flow));
-    }
+    const bool mayPart =
+        call.rc == e_RET_DRIVER_FAILURE || call.changes == &kInitSystem ||
+        (call.changes->asks != Asks::Never && known_.contains("flow " + std::to_string(call.flow)));
     for (const auto &[what, how] : all) {
         if (!mayPart && !known_.contains(what)) {
             throw Complaint(what + " " + how);
         }
     }
     known_ = std::move(all);
-    if (call.changes == &kActivateFlow &&
-        call.rc == e_RET_OK) { // the rest of the flow, which may change later
-        const Fcb &fcb = ctxt.fcbPool[call.flow];
-        if (fcb.hwFlowIdx >= QIR_MAX_FLOWS ||
-            !Alike(fcb, hardware.flow[fcb.hwFlowIdx].fcb, offsetof(Fcb, section), sizeof fcb)) {
-            throw Complaint("the hardware has taken another flow");
-        }
+    if (call.changes == &kActivateFlow && call.rc == e_RET_OK) {
+        CheckTaken(ctxt, ctxt.fcbPool[call.flow], hardware);
     }
 }
 

@@ -175,6 +175,10 @@ void CheckCounts(const QirCtxt &before, const QirCtxt &now, const Call &call) {
     if (call.changes == &kInitSystem || call.changes == &kAllocTable<PacKind>) {
         return; // which begin at 0
     }
+    if (call.changes == &kFreeTable<PacKind> && call.rc == e_RET_OK && call.table != kNone) {
+        About{"PAC table", call.table}.Require(before.pacTblPool[call.table].refCnt == 0,
+                                               "freed while in use");
+    }
     const u32 was = call.flow != kNone ? before.fcbPool[call.flow].tblAssoc : 0;
     const u32 is = call.flow != kNone ? now.fcbPool[call.flow].tblAssoc : 0;
     const auto more = [&](u32 bit) { return static_cast<u16>((is & bit) / bit - (was & bit) / bit); };

@@ -198,6 +198,8 @@ TEST_F(Checks, OfCounts) {
     EXPECT_EQ(ComplaintOf(check), "");
     ++ctxt.epTblPool[3].refCnt;
     EXPECT_EQ(ComplaintOf(check), "counts of flow 0: of EP tables");
+    call = {"", &fuzz::kFreeTable<PacKind>, e_RET_OK, kNone, 0};
+    EXPECT_EQ(ComplaintOf(check), "PAC table 0: freed while in use");
 }
 
 // ---- Hardware and shadow
@@ -230,31 +232,31 @@ const Row kOfSides[] = {
 TEST_F(Checks, OfTheTwoSides) {
     for (const Row &row : kOfSides) {
         fuzz::TwoSides sides;
-        Call call{"", &fuzz::kReads};
-        const auto check = [&] { sides.Check(ctxt, *orxemu_state(), call); };
-        ASSERT_EQ(ComplaintOf(check), "");
+        const auto check = [&](fuzz::u32 rc) {
+            return ComplaintOf([&] { sides.Check(ctxt, *orxemu_state(), {"", &fuzz::kReads, rc}); });
+        };
+        ASSERT_EQ(check(e_RET_OK), "");
         row.breakIt(ctxt, ctxt.fcbPool[0]);
-        EXPECT_EQ(ComplaintOf(check), row.complaint);
-        call.rc = e_RET_DRIVER_FAILURE;
-        EXPECT_EQ(ComplaintOf(check), "") << "the driver failed";
-        call.rc = e_RET_OK;
-        EXPECT_EQ(ComplaintOf(check), "") << "it is known";
+        EXPECT_EQ(check(e_RET_OK), row.complaint);
+        EXPECT_EQ(check(e_RET_DRIVER_FAILURE), "") << "the driver failed";
+        EXPECT_EQ(check(e_RET_OK), "") << "it is known";
         ctxt.tpidTbl[0].tpid[0] = 1;
-        EXPECT_EQ(ComplaintOf(check), "TPID of port 0 is another one in the hardware") << "it is not";
+        EXPECT_EQ(check(e_RET_OK), "TPID of port 0 is another one in the hardware") << "it is not";
         Repair();
-        EXPECT_EQ(ComplaintOf(check), "") << "both sides are alike";
+        EXPECT_EQ(check(e_RET_OK), "") << "both sides are alike";
         row.breakIt(ctxt, ctxt.fcbPool[0]);
-        EXPECT_EQ(ComplaintOf(check), row.complaint) << "what was known is forgotten";
+        EXPECT_EQ(check(e_RET_OK), row.complaint) << "what was known is forgotten";
         Repair();
     }
 }
 
 TEST_F(Checks, OfAnActivation) {
     fuzz::TwoSides sides;
-    ctxt.fcbPool[1].reqPool[31].req[35] ^= 1;
     const Call call{"", &fuzz::kActivateFlow, e_RET_OK, 1};
-    EXPECT_EQ(ComplaintOf([&] { sides.Check(ctxt, *orxemu_state(), call); }),
-              "the hardware has taken another flow");
+    const auto check = [&] { sides.Check(ctxt, *orxemu_state(), call); };
+    EXPECT_EQ(ComplaintOf(check), "");
+    ctxt.fcbPool[1].reqPool[31].req[35] ^= 1;
+    EXPECT_EQ(ComplaintOf(check), "the hardware has taken another flow");
 }
 
 // ---- What a call may change
