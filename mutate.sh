@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Mutation testing of the library: ./mutate.sh [-n MUTANTS] [-s SEED] [-f PART OF A PATH] [-j TREES] [--help]
+# Mutation testing of the library: ./mutate.sh [-n MUTANTS] [-s SEED] [-f PART OF A PATH] [-j TREES] [-l] [--help]
 #
 # Installs what is missing first. Takes its time: see docs/mutation.md. Fails when a mutant survives that
 # tests/mutation/explained.txt does not explain.

@@ -1,29 +1,41 @@
 // What holds in a context between any two public calls.
 //
-// The checks read the records of qirapi/private/ and nothing of the code that changes them. Where an intended
-// oddity bends an invariant, it is bent by exactly that much (fuzz/past.h). What is not looked at: the nodes
-// of a FREE flow, which mean nothing until it is allocated again, and the types that an IPv4 filter entry has
-// accepted once VLAN tag 3 has been laid over it.
+// The checks read the records of qirapi/private/ and nothing of the code that changes them. What is not looked
+// at: the nodes of a FREE flow, which mean nothing until it is allocated again, and the lists of a flow with
+// VLAN tag 2 or 3, whose entries lie over those of other headers.
 #ifndef FUZZ_INVARIANTS_H
 #define FUZZ_INVARIANTS_H
 
-#include "fuzz/past.h"
+#include "fuzz/changes.h"
 
 namespace fuzz {
 
-// `numFlows`: flows that can be in use; who knows that those behind are FREE saves the walk through them.
+void CheckFlow(const QirCtxt &ctxt, u32 idx);
+// Flows from `numFlows` on are known to be FREE.
+void CheckSections(const QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
+void CheckTables(const QirCtxt &ctxt);
+void CheckSettings(const QirCtxt &ctxt);
+// A table counts the flows that are associated with it, one by one. Which table counts a flow whose handle was
+// replaced in the meantime is history; which of them a call may count in is said by what it may change.
+void CheckCounts(const QirCtxt &before, const QirCtxt &now, const Call &call);
 
-// One flow: its fields, its headers, its request lists.
-Complaint CheckFlow(const qir::QirCtxt &ctxt, u32 idx, const Past &past);
-// The counters of the flow sections.
-Complaint CheckSections(const qir::QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
-// The tables of all kinds, and who uses them.
-Complaint CheckTables(const qir::QirCtxt &ctxt, const Past &past, u32 numFlows = QIR_MAX_FLOWS);
-// Rate limiters, global and port settings.
-Complaint CheckSettings(const qir::QirCtxt &ctxt);
+// "flow 3: broken" for what does not hold of an object.
+struct About {
+    const char *kind;
+    u32 idx;
 
-// All of them, with all flows.
-Complaint CheckContext(const qir::QirCtxt &ctxt, const Past &past);
+    [[noreturn]] void Complain(const std::string &broken) const {
+        throw Complaint(std::string(kind) + " " + std::to_string(idx) + ": " + broken);
+    }
+    void Require(bool holds, const char *broken) const {
+        if (!holds) {
+            Complain(broken);
+        }
+    }
+};
+
+// The request lists of a flow (fuzz/request_lists.cpp).
+void CheckLists(const Fcb &fcb, const About &flow);
 
 } // namespace fuzz
 

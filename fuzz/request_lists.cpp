@@ -1,8 +1,11 @@
-#include "fuzz/request_lists.h"
-
+// The request nodes of a flow: who is on which list, and what the counts say.
+//
+// Every node names itself and two neighbours that name it back, so that all 32 lie on rings. The ring of node
+// 0 is the free list; each header has a ring of its own, headed by the node that its entry names.
+#include "fuzz/invariants.h"
 #include "qirapi/access/request_kinds.h"
 
-#include <cstddef>
+#include <algorithm>
 #include <cstring>
 
 namespace fuzz {
@@ -13,23 +16,25 @@ namespace {
 
 constexpr u32 kNodes = QIR_MAX_FCBREQ;
 constexpr u16 kFill16 = 0xA5A5;
+constexpr u32 kTags2And3 = 1u << e_FLOWHDR_VLAN2 | 1u << e_FLOWHDR_VLAN3;
 
-// One header's list. `hdr` is the header that it belongs to, `entry` lies in the FCB, `typeOffset` in a
-// request.
+// One header's list. `entry` lies in the FCB, `typeOffset` in a request.
 struct List {
     const char *name;
-    bool filter;
+    u32 blk; // offset in the FCB, where the bitmap of headers stands
     u32 hdr;
     u32 entry;
     u32 numTypes;
     u32 typeOffset;
+    bool l4; // TCP or UDP
+    u16 countsFrom;
 };
 
-template <class Kind> constexpr List ListOf(const char *name, u32 hdr, u32 tag = 0) {
+template <class Kind> constexpr List ListOf(const char *name, u32 hdr, u32 tag = 0, u16 countsFrom = 0) {
     constexpr bool kFilter = __is_same(typename Kind::Blk, FilterBlk);
-    const u32 blk = kFilter ? offsetof(Fcb, filterBlk) : offsetof(Fcb, actionBlk);
-    return {
-        name, kFilter, hdr, blk + Kind::Entry(tag), Kind::kNumTypes, offsetof(typename Kind::Record, type)};
+    constexpr u32 kBlk = kFilter ? offsetof(Fcb, filterBlk) : offsetof(Fcb, actionBlk);
+    constexpr u32 kType = offsetof(typename Kind::Record, type);
+    return {name, kBlk, hdr, kBlk + Kind::Entry(tag), Kind::kNumTypes, kType, Kind::kL4, countsFrom};
 }
 
 constexpr List kLists[] = {
@@ -43,181 +48,89 @@ constexpr List kLists[] = {
     ListOf<EthActionKind>("Ethernet actions", e_FLOWHDR_ETH),
     ListOf<VlanActionKind>("actions of tag 0", e_FLOWHDR_VLAN0, 0),
     ListOf<VlanActionKind>("actions of tag 1", e_FLOWHDR_VLAN1, 1),
-    ListOf<PppoeActionKind>("PPPoE actions", e_FLOWHDR_PPPOE),
+    // The count is not reset with the header: it goes on from the fill.
+    ListOf<PppoeActionKind>("PPPoE actions", e_FLOWHDR_PPPOE, 0, kFill16),
     ListOf<Ipv4ActionKind>("IPv4 actions", e_FLOWHDR_IPV4),
     ListOf<TcpActionKind>("TCP actions", e_FLOWHDR_IPV4),
     ListOf<UdpActionKind>("UDP actions", e_FLOWHDR_IPV4),
 };
 
-constexpr u32 kIpv4Filters = offsetof(Fcb, filterBlk) + Ipv4FilterKind::Entry(0);
-constexpr u32 kPppoeActions = offsetof(Fcb, actionBlk) + PppoeActionKind::Entry(0);
+class Lists {
+  public:
+    Lists(const Fcb &fcb, const About &flow) : fcb_(fcb), flow_(flow) {}
 
-u16 HdrBmapOf(const Fcb &fcb, const List &list) {
-    return list.filter ? fcb.filterBlk.hdrBmap : fcb.actionBlk.hdrBmap;
-}
-
-bool IsTcpOrUdp(const List &list) {
-    return list.hdr == e_FLOWHDR_IPV4 && list.entry != kIpv4Filters &&
-           list.entry != offsetof(Fcb, actionBlk) + Ipv4ActionKind::Entry(0);
-}
-
-HdrEntry EntryAt(const Fcb &fcb, u32 offset) {
-    HdrEntry entry;
-    std::memcpy(&entry, reinterpret_cast<const u8 *>(&fcb) + offset, sizeof entry);
-    return entry;
-}
-
-std::string Node(u32 idx) {
-    return "node " + std::to_string(idx);
-}
-
-Complaint CheckLinks(const Fcb &fcb) {
-    for (u32 i = 0; i < kNodes; ++i) {
-        const ReqNode &node = fcb.reqPool[i];
-        if (node.curr != i) {
-            return Node(i) + " calls itself " + std::to_string(node.curr);
+    void CheckAll() {
+        CheckLinks();
+        flow_.Require(fcb_.freeReqList == 0, "node 0 does not head the free list");
+        if (((fcb_.filterBlk.hdrBmap | fcb_.actionBlk.hdrBmap) & kTags2And3) != 0) {
+            return;
         }
-        if (node.next >= kNodes || node.prev >= kNodes) {
-            return Node(i) + " leads out of the pool";
+        flow_.Require(Walk(0, [](const ReqNode &) {}) == fcb_.freeReqCount, "free nodes miscounted");
+        for (const List &list : kLists) {
+            if (IsHdrSet(LoadEntry(fcb_, list.blk).reqCount, list.hdr)) { // the bitmap begins the block
+                Check(list);
+            }
         }
-        if (fcb.reqPool[node.next].prev != i) {
-            return Node(node.next) + " does not lead back to " + Node(i);
+        // MPLS has a node in each block, and no entry that names it.
+        const u32 numMpls = (IsHdrSet(fcb_.filterBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0) +
+                            (IsHdrSet(fcb_.actionBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0);
+        flow_.Require(std::count(seen_, seen_ + kNodes, false) == numMpls, "a node on no list");
+    }
+
+  private:
+    void Require(bool holds, const char *broken, const char *what, u32 idx = kNone) const {
+        if (!holds) {
+            flow_.Complain(std::string(what) + " " + (idx != kNone ? std::to_string(idx) + " " : "") +
+                           broken);
         }
     }
-    return {};
-}
 
-struct Rings {
-    u32 num = 0;
-    u32 of[kNodes] = {};     // ring of each node
-    u32 length[kNodes] = {}; // of each ring
-    bool headed[kNodes] = {};
+    void CheckLinks() const {
+        for (u32 i = 0; i < kNodes; ++i) {
+            const ReqNode &node = fcb_.reqPool[i];
+            Require(node.curr == i, "does not name itself", "node", i);
+            Require(node.next < kNodes && node.prev < kNodes, "leads out of the pool", "node", i);
+            Require(fcb_.reqPool[node.next].prev == i, "is not led back to", "node", i);
+        }
+    }
+
+    void Check(const List &list) {
+        const HdrEntry entry = LoadEntry(fcb_, list.entry);
+        // TCP and UDP had no node to head a list any more, and there is none to this day.
+        if (entry.reqList == kFill16 && list.l4 && fcb_.freeReqCount == 0) {
+            return;
+        }
+        Require(entry.reqList != 0 && entry.reqList < kNodes, "have no list", list.name);
+        Require(!seen_[entry.reqList], "are on the list of another header", list.name);
+        const u32 num = Walk(entry.reqList, [&](const ReqNode &node) {
+            u32 type = 0;
+            std::memcpy(&type, node.req + list.typeOffset, sizeof type);
+            Require(node.key == type && type < list.numTypes && (entry.curBmap >> type & 1u) != 0,
+                    "hold a type that was not accepted", list.name);
+        });
+        Require(static_cast<u16>(entry.reqCount - list.countsFrom) == num, "are miscounted", list.name);
+    }
+
+    // The nodes behind the head, whose links are right, and their number.
+    template <class Look> u32 Walk(u32 head, Look look) {
+        u32 num = 0;
+        seen_[head] = true;
+        for (u32 i = fcb_.reqPool[head].next; i != head; i = fcb_.reqPool[i].next, ++num) {
+            seen_[i] = true;
+            look(fcb_.reqPool[i]);
+        }
+        return num;
+    }
+
+    const Fcb &fcb_;
+    const About &flow_;
+    bool seen_[kNodes] = {};
 };
-
-// Of nodes whose links are right: each is on one ring.
-Rings FindRings(const Fcb &fcb) {
-    Rings rings;
-    bool seen[kNodes] = {};
-    for (u32 i = 0; i < kNodes; ++i) {
-        if (seen[i]) {
-            continue;
-        }
-        for (u32 node = i; !seen[node]; node = fcb.reqPool[node].next) {
-            seen[node] = true;
-            rings.of[node] = rings.num;
-            ++rings.length[rings.num];
-        }
-        ++rings.num;
-    }
-    return rings;
-}
-
-// The IPv4 filters' list is the free list, because VLAN tag 3 was laid over its head.
-bool IsFreeList(const Fcb &fcb, const List &list, u16 head) {
-    return head == 0 && list.entry == kIpv4Filters && IsHdrSet(fcb.filterBlk.hdrBmap, e_FLOWHDR_VLAN3);
-}
-
-// TCP and UDP had no node to head a list any more. Then there is none to this day, but for those that IPv4
-// filters put there.
-bool IsMissing(const Fcb &fcb, const List &list, u16 head, const FlowPast &past) {
-    return head == kFill16 && IsTcpOrUdp(list) && (fcb.freeReqCount == 0 || past.onFreeList != 0);
-}
-
-u16 ExpectedCount(const Fcb &fcb, const List &list, u32 members, const FlowPast &past) {
-    u32 count = members;
-    if (list.entry == kIpv4Filters) {
-        count -= past.ipv4Missing;
-    } else if (list.entry == kPppoeActions && !IsHdrSet(fcb.actionBlk.hdrBmap, e_FLOWHDR_VLAN2)) {
-        // Not reset with its header: it counts on from the fill. VLAN tag 2, on the same entry, resets it.
-        count += kFill16;
-    }
-    return static_cast<u16>(count);
-}
-
-Complaint CheckRequests(const Fcb &fcb, const List &list, const HdrEntry &entry) {
-    for (u32 i = fcb.reqPool[entry.reqList].next; i != entry.reqList; i = fcb.reqPool[i].next) {
-        const ReqNode &node = fcb.reqPool[i];
-        u32 type = 0;
-        std::memcpy(&type, node.req + list.typeOffset, sizeof type);
-        if (node.key >= list.numTypes || (entry.curBmap >> node.key & 1u) == 0) {
-            return Node(i) + " of the " + list.name + " has a type that was not accepted";
-        }
-        if (node.key != type) {
-            return Node(i) + " of the " + list.name + " has the key of another type";
-        }
-    }
-    return {};
-}
-
-Complaint CheckList(const Fcb &fcb, const List &list, Rings &rings, const FlowPast &past) {
-    const HdrEntry entry = EntryAt(fcb, list.entry);
-    if (IsFreeList(fcb, list, entry.reqList)) {
-        const bool counted = entry.reqCount == static_cast<u16>(past.ipv4Before + past.onFreeList);
-        return counted ? Complaint{} : std::string("the ") + list.name + " on the free list are miscounted";
-    }
-    if (IsMissing(fcb, list, entry.reqList, past)) {
-        return {};
-    }
-    if (entry.reqList == 0 || entry.reqList >= kNodes) {
-        return std::string("the ") + list.name + " have no list";
-    }
-    const u32 ring = rings.of[entry.reqList];
-    if (rings.headed[ring]) {
-        return std::string("the ") + list.name + " are on the list of another header";
-    }
-    rings.headed[ring] = true;
-    if (entry.reqCount != ExpectedCount(fcb, list, rings.length[ring] - 1, past)) {
-        return std::string("the ") + list.name + " are miscounted";
-    }
-    return CheckRequests(fcb, list, entry);
-}
-
-u32 NumHdrs(u16 hdrBmap) {
-    u32 hdrs = 0;
-    for (u32 hdr = 0; hdr < e_FLOWHDR_MAX; ++hdr) {
-        hdrs += IsHdrSet(hdrBmap, hdr) ? 1 : 0;
-    }
-    return hdrs;
-}
-
-// One node for each header, and one each for TCP and UDP.
-u32 NumHeads(const Fcb &fcb) {
-    u32 heads = NumHdrs(fcb.filterBlk.hdrBmap) + NumHdrs(fcb.actionBlk.hdrBmap);
-    for (const List &list : kLists) {
-        const bool allocated = IsTcpOrUdp(list) && IsHdrSet(HdrBmapOf(fcb, list), list.hdr);
-        heads += allocated && EntryAt(fcb, list.entry).reqList < kNodes ? 1 : 0;
-    }
-    return heads;
-}
 
 } // namespace
 
-Complaint CheckLists(const Fcb &fcb, const FlowPast &past) {
-    if (Complaint broken = CheckLinks(fcb); !broken.empty()) {
-        return broken;
-    }
-    Rings rings = FindRings(fcb);
-    rings.headed[rings.of[0]] = true;
-    if (fcb.freeReqList != 0) {
-        return "node 0 does not head the free list";
-    }
-    const u32 numFree = rings.length[rings.of[0]] - 1;
-    if (numFree != static_cast<u16>(fcb.freeReqCount + past.onFreeList)) {
-        return "counts " + std::to_string(fcb.freeReqCount) + " free nodes, has " + std::to_string(numFree);
-    }
-    for (const List &list : kLists) {
-        if (!IsHdrSet(HdrBmapOf(fcb, list), list.hdr)) {
-            continue;
-        }
-        if (Complaint broken = CheckList(fcb, list, rings, past); !broken.empty()) {
-            return broken;
-        }
-    }
-    const u32 expected = 1 + NumHeads(fcb) + past.strays;
-    if (rings.num != expected) {
-        return std::to_string(rings.num) + " lists of nodes, " + std::to_string(expected) + " were made";
-    }
-    return {};
+void CheckLists(const Fcb &fcb, const About &flow) {
+    Lists(fcb, flow).CheckAll();
 }
 
 } // namespace fuzz
