@@ -2,6 +2,7 @@
 #include "emu/journal/file_names.h"
 #include "emu/journal/log_file.h"
 #include "emu/journal/state_file.h"
+#include "emu/server/server.h"
 #include "emu/tool/commands.h"
 #include "emu/tool/run_faults.h"
 #include "emu/tool/run_process.h"
@@ -12,9 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cstdio>
-#include <poll.h>
+#include <memory>
 
 namespace orxemu::tool {
 
@@ -56,25 +56,37 @@ class UsageFormatter : public CLI::Formatter {
     }
 };
 
-journal::LogEntry EntryOf(const SessionMessage &message) {
-    const OrxEmuRequest &request = message.request;
+journal::FaultMark MarkOf(FaultKind fault) {
+    return fault == FaultKind::None         ? journal::FaultMark::None
+           : fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
+                                            : journal::FaultMark::Fail;
+}
+
+journal::LogEntry EntryOf(const Request &request, const Answer &answer) {
+    OrxEmuRequest kept;
+    Record(request, answer, kept);
     journal::LogEntry entry;
-    entry.isOpen = message.head.kind == MessageKind::FailedOpen;
-    entry.request = request.request;
-    entry.err = request.err;
-    entry.fault = message.head.fault == FaultKind::None         ? journal::FaultMark::None
-                  : message.head.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
-                                                                : journal::FaultMark::Fail;
-    entry.recordRead = message.head.recordRead != 0;
+    entry.request = request.number;
+    entry.err = answer.err;
+    entry.fault = MarkOf(answer.fault);
+    entry.recordRead = request.record != nullptr;
     if (entry.recordRead) {
-        entry.in.assign(request.in, request.in + request.recordSize);
-        entry.out.assign(request.out, request.out + request.recordSize);
+        entry.in.assign(kept.in, kept.in + kept.recordSize);
+        entry.out.assign(kept.out, kept.out + kept.recordSize);
     }
-    entry.fcb.assign(request.fcb, request.fcb + request.fcbSize);
+    entry.fcb.assign(kept.fcb, kept.fcb + kept.fcbSize);
     return entry;
 }
 
-// One run: the session, the log that is written while the program runs, and the state that it leaves.
+journal::LogEntry FailedOpen(const Answer &answer) {
+    journal::LogEntry entry;
+    entry.isOpen = true;
+    entry.err = answer.err;
+    entry.fault = MarkOf(answer.fault);
+    return entry;
+}
+
+// One run: the hardware, the log that is written while the program runs, and the state that it leaves.
 class Run {
   public:
     explicit Run(const RunOptions &options) : options_(options) {}
@@ -85,48 +97,43 @@ class Run {
   private:
     void LoadState();
     void OpenLog();
-    void Watch(Process &process);
-    // At most so many messages; false when none is left.
-    bool ReadMessages(int most);
-    // False when a process still was in the middle of a request.
-    bool ReadRest();
-    // Messages that are due and have not been read, at the end.
-    std::uint32_t Missing() const;
-    void WaitForMessages(int milliseconds);
+    Server::Observer Watcher();
+    template <class MakeEntry> void Log(MakeEntry makeEntry);
+    void WriteLog();
     // What is to be told at the end; each returns whether it could do what was asked for.
-    bool CheckRest(bool settled);
-    bool CloseLog();
+    bool CloseLog(const Server &server);
     bool SaveState();
-    bool CheckServed();
-    bool CheckJoined();
+    bool CheckJoined(const Server &server);
     void TellOfFaultsLeft();
 
     const RunOptions &options_;
-    Session session_;
+    const std::unique_ptr<Device> device_ = std::make_unique<Device>();
     journal::LogWriter log_;
+    std::vector<journal::LogEntry> unwritten_;
     journal::LogEnd end_;
-    std::uint32_t due_ = 0; // messages, when the log ends
 };
 
 int Run::Do() {
-    session_.memory().hardware.faults = ParseFaults(options_.faults);
+    device_->faults = ParseFaults(options_.faults);
     Program program(options_.program);
     LoadState();
     OpenLog();
-    Process process(program, session_);
-    Watch(process);
-    const bool settled = CheckRest(ReadRest());
-    if (options_.summary) {
-        std::fputs(SummaryText(session_.memory().hardware.state).c_str(), stderr);
+    Server server(*device_, Watcher());
+    Process process(program, server.Variable());
+    while (!process.hasEnded()) {
+        server.ServeUntil(process.descriptor());
+        process.HandleSignals();
     }
-    const bool logClosed = CloseLog();
+    server.Finish();
+    if (options_.summary) {
+        std::fputs(SummaryText(device_->state).c_str(), stderr);
+    }
+    const bool logClosed = CloseLog(server);
     const bool stateSaved = SaveState();
-    const bool served = CheckServed();
-    const bool joined = CheckJoined();
+    const bool joined = CheckJoined(server);
     TellOfFaultsLeft();
     const int status = process.ExitStatus();
-    return status == 0 && !(settled && logClosed && stateSaved && served && joined) ? kStatusRunTrouble
-                                                                                    : status;
+    return status == 0 && !(logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
 }
 
 void Run::LoadState() {
@@ -144,7 +151,7 @@ void Run::LoadState() {
     std::string text;
     journal::ByteOrder writtenOrder = journal::kHostOrder;
     if (!journal::ReadFile(options_.state, text, problem) ||
-        !journal::ReadState(text, options_.state, session_.memory().hardware.state, writtenOrder, problem)) {
+        !journal::ReadState(text, options_.state, device_->state, writtenOrder, problem)) {
         throw RunTrouble(problem.Text());
     }
 }
@@ -164,137 +171,73 @@ void Run::OpenLog() {
     }
 }
 
-void Run::Watch(Process &process) {
-    constexpr int kAtATime = 256;
-    while (!process.hasEnded()) {
-        // A channel without senders would always be ready.
-        pollfd ready[] = {{process.descriptor(), POLLIN, 0},
-                          {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0}};
-        poll(ready, sizeof ready / sizeof *ready, -1);
-        process.HandleSignals();
-        ReadMessages(kAtATime);
+Server::Observer Run::Watcher() {
+    return {[this](const Request &request, const Answer &answer) {
+                ++end_.requests;
+                Log([&] { return EntryOf(request, answer); });
+            },
+            [this](const Answer &answer) {
+                ++end_.failedOpens;
+                Log([&] { return FailedOpen(answer); });
+            },
+            [this] { WriteLog(); }};
+}
+
+// The program does not wait for the log: lines are written when it asks for nothing.
+template <class MakeEntry> void Run::Log(MakeEntry makeEntry) {
+    constexpr std::size_t kMost = 1024;
+    if (!log_.IsOpen()) {
+        return;
+    }
+    unwritten_.push_back(makeEntry());
+    if (unwritten_.size() == kMost) {
+        WriteLog();
     }
 }
 
-bool Run::ReadMessages(int most) {
-    SessionMessage message;
-    for (int i = 0; i < most; ++i) {
-        if (!session_.Receive(message)) {
-            return false;
-        }
-        const bool isOpen = message.head.kind == MessageKind::FailedOpen;
-        ++(isOpen ? end_.failedOpens : end_.requests);
-        if (log_.IsOpen()) {
-            log_.Write(EntryOf(message));
-        }
+void Run::WriteLog() {
+    for (const journal::LogEntry &entry : unwritten_) {
+        log_.Write(entry);
     }
-    return true;
+    unwritten_.clear();
 }
 
-// Processes that outlive the program may still send requests: the log ends, and the state is taken, between
-// two of them. One that was stopped in the middle of a request is not waited for without end.
-bool Run::ReadRest() {
-    constexpr std::chrono::seconds kPatience(10);
-    constexpr int kAtATime = 256;
-    constexpr int kMilliseconds = 10;
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    bool locked = session_.TryLock();
-    while (!locked && std::chrono::steady_clock::now() < end) {
-        if (!ReadMessages(kAtATime)) {
-            WaitForMessages(kMilliseconds);
-        }
-        locked = session_.TryLock();
-    }
-    // Others may go on sending all the time when it is not ours.
-    due_ = session_.memory().reports;
-    while (Missing() != 0 && ReadMessages(1)) {
-    }
-    // No message is due from a process that could not join; it may have told so behind the last one.
-    ReadMessages(kAtATime);
-    return locked;
-}
-
-std::uint32_t Run::Missing() const {
-    const auto received = static_cast<std::uint32_t>(end_.requests + end_.failedOpens);
-    const std::uint32_t missing = due_ - received;
-    // More than were due have come from a program that has made some up.
-    return missing <= INT32_MAX ? missing : 0;
-}
-
-void Run::WaitForMessages(int milliseconds) {
-    pollfd ready = {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0};
-    poll(&ready, 1, milliseconds);
-}
-
-bool Run::CheckRest(bool settled) {
-    if (!settled) {
-        Complain("a process that outlives " + options_.program.words.front() +
-                 " stays in the middle of a request: what the hardware holds may not be whole");
-    }
-    return settled;
-}
-
-bool Run::CloseLog() {
+bool Run::CloseLog(const Server &server) {
     if (!log_.IsOpen()) {
         return true;
     }
-    // Those of processes that died or stopped in the middle of a request are among them, and those that came
-    // to nothing without the lock.
-    end_.lost = Missing() + session_.memory().unserved;
-    end_.openDescriptors = static_cast<int>(session_.memory().openDescriptors);
+    WriteLog();
+    end_.openDescriptors = static_cast<int>(server.NumLeftOpen());
     const bool closed = log_.Close(end_);
     if (!closed) {
         Complain(log_.problem().Text());
     }
-    if (end_.lost != 0) {
-        Complain(options_.log + ": " + std::to_string(end_.lost) +
-                 (end_.lost == 1 ? " request is missing" : " requests are missing") +
-                 ": a process had closed the descriptors of the stand-in or ended in the "
-                 "middle of a request, or orxemu could not read them in time");
-    }
-    return closed && end_.lost == 0;
+    return closed;
 }
 
 bool Run::SaveState() {
     journal::Problem problem;
     if (options_.state.empty() ||
-        journal::WriteFileAtomically(options_.state, journal::StateText(session_.memory().hardware.state),
-                                     problem)) {
+        journal::WriteFileAtomically(options_.state, journal::StateText(device_->state), problem)) {
         return true;
     }
     Complain(problem.Text());
     return false;
 }
 
-bool Run::CheckServed() {
-    const bool served = session_.memory().unserved == 0;
-    if (!served) {
-        Complain("a process had closed the descriptors of the stand-in: the device was refused to it with " +
-                 journal::ErrnoName(kUnserved));
+bool Run::CheckJoined(const Server &server) {
+    if (server.NumStrangers() != 0) {
+        Complain("a process found no device, because its stand-in is of another version than orxemu");
+    } else if (server.NumJoined() == 0) {
+        Complain(options_.program.words.front() +
+                 " did not load the stand-in: it is linked statically or has more rights than its user");
     }
-    const int err = session_.joinErr();
-    if (err != 0) {
-        Complain(SystemTrouble(
-                     "a process found no device, because it could not reach what the session shares", err)
-                     .what());
-    }
-    return served && err == 0;
-}
-
-bool Run::CheckJoined() {
-    const bool joined = session_.memory().joined != 0;
-    if (!joined) {
-        Complain(
-            options_.program.words.front() +
-            " did not load the stand-in: it is linked statically or has more rights than its user, or the "
-            "library is of another version");
-    }
-    return joined;
+    return server.NumStrangers() == 0 && server.NumJoined() != 0;
 }
 
 // The program did not fail on what it has not met.
 void Run::TellOfFaultsLeft() {
-    const std::uint32_t left = session_.memory().hardware.faults.num;
+    const std::uint32_t left = device_->faults.num;
     if (left != 0) {
         Complain(std::to_string(left) + (left == 1 ? " fault was" : " faults were") +
                  " not met: there were not so many requests or openings");

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <elf.h>
 #include <fcntl.h>
 #include <fstream>
 #include <string_view>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -50,11 +50,31 @@ std::string ProgramBehind(const std::string &file) {
     return program;
 }
 
-// Whether the system heeds what a file says of the rights that it is executed with.
-bool GivesRights(const std::string &path) {
-    struct statvfs mounted = {};
-    const bool noMore = statvfs(path.c_str(), &mounted) == 0 && (mounted.f_flag & ST_NOSUID) != 0;
-    return !noMore && prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) != 1;
+// Reads a structure at an offset; false when the file ends before.
+template <class Struct> bool Read(std::ifstream &file, std::uint64_t offset, Struct &structure) {
+    file.seekg(static_cast<std::streamoff>(offset));
+    file.read(reinterpret_cast<char *>(&structure), sizeof structure);
+    return file.good();
+}
+
+// Whether a program of this machine's byte order names a loader, which is what preloads a library.
+template <class Head, class Segment> bool NamesLoader(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    Head head = {};
+    bool readable = Read(file, 0, head);
+    for (unsigned i = 0; readable && i < head.e_phnum; ++i) {
+        Segment segment = {};
+        readable = Read(file, std::uint64_t{head.e_phoff} + std::uint64_t{i} * sizeof segment, segment);
+        if (readable && segment.p_type == PT_INTERP) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool IsStatic(const std::string &path, const ElfKind &kind) {
+    return kind.wordSize == ELFCLASS64 ? !NamesLoader<Elf64_Ehdr, Elf64_Phdr>(path)
+                                       : !NamesLoader<Elf32_Ehdr, Elf32_Phdr>(path);
 }
 
 // Then its loader preloads nothing that is not the system's.
@@ -67,10 +87,32 @@ bool HasMoreRights(const std::string &path) {
     const bool user = (info.stx_mode & S_ISUID) != 0 && info.stx_uid != getuid();
     const bool group = (info.stx_mode & kGroupBits) == kGroupBits && info.stx_gid != getgid();
     const bool capabilities = getuid() != 0 && getxattr(path.c_str(), "security.capability", nullptr, 0) > 0;
-    return (user || group || capabilities) && GivesRights(path);
+    return user || group || capabilities;
 }
 
 } // namespace
+
+std::optional<ElfKind> ElfKindOf(const std::filesystem::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    Elf32_Ehdr head = {}; // which begins like that of the other word size
+    if (!Read(file, 0, head) || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) {
+        return std::nullopt;
+    }
+    ElfKind kind = {head.e_ident[EI_CLASS], head.e_ident[EI_DATA], head.e_machine};
+    if (OrderOf(kind) != journal::kHostOrder) {
+        kind.machine = static_cast<std::uint16_t>(kind.machine << 8 | kind.machine >> 8);
+    }
+    return kind;
+}
+
+journal::ByteOrder OrderOf(const ElfKind &kind) {
+    return kind.order == ELFDATA2MSB ? journal::ByteOrder::Big : journal::ByteOrder::Little;
+}
+
+std::string Describe(const ElfKind &kind) {
+    return std::string(kind.wordSize == ELFCLASS64 ? "64" : "32") + "-bit " + journal::NameOf(OrderOf(kind)) +
+           "-endian, machine " + std::to_string(kind.machine);
+}
 
 void CheckProgram(const std::string &file, const std::filesystem::path &library, const ElfKind &libraryKind,
                   bool emulated, bool isLauncher) {
@@ -86,7 +128,7 @@ void CheckProgram(const std::string &file, const std::filesystem::path &library,
     if (!kind && emulated) {
         throw RunTrouble(name + " is no program that --emulator can run", kStatusCannotRun);
     }
-    if (!isLauncher && IsStatic(program)) {
+    if (!isLauncher && kind && IsStatic(program, *kind)) {
         throw RunTrouble(name + " is linked statically and cannot load the stand-in; when it only starts "
                                 "programs that can, --launcher runs it",
                          kStatusCannotRun);

@@ -87,8 +87,8 @@ SignalHandling::SignalHandling() {
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw SystemTrouble("cannot watch for signals", errno);
     }
-    readingEnd_.Reset(ends[0]);
-    writingEnd_.Reset(ends[1]);
+    readingEnd_ = Descriptor(ends[0]);
+    writingEnd_ = Descriptor(ends[1]);
     signalPipe = ends[1];
     Note(SIGCHLD);
     for (const int signal : kPassedOn) {
@@ -154,28 +154,25 @@ CameSignal SignalHandling::Next() const {
     return size == static_cast<ssize_t>(sizeof signal) ? signal : CameSignal{};
 }
 
-Process::Process(Program &program, Session &session) {
+Process::Process(Program &program, const std::string &sessionVariable) {
     // A session around this one is not the program's.
-    std::erase_if(program.environment(), [](const std::string &variable) {
-        return variable.starts_with(std::string(kSessionVariable) + "=");
-    });
-    program.environment().push_back(session.Variable());
+    const std::string name = sessionVariable.substr(0, sessionVariable.find('=') + 1);
+    std::erase_if(program.environment(),
+                  [&name](const std::string &variable) { return variable.starts_with(name); });
+    program.environment().push_back(sessionVariable);
     const std::vector<char *> words = Pointers(program.words());
     const std::vector<char *> environment = Pointers(program.environment());
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         throw SystemTrouble("cannot start " + program.name(), errno);
     }
-    OwnedDescriptor readingEnd;
-    OwnedDescriptor writingEnd;
-    readingEnd.Reset(ends[0]);
-    writingEnd.Reset(ends[1]);
+    const Descriptor readingEnd(ends[0]);
+    Descriptor writingEnd(ends[1]);
     {
         const SignalsWait wait;
         pid_ = fork();
         if (pid_ == 0) {
             signals_.Restore();
-            session.BequeathDescriptors();
             execve(program.file().c_str(), words.data(), environment.data());
             const int err = errno;
             [[maybe_unused]] const ssize_t written = write(writingEnd.get(), &err, sizeof err);
@@ -185,8 +182,7 @@ Process::Process(Program &program, Session &session) {
     if (pid_ < 0) {
         throw SystemTrouble("cannot start " + program.name(), errno);
     }
-    session.CloseSendingEnd();
-    writingEnd.Reset();
+    writingEnd.Close();
     const int err = ReadFailure(readingEnd.get());
     if (err != 0) {
         waitpid(pid_, nullptr, 0);

@@ -2,10 +2,11 @@
 #ifndef EMU_TOOL_RUN_PROCESS_H
 #define EMU_TOOL_RUN_PROCESS_H
 
+#include "emu/server/descriptor.h"
 #include "emu/tool/run_program.h"
-#include "emu/tool/run_session.h"
 
 #include <csignal>
+#include <string>
 #include <sys/types.h>
 #include <vector>
 
@@ -44,16 +45,16 @@ class SignalHandling {
     // because an emulator may tell what it found and do otherwise.
     void NoteUnlessIgnored(int signal);
 
-    OwnedDescriptor readingEnd_;
-    OwnedDescriptor writingEnd_;
+    Descriptor readingEnd_;
+    Descriptor writingEnd_;
     std::vector<Before> before_;
     sigset_t blockedBefore_ = {};
 };
 
 class Process {
   public:
-    // Starts the program. Throws RunTrouble when it cannot be executed.
-    Process(Program &program, Session &session);
+    // Starts the program in the session that the variable names. Throws RunTrouble when it cannot be executed.
+    Process(Program &program, const std::string &sessionVariable);
 
     // Readable when HandleSignals() has something to do.
     int descriptor() const { return signals_.descriptor(); }

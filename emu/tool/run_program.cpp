@@ -1,7 +1,6 @@
 #include "emu/tool/run_program.h"
 
 #include "emu/tool/run_check.h"
-#include "emu/tool/run_elf.h"
 #include "emu/tool/run_trouble.h"
 
 #include <algorithm>
@@ -101,7 +100,7 @@ fs::path FindLibrary() {
                      " nor in the library folder beside it; --library FILE says where it is");
 }
 
-// The memory that the tool shares with it is in one byte order.
+// What it sends to the tool is in its own byte order.
 ElfKind CheckLibrary(const fs::path &library) {
     const std::optional<ElfKind> kind = ElfKindOf(library);
     if (!kind) {

@@ -1,14 +1,17 @@
-// The kernel moves the bytes and refuses a bad address. It does so between this process and itself, as it
-// does between two processes; where that is not possible the bytes go through a pipe, which takes two
-// descriptors that the program may not have left.
+// The kernel is asked whether it could fetch the pages, which is quick. Where it does not know that question, or
+// says no, it moves the bytes itself and refuses a bad address: between this process and itself, as it does
+// between two processes, or through a pipe, which takes two descriptors that the program may not have left.
 //
 // The plain system calls are used, because a sanitizer's wrappers look at the addresses themselves, and
 // because no thread can be cancelled in them.
-#include "emu/caller_memory.h"
+#include "emu/preload/caller_memory.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -17,7 +20,48 @@ namespace orxemu {
 
 namespace {
 
+// --- At once
+
+#ifndef MADV_POPULATE_READ // Linux 5.14
+#define MADV_POPULATE_READ  22
+#define MADV_POPULATE_WRITE 23
+#endif
+
+int Populate(const void *address, std::size_t size, int advice) {
+    const auto page = static_cast<std::uintptr_t>(getpagesize());
+    const auto begin = reinterpret_cast<std::uintptr_t>(address) / page * page;
+    const std::size_t length = reinterpret_cast<std::uintptr_t>(address) - begin + size;
+    return static_cast<int>(
+        syscall(SYS_madvise, static_cast<long>(begin), length, static_cast<long>(advice)));
+}
+
+// An emulator may say yes to everything.
+bool PopulateIsHonest() {
+    static constinit std::atomic<int> isHonest = -1;
+    if (isHonest < 0) {
+        isHonest = Populate(nullptr, 1, MADV_POPULATE_READ) != 0 ? 1 : 0;
+    }
+    return isHonest != 0;
+}
+
+bool CanReach(const void *address, std::size_t size, int advice) {
+    const int savedErrno = errno;
+    const bool can = PopulateIsHonest() && Populate(address, size, advice) == 0;
+    errno = savedErrno;
+    return can;
+}
+
 // --- As between two processes
+
+// Asked for once: two system calls less for each request. 0: not asked yet.
+constinit std::atomic<pid_t> ownPid = 0;
+
+pid_t OwnPid() {
+    if (ownPid == 0) {
+        ownPid = getpid();
+    }
+    return ownPid;
+}
 
 // 0, or the errno of a call that did not move all of the bytes.
 template <std::size_t kParts>
@@ -27,7 +71,7 @@ int MoveBetween(long number, const iovec (&own)[kParts], const iovec (&callers)[
         size += part.iov_len;
     }
     const long moved =
-        syscall(number, static_cast<long>(getpid()), own, kParts, callers, kParts, static_cast<long>(0));
+        syscall(number, static_cast<long>(OwnPid()), own, kParts, callers, kParts, static_cast<long>(0));
     if (moved < 0) {
         return errno;
     }
@@ -96,16 +140,48 @@ int AskPipe(int directErr, void *to, const void *from, std::size_t size) {
     return noPipe && directErr == EFAULT ? EFAULT : err;
 }
 
-} // namespace
-
-int CopyFromCaller(void *to, const void *callerFrom, std::size_t size) {
+int CopySlowly(void *to, const void *callerFrom, std::size_t size) {
     const int err = ReadDirectly(to, callerFrom, size);
     return err == 0 ? 0 : AskPipe(err, to, callerFrom, size);
 }
 
-int CopyToCaller(void *callerTo, const void *from, std::size_t size) {
+int WriteSlowly(void *callerTo, const void *from, std::size_t size) {
     const int err = WriteDirectly(callerTo, from, size);
     return err == 0 ? 0 : AskPipe(err, callerTo, from, size);
+}
+
+} // namespace
+
+void ForgetPid() {
+    ownPid = 0;
+}
+
+const void *Reach(const void *callerFrom, void *copy, std::size_t size) {
+    if (CanReach(callerFrom, size, MADV_POPULATE_READ)) {
+        return callerFrom;
+    }
+    return CopySlowly(copy, callerFrom, size) == 0 ? copy : nullptr;
+}
+
+int CopyFromCaller(void *to, const void *callerFrom, std::size_t size) {
+    if (!CanReach(callerFrom, size, MADV_POPULATE_READ)) {
+        return CopySlowly(to, callerFrom, size);
+    }
+    std::memcpy(to, callerFrom, size);
+    return 0;
+}
+
+int CopyFromCaller(void *to, void *callerFrom, std::size_t size, std::size_t offset, std::size_t writeSize,
+                   bool &canWrite) {
+    canWrite = CanReach(callerFrom, size, MADV_POPULATE_WRITE);
+    if (canWrite) {
+        std::memcpy(to, callerFrom, size);
+        return 0;
+    }
+    const int err = CopySlowly(to, callerFrom, size);
+    const auto *copy = static_cast<const char *>(to) + offset;
+    canWrite = err == 0 && WriteSlowly(static_cast<char *>(callerFrom) + offset, copy, writeSize) == 0;
+    return err;
 }
 
 } // namespace orxemu
