@@ -85,7 +85,7 @@ Bytes Take(ByteView input, std::size_t size) {
 }
 
 void ReadAsEntry(ByteView input, ByteOrder order) {
-    const std::span<const RequestInfo> all = AllRequests();
+    const std::span<const RequestInfo> all = qir::kRequestTable;
     const RequestInfo &info = all[input.empty() ? 0 : input[0] % all.size()];
     LogEntry entry;
     entry.request = info.number;

@@ -16,49 +16,14 @@ constexpr unsigned kNumNodes = QIR_MAX_FCBREQ;
 constexpr unsigned kFreeListHead = 0;
 constexpr unsigned kFillWord = 0xA5A5;
 
-// What a header of a block is called, and where it keeps its list. The headers without an entry of their own
-// have no kind.
-struct HeaderRow {
-    const char *name;
-    unsigned hdr; // its bit in hdrBmap
-    const RequestKind *kind;
-    std::size_t entry; // in the FCB
-    bool shownEmpty = true;
-};
-
-#define ENTRY(blk, member) (offsetof(qir::Fcb, blk) + offsetof(decltype(qir::Fcb::blk), member))
-
-constexpr HeaderRow kFilterHeaders[] = {
-    {"eth", e_FLOWHDR_ETH, &kEthFilterKind, ENTRY(filterBlk, eth)},
-    {"vlan0", e_FLOWHDR_VLAN0, &kVlanFilterKind, ENTRY(filterBlk, vlan[0])},
-    {"vlan1", e_FLOWHDR_VLAN1, &kVlanFilterKind, ENTRY(filterBlk, vlan[1])},
-    {"vlan2", e_FLOWHDR_VLAN2, nullptr, 0},
-    {"vlan3", e_FLOWHDR_VLAN3, nullptr, 0},
-    {"pppoe", e_FLOWHDR_PPPOE, &kPppoeFilterKind, ENTRY(filterBlk, pppoe)},
-    {"mpls", e_FLOWHDR_MPLS, nullptr, 0},
-    {"ipv4", e_FLOWHDR_IPV4, &kIpv4FilterKind, ENTRY(filterBlk, ipv4)},
-    {"tcp", e_FLOWHDR_IPV4, &kTcpFilterKind, ENTRY(filterBlk, tcp), false},
-    {"udp", e_FLOWHDR_IPV4, &kUdpFilterKind, ENTRY(filterBlk, udp), false},
-};
-constexpr HeaderRow kActionHeaders[] = {
-    {"eth", e_FLOWHDR_ETH, &kEthActionKind, ENTRY(actionBlk, eth)},
-    {"vlan0", e_FLOWHDR_VLAN0, &kVlanActionKind, ENTRY(actionBlk, vlan[0])},
-    {"vlan1", e_FLOWHDR_VLAN1, &kVlanActionKind, ENTRY(actionBlk, vlan[1])},
-    {"vlan2", e_FLOWHDR_VLAN2, nullptr, 0},
-    {"vlan3", e_FLOWHDR_VLAN3, nullptr, 0},
-    {"pppoe", e_FLOWHDR_PPPOE, &kPppoeActionKind, ENTRY(actionBlk, pppoe)},
-    {"mpls", e_FLOWHDR_MPLS, nullptr, 0},
-    {"ipv4", e_FLOWHDR_IPV4, &kIpv4ActionKind, ENTRY(actionBlk, ipv4)},
-    {"tcp", e_FLOWHDR_IPV4, &kTcpActionKind, ENTRY(actionBlk, tcp), false},
-    {"udp", e_FLOWHDR_IPV4, &kUdpActionKind, ENTRY(actionBlk, udp), false},
-};
-
 struct Block {
     std::size_t hdrBmap;
-    std::span<const HeaderRow> headers;
+    RequestList HeaderRow::*list;
 };
-constexpr Block kFilterBlock = {ENTRY(filterBlk, hdrBmap), kFilterHeaders};
-constexpr Block kActionBlock = {ENTRY(actionBlk, hdrBmap), kActionHeaders};
+constexpr Block kFilterBlock = {offsetof(qir::Fcb, filterBlk) + offsetof(qir::FilterBlk, hdrBmap),
+                                &HeaderRow::filters};
+constexpr Block kActionBlock = {offsetof(qir::Fcb, actionBlk) + offsetof(qir::ActionBlk, hdrBmap),
+                                &HeaderRow::actions};
 
 constexpr std::size_t NodeOffset(unsigned node) {
     return offsetof(qir::Fcb, reqPool) + node * sizeof(qir::ReqNode);
@@ -74,9 +39,9 @@ class Walker {
   public:
     Walker(ByteView fcb, ByteOrder order) : fcb_(fcb), order_(order) { seen_.set(kFreeListHead); }
 
-    // Calls visit(node) for the requests of the list of `header`. What is damaged, empty when nothing is.
-    template <class Visit> std::string Walk(const HeaderRow &header, Visit visit) {
-        const unsigned head = Word(header.entry + offsetof(qir::HdrEntry, reqList));
+    // Calls visit(node) for the requests of a list. What is damaged, empty when nothing is.
+    template <class Visit> std::string Walk(const RequestList &list, Visit visit) {
+        const unsigned head = Word(list.entry + offsetof(qir::HdrEntry, reqList));
         std::string damage = Enter(head);
         for (unsigned node = head; damage.empty();) {
             node = Word(NodeOffset(node) + offsetof(qir::ReqNode, next));
@@ -92,15 +57,16 @@ class Walker {
     }
 
     bool IsAllocated(const Block &block, const HeaderRow &header) const {
-        return ((Word(block.hdrBmap) >> header.hdr) & 1u) != 0 && !IsUntaken(header);
+        return ((Word(block.hdrBmap) >> header.hdr) & 1u) != 0 &&
+               (header.shownEmpty || !IsUntaken(header.*block.list));
     }
 
   private:
     unsigned Word(std::size_t offset) const { return Load(fcb_, offset, 2, order_); }
 
     // TCP and UDP come with IPv4. When the pool ran out on the way to them, their entries are as they were.
-    bool IsUntaken(const HeaderRow &header) const {
-        return !header.shownEmpty && Word(header.entry + offsetof(qir::HdrEntry, reqList)) == kFillWord;
+    bool IsUntaken(const RequestList &list) const {
+        return Word(list.entry + offsetof(qir::HdrEntry, reqList)) == kFillWord;
     }
 
     std::string Enter(unsigned node) {
@@ -126,15 +92,16 @@ constexpr std::size_t kReqInNode = offsetof(qir::ReqNode, req);
 
 Json DecodeHeaders(ByteView fcb, ByteOrder order, Walker &walker, const Block &block) {
     Json headers = Json::array();
-    for (const HeaderRow &header : block.headers) {
+    for (const HeaderRow &header : Headers()) {
         if (!walker.IsAllocated(block, header)) {
             continue;
         }
+        const RequestList &list = header.*block.list;
         Json requests = Json::array();
-        if (header.kind != nullptr) {
-            const std::string damage = walker.Walk(header, [&](unsigned node) {
-                requests.push_back(DecodeReq(
-                    *header.kind, fcb.subspan(NodeOffset(node) + kReqInNode, qir::kReqBytes), order));
+        if (list.kind != nullptr) {
+            const std::string damage = walker.Walk(list, [&](unsigned node) {
+                requests.push_back(
+                    DecodeReq(*list.kind, fcb.subspan(NodeOffset(node) + kReqInNode, qir::kReqBytes), order));
             });
             if (!damage.empty()) {
                 requests.push_back({{"damaged", damage}});
@@ -178,10 +145,10 @@ void ConvertFcb(std::span<std::uint8_t> fcb, ByteOrder from) {
     ConvertFields(kFcbLayout, original, fcb, from);
     Walker walker(original, from);
     for (const Block &block : {kFilterBlock, kActionBlock}) {
-        for (const HeaderRow &header : block.headers) {
-            if (header.kind != nullptr && walker.IsAllocated(block, header)) {
-                walker.Walk(header,
-                            [&](unsigned node) { ConvertNode(*header.kind, original, fcb, node, from); });
+        for (const HeaderRow &header : Headers()) {
+            const RequestList &list = header.*block.list;
+            if (list.kind != nullptr && walker.IsAllocated(block, header)) {
+                walker.Walk(list, [&](unsigned node) { ConvertNode(*list.kind, original, fcb, node, from); });
             }
         }
     }

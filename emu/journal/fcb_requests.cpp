@@ -1,7 +1,9 @@
 #include "emu/journal/fcb_requests.h"
 
 #include "emu/journal/fields.h"
-#include "qirapi/qirapi.h"
+#include "qirapi/private/fcb_records.h"
+
+#include <algorithm>
 
 namespace orxemu::journal {
 
@@ -12,97 +14,16 @@ using enum ValueForm;
 constexpr unsigned kWord = 4;
 constexpr unsigned kMacBytes = 6;
 
-// A row per type, in the order of the types.
-#define TYPE(type, form)                                                                                     \
-    TypeRow {                                                                                                \
-#type, form                                                                                          \
-    }
-
 constexpr NameRow kCmpOps[] = {
     {e_CMP_EQ, "e_CMP_EQ"}, {e_CMP_NEQ, "e_CMP_NEQ"}, {e_CMP_IN_RANGE, "e_CMP_IN_RANGE"}};
-static_assert(std::size(kCmpOps) == e_CMP_MAX);
-
-constexpr TypeRow kEthFilters[] = {
-    TYPE(e_ETH_FILT_MCAST, U8),   TYPE(e_ETH_FILT_BCAST, U8),    TYPE(e_ETH_FILT_DA, MacMask),
-    TYPE(e_ETH_FILT_SA, MacMask), TYPE(e_ETH_FILT_ETHTYPE, U16),
-};
-static_assert(std::size(kEthFilters) == e_ETH_FILT_MAX);
-
-constexpr TypeRow kVlanFilters[] = {
-    TYPE(e_VLAN_FILT_TAG, U32),  TYPE(e_VLAN_FILT_TPID, U16), TYPE(e_VLAN_FILT_TCI, U16),
-    TYPE(e_VLAN_FILT_PBITS, U8), TYPE(e_VLAN_FILT_DEI, U8),   TYPE(e_VLAN_FILT_VID, U16),
-};
-static_assert(std::size(kVlanFilters) == e_VLAN_FILT_MAX);
-
-constexpr TypeRow kPppoeFilters[] = {
-    TYPE(e_PPPOE_FILT_VER, U8),    TYPE(e_PPPOE_FILT_TYPE, U8),   TYPE(e_PPPOE_FILT_CODE, U8),
-    TYPE(e_PPPOE_FILT_SESID, U16), TYPE(e_PPPOE_FILT_PROTO, U16),
-};
-static_assert(std::size(kPppoeFilters) == e_PPPOE_FILT_MAX);
-
-constexpr TypeRow kIpv4Filters[] = {
-    TYPE(e_IPV4_FILT_VER, U8),      TYPE(e_IPV4_FILT_IHL, U8),     TYPE(e_IPV4_FILT_SA, IpPrefix),
-    TYPE(e_IPV4_FILT_DA, IpPrefix), TYPE(e_IPV4_FILT_MCAST, U8),   TYPE(e_IPV4_FILT_TOS, U8),
-    TYPE(e_IPV4_FILT_DSCP, U8),     TYPE(e_IPV4_FILT_DSCP_1P, U8), TYPE(e_IPV4_FILT_TTL_GT1, U8),
-    TYPE(e_IPV4_FILT_PROTO, U16),   TYPE(e_IPV4_FILT_FRAG, U16),
-};
-static_assert(std::size(kIpv4Filters) == e_IPV4_FILT_MAX);
-
-constexpr TypeRow kTcpFilters[] = {
-    TYPE(e_TCP_FILT_SPORT, U16), TYPE(e_TCP_FILT_DPORT, U16), TYPE(e_TCP_FILT_SYN, U8),
-    TYPE(e_TCP_FILT_ACK, U8),    TYPE(e_TCP_FILT_FIN, U8),    TYPE(e_TCP_FILT_RST, U8),
-    TYPE(e_TCP_FILT_CTRL, U8),
-};
-static_assert(std::size(kTcpFilters) == e_TCP_FILT_MAX);
-
-constexpr TypeRow kUdpFilters[] = {TYPE(e_UDP_FILT_SPORT, U16), TYPE(e_UDP_FILT_DPORT, U16)};
-static_assert(std::size(kUdpFilters) == e_UDP_FILT_MAX);
-
-constexpr TypeRow kEthActions[] = {
-    TYPE(e_ETH_ACTION_DA, Mac),        TYPE(e_ETH_ACTION_SA, Mac),       TYPE(e_ETH_ACTION_ETHTYPE, U16),
-    TYPE(e_ETH_ACTION_PUSH_TAG, None), TYPE(e_ETH_ACTION_POP_TAG, None),
-};
-static_assert(std::size(kEthActions) == e_ETH_ACTION_MAX);
-
-constexpr TypeRow kVlanActions[] = {
-    TYPE(e_VLAN_ACTION_SET_TAG, U32),
-    TYPE(e_VLAN_ACTION_SET_TPID, U16),
-    TYPE(e_VLAN_ACTION_SET_TCI, U16),
-    TYPE(e_VLAN_ACTION_SET_PBITS, U8),
-    TYPE(e_VLAN_ACTION_SET_DEI, U8),
-    TYPE(e_VLAN_ACTION_SET_VID, U16),
-    TYPE(e_VLAN_ACTION_COPY_TAG_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_COPY_TPID_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_COPY_TCI_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_COPY_PBITS_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_COPY_VID_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_COPY_DEI_FROM_TAG, U32),
-    TYPE(e_VLAN_ACTION_XLATE_PBITS_FROM_DSCP, U32),
-    TYPE(e_VLAN_ACTION_XLATE_PBITS_FROM_ETHTYPE, None),
-};
-static_assert(std::size(kVlanActions) == e_VLAN_ACTION_MAX);
-
-constexpr TypeRow kPppoeActions[] = {{nullptr, U32}};
-static_assert(std::size(kPppoeActions) == e_PPPOE_ACTION_MAX);
-
-constexpr TypeRow kIpv4Actions[] = {
-    TYPE(e_IPV4_ACTION_DA, IpPrefix),
-    TYPE(e_IPV4_ACTION_SA, IpPrefix),
-    TYPE(e_IPV4_ACTION_TOS, U8),
-    TYPE(e_IPV4_ACTION_DSCP, U8),
-};
-static_assert(std::size(kIpv4Actions) == e_IPV4_ACTION_MAX);
-
-constexpr TypeRow kTcpActions[] = {TYPE(e_TCP_ACTION_SPORT, U16), TYPE(e_TCP_ACTION_DPORT, U16)};
-static_assert(std::size(kTcpActions) == e_TCP_ACTION_MAX);
-
-constexpr TypeRow kUdpActions[] = {TYPE(e_UDP_ACTION_SPORT, U16), TYPE(e_UDP_ACTION_DPORT, U16)};
-static_assert(std::size(kUdpActions) == e_UDP_ACTION_MAX);
+static_assert(CountsTo(kCmpOps, e_CMP_MAX));
 
 template <class Filter> constexpr RequestKind FilterKind(std::span<const TypeRow> types) {
-    return {
-        types, offsetof(Filter, type), offsetof(Filter, cmpOp), offsetof(Filter, val), sizeof(Filter::val),
-        0};
+    return {.types = types,
+            .type = offsetof(Filter, type),
+            .cmpOp = offsetof(Filter, cmpOp),
+            .val = offsetof(Filter, val),
+            .valBytes = sizeof(Filter::val)};
 }
 template <class Filter>
 constexpr RequestKind RangeFilterKind(std::span<const TypeRow> types, ValueForm val2Form) {
@@ -112,8 +33,60 @@ constexpr RequestKind RangeFilterKind(std::span<const TypeRow> types, ValueForm 
     return kind;
 }
 template <class Action> constexpr RequestKind ActionKind(std::span<const TypeRow> types) {
-    return {types, offsetof(Action, type), 0, offsetof(Action, val), sizeof(Action::val), 0};
+    return {.types = types,
+            .type = offsetof(Action, type),
+            .cmpOp = 0,
+            .val = offsetof(Action, val),
+            .valBytes = sizeof(Action::val)};
 }
+constexpr RequestKind VlanActionKind() {
+    RequestKind kind = ActionKind<VlanAction>(kVlanActions);
+    kind.tagBehind = offsetof(VlanAction, toTagNum);
+    return kind;
+}
+
+constexpr RequestKind kEthFilterKind = FilterKind<EthFilter>(kEthFilters);
+constexpr RequestKind kVlanFilterKind = RangeFilterKind<VlanFilter>(kVlanFilters, U32);
+constexpr RequestKind kPppoeFilterKind = FilterKind<PppoeFilter>(kPppoeFilters);
+constexpr RequestKind kIpv4FilterKind = RangeFilterKind<Ipv4Filter>(kIpv4Filters, U8);
+constexpr RequestKind kTcpFilterKind = FilterKind<TcpFilter>(kTcpFilters);
+constexpr RequestKind kUdpFilterKind = FilterKind<UdpFilter>(kUdpFilters);
+constexpr RequestKind kEthActionKind = ActionKind<EthAction>(kEthActions);
+constexpr RequestKind kVlanActionKind = VlanActionKind();
+constexpr RequestKind kPppoeActionKind = ActionKind<PppoeAction>(kPppoeActions);
+constexpr RequestKind kIpv4ActionKind = ActionKind<Ipv4Action>(kIpv4Actions);
+constexpr RequestKind kTcpActionKind = ActionKind<TcpAction>(kTcpActions);
+constexpr RequestKind kUdpActionKind = ActionKind<UdpAction>(kUdpActions);
+
+#define LIST(kind, blk, member)                                                                              \
+    RequestList {                                                                                            \
+        &(kind), offsetof(qir::Fcb, blk) + offsetof(decltype(qir::Fcb::blk), member)                         \
+    }
+#define LISTS(filterKind, actionKind, member)                                                                \
+    LIST(filterKind, filterBlk, member), LIST(actionKind, actionBlk, member)
+
+constexpr HeaderRow kHeaders[] = {
+    {"eth", e_FLOWHDR_ETH, LISTS(kEthFilterKind, kEthActionKind, eth), "", ""},
+    {"vlan0", e_FLOWHDR_VLAN0, LISTS(kVlanFilterKind, kVlanActionKind, vlan[0]), "", "any vlan"},
+    {"vlan1", e_FLOWHDR_VLAN1, LISTS(kVlanFilterKind, kVlanActionKind, vlan[1]), "inner ", "any inner vlan"},
+    {"vlan2", e_FLOWHDR_VLAN2, {}, {}, "third ", "any third vlan"},
+    {"vlan3", e_FLOWHDR_VLAN3, {}, {}, "fourth ", "any fourth vlan"},
+    {"pppoe", e_FLOWHDR_PPPOE, LISTS(kPppoeFilterKind, kPppoeActionKind, pppoe), "", "any pppoe"},
+    {"mpls", e_FLOWHDR_MPLS, {}, {}, "", "any mpls"},
+    {"ipv4", e_FLOWHDR_IPV4, LISTS(kIpv4FilterKind, kIpv4ActionKind, ipv4), "", "any ipv4"},
+    {"tcp", e_FLOWHDR_IPV4, LISTS(kTcpFilterKind, kTcpActionKind, tcp), "", "", false},
+    {"udp", e_FLOWHDR_IPV4, LISTS(kUdpFilterKind, kUdpActionKind, udp), "", "", false},
+};
+// Row i is header i; behind the last are those of layer 4.
+constexpr bool IsComplete(std::span<const HeaderRow> rows) {
+    for (unsigned hdr = 0; hdr < rows.size(); ++hdr) {
+        if (rows[hdr].hdr != std::min<unsigned>(hdr, e_FLOWHDR_IPV4)) {
+            return false;
+        }
+    }
+    return rows.size() == std::size_t{e_FLOWHDR_MAX} + e_L4FLOWHDR_MAX;
+}
+static_assert(IsComplete(kHeaders));
 
 // Null for an unknown type.
 const TypeRow *RowOf(const RequestKind &kind, std::uint32_t type) {
@@ -133,9 +106,11 @@ Json DecodeValue(ValueForm form, ByteView value, ByteOrder order) {
     case IpPrefix:
         return {{"addr", IpText(Load(value, 0, kWord, order))},
                 {"prefixLen", Load(value, kWord, kWord, order)}};
-    default:
-        return Load(value, 0, kWord, order);
+    case U32:
+    case None:
+        break;
     }
+    return Load(value, 0, kWord, order);
 }
 
 // Bytes and MAC addresses are the same in both orders.
@@ -153,24 +128,30 @@ void ConvertValue(ValueForm form, ByteView original, std::span<std::uint8_t> val
 
 } // namespace
 
-constexpr RequestKind kEthFilterKind = FilterKind<EthFilter>(kEthFilters);
-constexpr RequestKind kVlanFilterKind = RangeFilterKind<VlanFilter>(kVlanFilters, U32);
-constexpr RequestKind kPppoeFilterKind = FilterKind<PppoeFilter>(kPppoeFilters);
-constexpr RequestKind kIpv4FilterKind = RangeFilterKind<Ipv4Filter>(kIpv4Filters, U8);
-constexpr RequestKind kTcpFilterKind = FilterKind<TcpFilter>(kTcpFilters);
-constexpr RequestKind kUdpFilterKind = FilterKind<UdpFilter>(kUdpFilters);
-constexpr RequestKind kEthActionKind = ActionKind<EthAction>(kEthActions);
-constexpr RequestKind kVlanActionKind = ActionKind<VlanAction>(kVlanActions);
-constexpr RequestKind kPppoeActionKind = ActionKind<PppoeAction>(kPppoeActions);
-constexpr RequestKind kIpv4ActionKind = ActionKind<Ipv4Action>(kIpv4Actions);
-constexpr RequestKind kTcpActionKind = ActionKind<TcpAction>(kTcpActions);
-constexpr RequestKind kUdpActionKind = ActionKind<UdpAction>(kUdpActions);
+std::span<const HeaderRow> Headers() {
+    return kHeaders;
+}
+
+const TypeRow *FindType(const Json &name) {
+    for (const HeaderRow &header : kHeaders) {
+        for (const RequestList &list : {header.filters, header.actions}) {
+            const std::span<const TypeRow> types =
+                list.kind != nullptr ? list.kind->types : std::span<const TypeRow>();
+            const auto row =
+                std::ranges::find_if(types, [&](const TypeRow &type) { return name == type.name; });
+            if (row != types.end()) {
+                return &*row;
+            }
+        }
+    }
+    return nullptr;
+}
 
 Json DecodeReq(const RequestKind &kind, ByteView request, ByteOrder order) {
     const std::uint32_t type = Load(request, kind.type, kWord, order);
     const TypeRow *const row = RowOf(kind, type);
     Json decoded;
-    decoded["type"] = row != nullptr && row->name != nullptr ? Json(row->name) : Json(type);
+    decoded["type"] = row != nullptr && !row->name.empty() ? Json(row->name) : Json(type);
     const bool isFilter = kind.cmpOp != 0;
     const std::uint32_t cmpOp = isFilter ? Load(request, kind.cmpOp, kWord, order) : 0;
     if (isFilter) {
@@ -198,9 +179,8 @@ void ConvertReq(const RequestKind &kind, ByteView original, std::span<std::uint8
     if (kind.val2 != 0) {
         ConvertValue(kind.val2Form, original.subspan(kind.val2), request.subspan(kind.val2), from);
     }
-    // Behind the value of a VLAN action stands its tag.
-    if (&kind == &kVlanActionKind) {
-        ConvertWord(original, request, offsetof(VlanAction, toTagNum), kWord, from);
+    if (kind.tagBehind != 0) {
+        ConvertWord(original, request, kind.tagBehind, kWord, from);
     }
 }
 

@@ -12,6 +12,26 @@ struct NameRow {
 };
 using Names = std::span<const NameRow>;
 
+// Whether row i is value i, for `num` values.
+constexpr bool CountsTo(Names names, std::uint32_t num) {
+    for (std::uint32_t value = 0; value < names.size(); ++value) {
+        if (names[value].value != value) {
+            return false;
+        }
+    }
+    return names.size() == num;
+}
+// Whether the rows are the bits of `all`, lowest first.
+constexpr bool AreBitsOf(Names names, std::uint32_t all) {
+    for (const NameRow &row : names) {
+        if (row.value != (all & -all)) {
+            return false;
+        }
+        all &= ~row.value;
+    }
+    return all == 0;
+}
+
 // When a field is set: always, never, as a word of the same record says, or each element for itself once its
 // bytes are no longer the fill pattern.
 struct When {

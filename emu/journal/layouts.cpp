@@ -61,16 +61,20 @@ constexpr Field Nested(const Place &place, const Layout &record, const When &whe
     return Make(place, Show::Record, {}, &record, when);
 }
 
-// Every row lies behind the one before and inside the record.
-template <class Record, std::size_t N> constexpr bool Fits(const Field (&fields)[N]) {
+// Bytes of the record that no row covers: a row that is forgotten adds to them. The rows lie one behind the
+// other and inside the record.
+template <class Record, std::size_t N> constexpr std::size_t SpareBytes(const Field (&fields)[N]) {
     std::size_t end = 0;
+    std::size_t covered = 0;
     for (const Field &field : fields) {
-        if (field.offset < end) {
-            return false;
+        const std::size_t bytes = std::size_t{field.width} * field.count;
+        if (field.offset < end || field.offset + bytes > sizeof(Record)) {
+            return sizeof(Record) + 1;
         }
-        end = field.offset + std::size_t{field.width} * field.count;
+        end = field.offset + bytes;
+        covered += bytes;
     }
-    return end <= sizeof(Record);
+    return sizeof(Record) - covered;
 }
 
 #define NAME(value)                                                                                          \
@@ -78,22 +82,26 @@ template <class Record, std::size_t N> constexpr bool Fits(const Field (&fields)
 
 constexpr NameRow kStatusNames[] = {NAME(e_STATUS_FREE), NAME(e_STATUS_ALLOC), NAME(e_STATUS_CFG),
                                     NAME(e_STATUS_ACTIVE)};
-static_assert(std::size(kStatusNames) == e_STATUS_MAX);
+static_assert(CountsTo(kStatusNames, e_STATUS_MAX));
 constexpr NameRow kAsOverrideNames[] = {NAME(e_AS_OVERRIDE_DISABLE), NAME(e_AS_OVERRIDE_ENABLE)};
-static_assert(std::size(kAsOverrideNames) == e_AS_OVERRIDE_MAX);
+static_assert(CountsTo(kAsOverrideNames, e_AS_OVERRIDE_MAX));
 constexpr NameRow kAclMaskNames[] = {NAME(AS_ENT_MASK_MAC_SA),   NAME(AS_ENT_MASK_IP),
                                      NAME(AS_ENT_MASK_ETHTYPE),  NAME(AS_ENT_MASK_VLANTAG0),
                                      NAME(AS_ENT_MASK_VLANTAG1), NAME(AS_ENT_MASK_DESTPORT),
                                      NAME(AS_ENT_MASK_IPPROTO),  NAME(AS_ENT_MASK_NONIP_A),
                                      NAME(AS_ENT_MASK_NONIP_B),  NAME(AS_ENT_MASK_MAC_DA)};
+static_assert(AreBitsOf(kAclMaskNames, 2 * AS_ENT_MASK_MAC_DA - 1));
 constexpr NameRow kOvrdNames[] = {NAME(PAC_OVRD_HW_A), NAME(PAC_OVRD_UNCHECKED), NAME(PAC_OVRD_DSTQID_A),
                                   NAME(PAC_OVRD_DSTGEMPORT), NAME(PAC_OVRD_DSTQID_B)};
+static_assert(AreBitsOf(kOvrdNames, PAC_OVRD_INVALID_BITS ^ 0xFFFF));
 constexpr NameRow kFwdActionNames[] = {NAME(e_FWD_ACTION_DROP), NAME(e_FWD_ACTION_ARL_OVRD),
                                        NAME(e_FWD_ACTION_LRN_ENABLE)};
+static_assert(AreBitsOf(kFwdActionNames, e_FWD_ACTION_MAX - 1));
 constexpr NameRow kGblCfgNames[] = {{qir::kGblCfgFlowMissAction, "flowMissAction"}};
 constexpr NameRow kPortCfgNames[] = {
     {qir::kPortCfgDefAcl, "defAcl"}, {qir::kPortCfgTpid, "tpid"}, {qir::kPortCfgPadLen, "pad"}};
 constexpr NameRow kTblAssocNames[] = {{qir::kTblAssocEp, "ep"}, {qir::kTblAssocPac, "pac"}};
+static_assert(AreBitsOf(kTblAssocNames, qir::kTblAssocEp | qir::kTblAssocPac));
 
 // ---- Settings
 
@@ -101,18 +109,22 @@ constexpr Field kGblFields[] = {
     Named(PLACE(qir::GblRecord, cfgType), kGblCfgNames),
     Number(PLACE(qir::GblRecord, flowMissAction)),
 };
-static_assert(Fits<qir::GblRecord>(kGblFields));
+static_assert(std::size(kGblCfgNames) == std::size(kGblFields) - 1); // a type for each setting
+static_assert(SpareBytes<qir::GblRecord>(kGblFields) == 0);
 constexpr Layout kGblLayout = {kGblFields};
 
 using DefAcl = decltype(qir::PortRecord::defAcl);
 constexpr Field kDefAclFields[] = {Number(PLACE(DefAcl, srcPort)), Number(PLACE(DefAcl, aclType))};
+static_assert(SpareBytes<DefAcl>(kDefAclFields) == 0);
 constexpr Layout kDefAclLayout = {kDefAclFields};
 
 constexpr Field kTpidFields[] = {Number(PLACE(TpidCfg, portId)), Number(PLACE(TpidCfg, tpid))};
+static_assert(SpareBytes<TpidCfg>(kTpidFields) == 0);
 constexpr Layout kTpidLayout = {kTpidFields};
 
 using Pad = decltype(qir::PortRecord::pad);
 constexpr Field kPadFields[] = {Number(PLACE(Pad, srcPort)), Number(PLACE(Pad, padLen))};
+static_assert(SpareBytes<Pad>(kPadFields) == 0);
 constexpr Layout kPadLayout = {kPadFields};
 
 constexpr When WhenPortCfg(std::uint32_t type) {
@@ -124,7 +136,8 @@ constexpr Field kPortFields[] = {
     Nested(PLACE(qir::PortRecord, tpid), kTpidLayout, WhenPortCfg(qir::kPortCfgTpid)),
     Nested(PLACE(qir::PortRecord, pad), kPadLayout, WhenPortCfg(qir::kPortCfgPadLen)),
 };
-static_assert(Fits<qir::PortRecord>(kPortFields));
+static_assert(std::size(kPortCfgNames) == std::size(kPortFields) - 1);
+static_assert(SpareBytes<qir::PortRecord>(kPortFields) == 0);
 constexpr Layout kPortLayout = {kPortFields};
 
 // ---- Tables
@@ -138,7 +151,7 @@ constexpr Field kAsEntFields[] = {
     Number(PLACE(AsEnt, ipProto)),      BitSet(PLACE(AsEnt, aclMask), kAclMaskNames),
     Number(PLACE(AsEnt, aclType)),
 };
-static_assert(Fits<AsEnt>(kAsEntFields));
+static_assert(SpareBytes<AsEnt>(kAsEntFields) == 3);
 constexpr Layout kAsEntLayout = {kAsEntFields};
 
 constexpr Field kAsEntSlotFields[] = {
@@ -146,10 +159,11 @@ constexpr Field kAsEntSlotFields[] = {
            WhenNotEqual(offsetof(qir::AsEntSlot, status), e_STATUS_FREE)),
     Named(PLACE(qir::AsEntSlot, status), kStatusNames),
 };
-static_assert(Fits<qir::AsEntSlot>(kAsEntSlotFields));
+static_assert(SpareBytes<qir::AsEntSlot>(kAsEntSlotFields) == 0);
 constexpr Layout kAsEntSlotLayout = {kAsEntSlotFields};
 
 constexpr Field kAsTblCfgFields[] = {Number(PLACE(AsTblCfg, srcPortMask))};
+static_assert(SpareBytes<AsTblCfg>(kAsTblCfgFields) == 0);
 constexpr Layout kAsTblCfgLayout = {kAsTblCfgFields};
 
 constexpr Field kAsTblFields[] = {
@@ -157,10 +171,11 @@ constexpr Field kAsTblFields[] = {
     Nested(PLACE(qir::AsTblInfo, cfg), kAsTblCfgLayout), Number(PLACE(qir::AsTblInfo, refCnt)),
     Named(PLACE(qir::AsTblInfo, status), kStatusNames),  Nested(PLACE(qir::AsTblInfo, ent), kAsEntSlotLayout),
 };
-static_assert(Fits<qir::AsTblInfo>(kAsTblFields));
+static_assert(SpareBytes<qir::AsTblInfo>(kAsTblFields) == 2);
 constexpr Layout kAsTblLayout = {kAsTblFields};
 
 constexpr Field kDscpCfgFields[] = {Number(PLACE(DscpDefPbits, srcPort)), Number(PLACE(DscpDefPbits, pbits))};
+static_assert(SpareBytes<DscpDefPbits>(kDscpCfgFields) == 3);
 constexpr Layout kDscpCfgLayout = {kDscpCfgFields};
 
 constexpr Field kDscpTblFields[] = {
@@ -168,14 +183,14 @@ constexpr Field kDscpTblFields[] = {
     Nested(PLACE(qir::DscpTblInfo, cfg), kDscpCfgLayout), Number(PLACE(qir::DscpTblInfo, refCnt)),
     Named(PLACE(qir::DscpTblInfo, status), kStatusNames), Number(PLACE(qir::DscpTblInfo, pbits)),
 };
-static_assert(Fits<qir::DscpTblInfo>(kDscpTblFields));
+static_assert(SpareBytes<qir::DscpTblInfo>(kDscpTblFields) == 2);
 constexpr Layout kDscpTblLayout = {kDscpTblFields};
 
 constexpr Field kRawActionFields[] = {
     Number(PLACE(PacRawAction, type)), Number(PLACE(PacRawAction, ofst)), Number(PLACE(PacRawAction, size)),
     Number(PLACE(PacRawAction, val)),  Number(PLACE(PacRawAction, mask)),
 };
-static_assert(Fits<PacRawAction>(kRawActionFields));
+static_assert(SpareBytes<PacRawAction>(kRawActionFields) == 2);
 constexpr Layout kRawActionLayout = {kRawActionFields};
 
 constexpr Field kPacCfgFields[] = {
@@ -184,7 +199,7 @@ constexpr Field kPacCfgFields[] = {
     Number(PLACE(PacTblCfg, dstQid)),
     Nested(PLACE(PacTblCfg, rawAction), kRawActionLayout),
 };
-static_assert(Fits<PacTblCfg>(kPacCfgFields));
+static_assert(SpareBytes<PacTblCfg>(kPacCfgFields) == 0);
 constexpr Layout kPacCfgLayout = {kPacCfgFields};
 
 constexpr Field kPacTblFields[] = {
@@ -192,7 +207,7 @@ constexpr Field kPacTblFields[] = {
     Nested(PLACE(qir::PacTblInfo, cfg), kPacCfgLayout),  Number(PLACE(qir::PacTblInfo, refCnt)),
     Named(PLACE(qir::PacTblInfo, status), kStatusNames), Nested(PLACE(qir::PacTblInfo, ent), kPacCfgLayout),
 };
-static_assert(Fits<qir::PacTblInfo>(kPacTblFields));
+static_assert(SpareBytes<qir::PacTblInfo>(kPacTblFields) == 2);
 constexpr Layout kPacTblLayout = {kPacTblFields};
 
 // The index of an activation is output.
@@ -201,7 +216,7 @@ template <class Record, const Layout &tbl, bool isActivation> struct TblRequest 
         Number(PLACE(Record, index), isActivation ? kNever : kAlways),
         Nested(PLACE(Record, tbl), tbl),
     };
-    static_assert(Fits<Record>(kFields));
+    static_assert(SpareBytes<Record>(kFields) == 0);
     static constexpr Layout kLayout = {kFields};
 };
 
@@ -215,18 +230,19 @@ template <bool isActivation> struct FlowRequest {
         As(Show::Signed, PLACE(qir::FlowRecord, pacTblIdx)),
         As(Show::Signed, PLACE(qir::FlowRecord, epTblIdx)),
     };
-    static_assert(Fits<qir::FlowRecord>(kFields));
+    static_assert(SpareBytes<qir::FlowRecord>(kFields) == 0);
     static constexpr Layout kLayout = {kFields};
 };
 
 constexpr Field kHitsFields[] = {Number(PLACE(FcbHits, numFlows)), Number(PLACE(FcbHits, hits))};
+static_assert(SpareBytes<FcbHits>(kHitsFields) == 0);
 
 // The library clears the counters, which are output.
 constexpr Field kHitsRecordFields[] = {
     Number(PLACE(qir::HitsRecord, flowIdx)),
     Nested(PLACE(qir::HitsRecord, hits), kHitsLayout),
 };
-static_assert(Fits<qir::HitsRecord>(kHitsRecordFields));
+static_assert(SpareBytes<qir::HitsRecord>(kHitsRecordFields) == 0);
 constexpr Layout kHitsRecordLayout = {kHitsRecordFields};
 
 // kBytes: which bytes of the GEM ports and queues count. While forwarding is not set as a whole these are the
@@ -235,6 +251,7 @@ constexpr Layout kHitsRecordLayout = {kHitsRecordFields};
 template <const When &kBytes>
 constexpr Field kFwdSrcFields[] = {Number(PLACE(FwdSrc, gemPortIdxMask), kBytes),
                                    Number(PLACE(FwdSrc, portMask))};
+static_assert(SpareBytes<FwdSrc>(kFwdSrcFields<kAlways>) == 0);
 template <const When &kBytes> constexpr Layout kFwdSrcLayout = {kFwdSrcFields<kBytes>};
 
 template <const When &kBytes>
@@ -244,7 +261,7 @@ constexpr Field kDstMaskFields[] = {
     Number(PLACE(DstMask, portQid), kBytes),
     Number(PLACE(DstMask, portMask)),
 };
-static_assert(Fits<DstMask>(kDstMaskFields<kAlways>));
+static_assert(SpareBytes<DstMask>(kDstMaskFields<kAlways>) == 3);
 template <const When &kBytes> constexpr Layout kDstMaskLayout = {kDstMaskFields<kBytes>};
 
 template <const When &kBytes>
@@ -254,13 +271,13 @@ constexpr Field kFwdInfoFields[] = {
     Nested(PLACE(FwdInfo, dst), kDstMaskLayout<kBytes>),
     BitSet(PLACE(FwdInfo, fwdAction), kFwdActionNames),
 };
-static_assert(Fits<FwdInfo>(kFwdInfoFields<kAlways>));
+static_assert(SpareBytes<FwdInfo>(kFwdInfoFields<kAlways>) == 0);
 
 constexpr Field kFwdRecordFields[] = {
     Number(PLACE(qir::FwdRecord, flowIdx)),
     Nested(PLACE(qir::FwdRecord, fwdInfo), kFwdInfoLayout),
 };
-static_assert(Fits<qir::FwdRecord>(kFwdRecordFields));
+static_assert(SpareBytes<qir::FwdRecord>(kFwdRecordFields) == 0);
 constexpr Layout kFwdRecordLayout = {kFwdRecordFields};
 
 constexpr Field kHdrEntryFields[] = {
@@ -268,6 +285,7 @@ constexpr Field kHdrEntryFields[] = {
     Number(PLACE_AS(nullptr, qir::HdrEntry, reqList)),
     Number(PLACE_AS(nullptr, qir::HdrEntry, curBmap)),
 };
+static_assert(SpareBytes<qir::HdrEntry>(kHdrEntryFields) == 0);
 constexpr Layout kHdrEntryLayout = {kHdrEntryFields};
 
 constexpr Field kFilterBlkFields[] = {
@@ -280,7 +298,7 @@ constexpr Field kFilterBlkFields[] = {
     Nested(PLACE_AS(nullptr, qir::FilterBlk, udp), kHdrEntryLayout),
     Number(PLACE(qir::FilterBlk, totalTags)),
 };
-static_assert(Fits<qir::FilterBlk>(kFilterBlkFields));
+static_assert(SpareBytes<qir::FilterBlk>(kFilterBlkFields) == 1);
 constexpr Layout kFilterBlkLayout = {kFilterBlkFields};
 
 constexpr Field kActionBlkFields[] = {
@@ -296,7 +314,7 @@ constexpr Field kActionBlkFields[] = {
     Number(PLACE(qir::ActionBlk, pushedTags)),
     Number(PLACE(qir::ActionBlk, poppedTags)),
 };
-static_assert(Fits<qir::ActionBlk>(kActionBlkFields));
+static_assert(SpareBytes<qir::ActionBlk>(kActionBlkFields) == 1);
 constexpr Layout kActionBlkLayout = {kActionBlkFields};
 
 // Key and request of a node mean something only while the node is on a request list.
@@ -305,6 +323,7 @@ constexpr Field kReqNodeFields[] = {
     Number(PLACE_AS(nullptr, qir::ReqNode, next)),
     Number(PLACE_AS(nullptr, qir::ReqNode, prev)),
 };
+static_assert(SpareBytes<qir::ReqNode>(kReqNodeFields) == sizeof(qir::ReqNode) - 6);
 constexpr Layout kReqNodeLayout = {kReqNodeFields};
 
 constexpr When WhenAssociated(std::uint32_t bit) {
@@ -329,14 +348,16 @@ constexpr Field kFcbFields[] = {
     Number(PLACE_AS(nullptr, qir::Fcb, freeReqCount)),
     Nested(PLACE_AS(nullptr, qir::Fcb, reqPool), kReqNodeLayout),
 };
-static_assert(Fits<qir::Fcb>(kFcbFields));
+static_assert(SpareBytes<qir::Fcb>(kFcbFields) == 10);
 
 // ---- Rate limiters
 
 constexpr Field kRlStatusFields[] = {Number(PLACE(qir::RlStatusRecord, rlStatus))};
+static_assert(SpareBytes<qir::RlStatusRecord>(kRlStatusFields) == 0);
 constexpr Layout kRlStatusLayout = {kRlStatusFields};
 
 constexpr Field kRlTciCfgFields[] = {Number(PLACE(RlTciCfg, tci))};
+static_assert(SpareBytes<RlTciCfg>(kRlTciCfgFields) == 0);
 constexpr Layout kRlTciCfgLayout = {kRlTciCfgFields};
 
 constexpr Field kRlTciFields[] = {
@@ -344,7 +365,7 @@ constexpr Field kRlTciFields[] = {
     Number(PLACE(qir::RlTciRecord, rlDir)),
     Nested(PLACE(qir::RlTciRecord, rlTciCfg), kRlTciCfgLayout),
 };
-static_assert(Fits<qir::RlTciRecord>(kRlTciFields));
+static_assert(SpareBytes<qir::RlTciRecord>(kRlTciFields) == 0);
 constexpr Layout kRlTciLayout = {kRlTciFields};
 
 constexpr Field kRlEntFields[] = {
@@ -353,18 +374,18 @@ constexpr Field kRlEntFields[] = {
     Number(PLACE(RlEnt, cirUnit)),
     Number(PLACE(RlEnt, cbs)),
 };
-static_assert(Fits<RlEnt>(kRlEntFields));
+static_assert(SpareBytes<RlEnt>(kRlEntFields) == 0);
 
 constexpr Field kRlFields[] = {
     Number(PLACE(qir::RlRecord, notSet0), kNever),     Number(PLACE(qir::RlRecord, rlDir)),
     Number(PLACE(qir::RlRecord, notSet8), kNever),     Number(PLACE(qir::RlRecord, rlIndex)),
     Nested(PLACE(qir::RlRecord, rlEnt), kRlCfgLayout),
 };
-static_assert(Fits<qir::RlRecord>(kRlFields));
+static_assert(SpareBytes<qir::RlRecord>(kRlFields) == 0);
 constexpr Layout kRlLayout = {kRlFields};
 
 struct RequestRow {
-    int request;
+    qir::OrxRequest number;
     const Layout *layout;
 };
 constexpr RequestRow kRequests[] = {
@@ -385,6 +406,19 @@ constexpr RequestRow kRequests[] = {
     {qir::kOrxDeactivateRl, &kRlLayout},
     {qir::kOrxUpdateFwdInfo, &kFwdRecordLayout},
 };
+static_assert(std::ranges::equal(kRequests, qir::kRequestTable, {}, &RequestRow::number,
+                                 &RequestInfo::number));
+
+struct TableLayoutRow {
+    IndexKind kind;
+    const Layout *layout;
+};
+constexpr TableLayoutRow kTables[] = {
+    {IndexKind::AsTable, &kAsTblLayout},
+    {IndexKind::DscpTable, &kDscpTblLayout},
+    {IndexKind::PacTable, &kPacTblLayout},
+};
+static_assert(HasRowPerTable(kTables));
 
 } // namespace
 
@@ -394,20 +428,12 @@ constexpr Layout kFwdInfoLayout = {kFwdInfoFields<kAlways>};
 constexpr Layout kNotSetFwdInfoLayout = {kFwdInfoFields<kWritten>};
 constexpr Layout kFcbLayout = {kFcbFields};
 
-const Layout &RequestLayout(int request) {
-    const auto *row = std::ranges::find(kRequests, request, &RequestRow::request);
-    return *row->layout;
+const Layout &RequestLayout(qir::OrxRequest number) {
+    return *std::ranges::find(kRequests, number, &RequestRow::number)->layout;
 }
 
-const Layout &TableLayout(Assigned kind) {
-    switch (kind) {
-    case Assigned::AsTable:
-        return kAsTblLayout;
-    case Assigned::DscpTable:
-        return kDscpTblLayout;
-    default:
-        return kPacTblLayout;
-    }
+const Layout &TableLayout(IndexKind kind) {
+    return *TableRow(kTables, kind).layout;
 }
 
 } // namespace orxemu::journal

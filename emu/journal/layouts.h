@@ -6,11 +6,11 @@
 
 namespace orxemu::journal {
 
-// Of a known request's record, as it is sent.
-const Layout &RequestLayout(int request);
+// Of a request's record, as it is sent.
+const Layout &RequestLayout(qir::OrxRequest number);
 
 // Of one of the three kinds of table.
-const Layout &TableLayout(Assigned kind);
+const Layout &TableLayout(IndexKind kind);
 
 // "numFlows" and "hits", 36 bytes: what the driver answers to a request for hit counters.
 extern const Layout kHitsLayout;

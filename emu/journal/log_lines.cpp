@@ -101,7 +101,7 @@ Json LogEntryJson(const LogEntry &entry, std::size_t n, ByteOrder order) {
         return line;
     }
     line["request"] = entry.request;
-    const RequestInfo *const info = FindRequestInfo(entry.request);
+    const RequestInfo *const info = qir::FindRequest(entry.request);
     if (info != nullptr) {
         line["name"] = info->name;
         if (entry.recordRead) {

@@ -82,9 +82,9 @@ void OutMustBeAnswered(const RequestInfo &info, const LogEntry &entry) {
     if (!WasTaken(entry)) {
         throw Error{"rawOut is there in a request that the hardware did not take"};
     }
-    const AnswerPlace place = AnswerPlaceOf(info);
+    const auto [offset, size] = info.answer;
     for (std::size_t i = 0; i < entry.in.size(); ++i) {
-        if ((i < place.offset || i >= place.offset + place.size) && entry.in[i] != entry.out[i]) {
+        if ((i < offset || i >= offset + size) && entry.in[i] != entry.out[i]) {
             throw Error{"rawOut differs from raw at byte " + std::to_string(i) +
                         ", which the driver does not write"};
         }
@@ -110,7 +110,7 @@ Json Expected(const Json &line, const LogEntry &entry, std::size_t n, ByteOrder 
 // Returns nothing for an unknown number.
 const RequestInfo *ReadRequest(const Json &line, LogEntry &entry) {
     entry.request = static_cast<int>(NumberMember(line, "request", INT_MIN, INT_MAX));
-    const RequestInfo *const info = FindRequestInfo(entry.request);
+    const RequestInfo *const info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         AnswerMustNotBeLost(entry, "a request of an unknown number");
         return nullptr;

@@ -1,4 +1,3 @@
-#include "emu/journal/file_size_limit.h"
 #include "emu/journal/log_file.h"
 
 #include <cerrno>
@@ -9,7 +8,6 @@ namespace orxemu::journal {
 namespace {
 
 bool WriteLine(std::FILE *file, const std::string &line) {
-    const FileSizeLimitIsAnError guard;
     return std::fwrite(line.data(), 1, line.size(), file) == line.size() && std::fflush(file) == 0;
 }
 
@@ -21,7 +19,6 @@ Problem CannotWrite(const std::string &path, int err) {
 
 LogWriter::~LogWriter() {
     if (file_ != nullptr) {
-        const FileSizeLimitIsAnError guard;
         std::fclose(file_);
     }
 }
@@ -61,7 +58,6 @@ bool LogWriter::Close(const LogEnd &end) {
         problem_ = CannotWrite(problem_.file, errno);
         failed_ = true;
     }
-    const FileSizeLimitIsAnError guard;
     if (std::fclose(file_) != 0 && !failed_) {
         problem_ = CannotWrite(problem_.file, errno);
         failed_ = true;

@@ -1,6 +1,5 @@
 #include "emu/journal/phrases.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <vector>
@@ -104,12 +103,6 @@ std::string GemText(std::uint32_t mask) {
         }
     }
     return "gem " + NumbersText(indexes);
-}
-
-const RuleWords *FindWords(std::span<const RuleWords> rows, const Json &type) {
-    const auto found =
-        std::find_if(rows.begin(), rows.end(), [&type](const RuleWords &row) { return type == row.type; });
-    return found != rows.end() ? &*found : nullptr;
 }
 
 } // namespace orxemu::journal

@@ -3,7 +3,6 @@
 #define EMU_JOURNAL_PHRASES_H
 
 #include "emu/journal/records.h"
-#include "emu/journal/rule_words.h"
 
 #include <span>
 #include <string>
@@ -55,9 +54,6 @@ std::string PortsText(std::uint32_t mask);
 std::string NumbersText(std::span<const unsigned> numbers);
 // "gem 0-3,7"
 std::string GemText(std::uint32_t mask);
-
-// The row of a type by its name; null for one without words.
-const RuleWords *FindWords(std::span<const RuleWords> rows, const Json &type);
 
 } // namespace orxemu::journal
 

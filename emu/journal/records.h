@@ -15,6 +15,7 @@
 #define EMU_JOURNAL_RECORDS_H
 
 #include "emu/journal/words.h"
+#include "qirapi/driver/request_table.h"
 
 #include <nlohmann/json.hpp>
 
@@ -24,26 +25,14 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char *kUnset = "unset";
 
-// Kinds of index that the driver assigns.
-enum class Assigned { None, AsTable, DscpTable, PacTable, Flow };
-
-struct RequestInfo {
-    int number;
-    const char *name; // "activate-flow": the word that commands take and logs carry
-    std::uint32_t recordSize;
-    bool copiesFcb; // flow requests
-    Assigned index; // kind of the index word at offset 0; None when there is none
-    bool assigns;   // the index word is output: the driver assigns it
-};
-
-// All requests, by ascending number. The names: set-global, set-port, activate-as-table,
-// deactivate-as-table, activate-dscp-table, deactivate-dscp-table, activate-pac-table,
-// deactivate-pac-table, activate-flow, deactivate-flow, get-flow-hits, set-rl-status, set-rl-tci,
-// activate-rl, deactivate-rl, update-forwarding.
-std::span<const RequestInfo> AllRequests();
-// Null for an unknown number or name.
-const RequestInfo *FindRequestInfo(int number);
-const RequestInfo *FindRequestInfo(std::string_view name);
+using qir::IndexKind;
+using qir::RequestInfo;
+inline std::span<const RequestInfo> AllRequests() {
+    return qir::kRequestTable;
+}
+template <class Key> const RequestInfo *FindRequestInfo(Key key) {
+    return qir::FindRequest(key);
+}
 
 // The record as it was sent: {"<field>": value, ...}, nested as the records are. `record` has
 // info.recordSize bytes.
@@ -52,17 +41,41 @@ Json DecodeRecord(const RequestInfo &info, ByteView record, ByteOrder order);
 // hit counters, {} for all else.
 Json DecodeAnswer(const RequestInfo &info, ByteView record, ByteOrder order);
 
-// Where a driver writes its answer: nothing but this differs in a record that comes back.
-struct AnswerPlace {
-    std::size_t offset = 0;
-    std::size_t size = 0; // 0: nowhere
+// The kinds of table that the hardware holds, in the order of their lines in a state. Here and below a table's
+// `kind` is one of these.
+struct TableKind {
+    IndexKind kind;
+    const char *name;
+    const char *member;     // in a state
+    std::size_t recordSize; // of the shadow record
 };
-AnswerPlace AnswerPlaceOf(const RequestInfo &info);
+constexpr TableKind kTableKinds[] = {
+    {IndexKind::AsTable, "AS table", "asTable", sizeof(qir::AsTblInfo)},
+    {IndexKind::DscpTable, "DSCP table", "dscpTable", sizeof(qir::DscpTblInfo)},
+    {IndexKind::PacTable, "PAC table", "pacTable", sizeof(qir::PacTblInfo)},
+};
 
-// Bytes of a table's shadow record; `kind` is one of the three kinds of table, here and below.
-std::size_t TableSize(Assigned kind);
+// Whether a table has a row for each kind of table, in the order of IndexKind.
+template <class Row, std::size_t N> constexpr bool HasRowPerTable(const Row (&rows)[N]) {
+    std::size_t kind = static_cast<std::size_t>(IndexKind::AsTable);
+    for (const Row &row : rows) {
+        if (row.kind != static_cast<IndexKind>(kind++)) {
+            return false;
+        }
+    }
+    return kind == static_cast<std::size_t>(IndexKind::Flow);
+}
+template <class Row, std::size_t N> constexpr const Row &TableRow(const Row (&rows)[N], IndexKind kind) {
+    return rows[static_cast<std::size_t>(kind) - static_cast<std::size_t>(IndexKind::AsTable)];
+}
+static_assert(HasRowPerTable(kTableKinds));
+
+constexpr bool IsTable(IndexKind kind) {
+    return kind != IndexKind::None && kind != IndexKind::Flow;
+}
+
 // Whole shadow records, as the state of the hardware holds them.
-Json DecodeTable(Assigned kind, ByteView record, ByteOrder order);
+Json DecodeTable(IndexKind kind, ByteView record, ByteOrder order);
 // 16 bytes of a rate limiter's configuration.
 Json DecodeRlCfg(ByteView cfg, ByteOrder order);
 // 68 bytes that come alone, in an update. They do not say whether they were set as a whole; when they were,
@@ -91,7 +104,7 @@ bool IsFwdInfoSet(ByteView fcb, ByteOrder order);
 
 // The same bytes in the other byte order; unset fields and bytes behind a shorter value stay as they are.
 void ConvertRecord(const RequestInfo &info, std::span<std::uint8_t> record, ByteOrder from);
-void ConvertTable(Assigned kind, std::span<std::uint8_t> record, ByteOrder from);
+void ConvertTable(IndexKind kind, std::span<std::uint8_t> record, ByteOrder from);
 void ConvertRlCfg(std::span<std::uint8_t> cfg, ByteOrder from);
 void ConvertFcb(std::span<std::uint8_t> fcb, ByteOrder from);
 

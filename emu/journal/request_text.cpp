@@ -1,6 +1,7 @@
 // Settings, tables and rate limiters in a line; flows are told by their rules.
 #include "emu/journal/rule_text.h"
 
+#include "emu/journal/fcb_requests.h"
 #include "emu/journal/phrases.h"
 
 #include <algorithm>
@@ -31,12 +32,8 @@ unsigned HexDigits(std::string_view field) {
             return row.digits;
         }
     }
-    const Json type = field;
-    const RuleWords *words = FindWords(kFilterWords, type);
-    if (words == nullptr) {
-        words = FindWords(kActionWords, type);
-    }
-    return words != nullptr ? words->digits : 0;
+    const TypeRow *type = FindType(field);
+    return type != nullptr ? HexDigits(*type) : 0;
 }
 
 // ---- Tables
@@ -148,16 +145,6 @@ std::string RlName(const Json &record) {
            PlainText(Member(record, "rlIndex"));
 }
 
-std::string TableRequest(const RequestInfo &info, const Json &record) {
-    const std::string text = TableText(info.index, Member(record, "tbl"));
-    return info.assigns ? text : "index " + PlainText(Member(record, "index")) + ": " + text;
-}
-
-std::string FlowRequest(const RequestInfo &info, const Json &record, const Json &fcb) {
-    const std::string rule = fcb.is_null() ? "(no FCB)" : RuleText(fcb);
-    return info.assigns ? rule : "flow " + PlainText(Member(record, "flowIdx")) + ": " + rule;
-}
-
 // A destination may be added to forwarding that was not set as a whole, which has no source.
 std::string ForwardingUpdate(const Json &record) {
     const Json &fwdInfo = Member(record, "fwdInfo");
@@ -172,41 +159,26 @@ std::string ForwardingUpdate(const Json &record) {
     return text.Text();
 }
 
-struct TextRow {
-    std::string_view name;
-    std::string (*text)(const Json &record);
+// What stands in front of a request that names an object; of one that activates it nothing.
+std::string Named(const RequestInfo &info, const char *object, const Json &index) {
+    return info.assigns() ? "" : object + (" " + PlainText(index)) + ": ";
+}
+
+struct TableTextRow {
+    IndexKind kind;
+    std::string (*text)(const Json &table);
 };
-constexpr TextRow kTexts[] = {
-    {"set-global", GlobalSetting},
-    {"set-port", PortSetting},
-    {"get-flow-hits", [](const Json &record) { return "flow " + PlainText(Member(record, "flowIdx")); }},
-    {"set-rl-status", RlStatusText},
-    {"set-rl-tci",
-     [](const Json &record) {
-         return "direction " + PlainText(Member(record, "rlDir")) + " tci " +
-                FieldText("tci", Member(Member(record, "rlTciCfg"), "tci"));
-     }},
-    {"activate-rl",
-     [](const Json &record) { return RlName(record) + " " + RlText(Member(record, "rlEnt")); }},
-    {"deactivate-rl", RlName},
-    {"update-forwarding", ForwardingUpdate},
+constexpr TableTextRow kTableTexts[] = {
+    {IndexKind::AsTable, AsTableText},
+    {IndexKind::DscpTable, DscpTableText},
+    {IndexKind::PacTable, PacTableText},
 };
+static_assert(HasRowPerTable(kTableTexts));
 
 } // namespace
 
-std::string TableText(Assigned kind, const Json &table) {
-    switch (kind) {
-    case Assigned::AsTable:
-        return AsTableText(table);
-    case Assigned::DscpTable:
-        return DscpTableText(table);
-    case Assigned::PacTable:
-        return PacTableText(table);
-    case Assigned::None:
-    case Assigned::Flow:
-        break;
-    }
-    return {};
+std::string TableText(IndexKind kind, const Json &table) {
+    return TableRow(kTableTexts, kind).text(table);
 }
 
 std::string RlText(const Json &cfg) {
@@ -215,18 +187,36 @@ std::string RlText(const Json &cfg) {
 }
 
 std::string RequestText(const RequestInfo &info, const Json &record, const Json &fcb) {
-    if (info.copiesFcb) {
-        return FlowRequest(info, record, fcb);
+    switch (info.number) {
+    case qir::kOrxSetGblCfg:
+        return GlobalSetting(record);
+    case qir::kOrxSetPortCfg:
+        return PortSetting(record);
+    case qir::kOrxActivateAsTbl:
+    case qir::kOrxDeactivateAsTbl:
+    case qir::kOrxActivateDscpTbl:
+    case qir::kOrxDeactivateDscpTbl:
+    case qir::kOrxActivatePacTbl:
+    case qir::kOrxDeactivatePacTbl:
+        return Named(info, "index", Member(record, "index")) + TableText(info.index, Member(record, "tbl"));
+    case qir::kOrxActivateFlow:
+    case qir::kOrxDeactivateFlow:
+        return Named(info, "flow", Member(record, "flowIdx")) + (fcb.is_null() ? "(no FCB)" : RuleText(fcb));
+    case qir::kOrxGetFlowHits:
+        return "flow " + PlainText(Member(record, "flowIdx"));
+    case qir::kOrxSetRlStatus:
+        return RlStatusText(record);
+    case qir::kOrxSetRlTciCfg:
+        return "direction " + PlainText(Member(record, "rlDir")) + " tci " +
+               FieldText("tci", Member(Member(record, "rlTciCfg"), "tci"));
+    case qir::kOrxActivateRl:
+        return RlName(record) + " " + RlText(Member(record, "rlEnt"));
+    case qir::kOrxDeactivateRl:
+        return RlName(record);
+    case qir::kOrxUpdateFwdInfo:
+        break;
     }
-    if (info.index != Assigned::None && info.index != Assigned::Flow) {
-        return TableRequest(info, record);
-    }
-    for (const TextRow &row : kTexts) {
-        if (row.name == info.name) {
-            return row.text(record);
-        }
-    }
-    return {};
+    return ForwardingUpdate(record);
 }
 
 std::string FieldText(std::string_view field, const Json &value) {

@@ -1,7 +1,7 @@
 #include "emu/journal/rule_text.h"
 
+#include "emu/journal/fcb_requests.h"
 #include "emu/journal/phrases.h"
-#include "emu/journal/rule_words.h"
 
 #include <algorithm>
 
@@ -152,40 +152,32 @@ bool Contains(const Json &list, std::string_view name) {
 
 // ---- Filters and actions ------------------------------------------------------------------------------
 
-struct Header {
-    std::string_view name;
-    std::string_view tag;     // stands for "@" in a phrase
-    std::string_view present; // the header is matched on, with nothing said about its fields
+// Types of frames that have a word. The two of PPPoE differ in what the session does with them.
+struct EthTypeWord {
+    std::uint32_t ethType;
+    std::string_view word;
 };
-constexpr Header kHeaders[] = {
-    {"eth", "", ""},
-    {"vlan0", "", "any vlan"},
-    {"vlan1", "inner ", "any inner vlan"},
-    {"vlan2", "third ", "any third vlan"},
-    {"vlan3", "fourth ", "any fourth vlan"},
-    {"pppoe", "", "any pppoe"},
-    {"mpls", "", "any mpls"},
-    {"ipv4", "", "any ipv4"},
-    {"tcp", "", "any tcp"},
-    {"udp", "", "any udp"},
+constexpr EthTypeWord kEthTypeWords[] = {
+    {0x0800, "ip"},
+    {0x8863, "pppoe discovery"},
+    {0x8864, "pppoe"},
 };
 
-const Header &FindHeader(std::string_view name) {
-    const auto *found = std::find_if(std::begin(kHeaders), std::end(kHeaders),
-                                     [name](const Header &h) { return h.name == name; });
-    return found != std::end(kHeaders) ? *found : kHeaders[0];
+// A decoded FCB has no other headers.
+const HeaderRow &FindHeader(const Json &entry) {
+    return *std::ranges::find(Headers(), PlainText(Member(entry, "header")), &HeaderRow::name);
 }
 
-std::string PhraseFor(const RuleWords &words, const Header &header) {
-    std::string phrase(words.phrase);
+std::string PhraseFor(const TypeRow &type, const HeaderRow &header) {
+    std::string phrase(type.phrase);
     const std::size_t at = phrase.find('@');
     return at == std::string::npos ? phrase : phrase.replace(at, 1, header.tag);
 }
 
 // The value of a filter or an action, as the row of its type shows it.
-std::string ValueText(const RuleWords &words, const Json &value) {
-    if (words.say == Say::Hex || words.say == Say::EthType) {
-        return HexText(value, words.digits);
+std::string ValueText(const TypeRow &type, const Json &value) {
+    if (const unsigned digits = HexDigits(type); digits != 0) {
+        return HexText(value, digits);
     }
     if (!value.is_object()) {
         return PlainText(value);
@@ -207,41 +199,40 @@ std::string_view EthTypeWordFor(const Json &value) {
     return {};
 }
 
-// A request of a type that has no words: everything that is known of it.
-std::string UnknownRequest(std::string_view header, std::string_view block, const Json &request) {
+// A request of an unknown type: everything that the record says.
+std::string UnknownRequest(const HeaderRow &header, std::string_view block, const Json &request) {
     Phrase text;
-    text.Add(std::string(header) + " " + std::string(block));
+    text.Add(header.name);
+    text.Add(block);
     for (const auto &[name, value] : request.items()) {
         text.Add(name + " " + FieldText(name, value));
     }
     return text.Text();
 }
 
-std::string FilterCondition(const RuleWords &words, const Header &header, const Json &request) {
-    const std::string phrase = PhraseFor(words, header);
+std::string FilterCondition(const TypeRow &type, const HeaderRow &header, const Json &request) {
+    const std::string phrase = PhraseFor(type, header);
     const Json &value = Member(request, "val");
     if (request.contains("val2")) {
-        return phrase + " " + ValueText(words, value) + "-" + ValueText(words, Member(request, "val2"));
+        return phrase + " " + ValueText(type, value) + "-" + ValueText(type, Member(request, "val2"));
     }
-    if (words.say == Say::Flag && value == 1) {
+    if (type.say == Say::Flag && value == 1) {
         return phrase;
     }
-    if (words.say == Say::Flag && value == 0) {
+    if (type.say == Say::Flag && value == 0) {
         return "no " + phrase;
     }
-    const std::string_view word = words.say == Say::EthType ? EthTypeWordFor(value) : "";
-    return !word.empty() ? std::string(word) : phrase + " " + ValueText(words, value);
+    const std::string_view word = type.say == Say::EthType ? EthTypeWordFor(value) : "";
+    return !word.empty() ? std::string(word) : phrase + " " + ValueText(type, value);
 }
 
-std::string FilterText(const Header &header, const Json &request) {
-    const Json &type = Member(request, "type");
-    const RuleWords *words = FindWords(kFilterWords, type);
+std::string FilterText(const HeaderRow &header, const Json &request) {
+    const TypeRow *type = FindType(Member(request, "type"));
     const Json &cmpOp = Member(request, "cmpOp");
-    const bool knownOp = cmpOp == "e_CMP_EQ" || cmpOp == "e_CMP_NEQ" || cmpOp == "e_CMP_IN_RANGE";
-    if (words == nullptr || !knownOp || !request.contains("val")) {
-        return UnknownRequest(header.name, "filter", request);
+    if (type == nullptr || cmpOp.is_number()) {
+        return UnknownRequest(header, "filter", request);
     }
-    const std::string condition = FilterCondition(*words, header, request);
+    const std::string condition = FilterCondition(*type, header, request);
     return cmpOp == "e_CMP_NEQ" ? "not " + condition : condition;
 }
 
@@ -252,20 +243,17 @@ std::string TagName(const Json &tag) {
     return tag == 1 ? "inner" : "tag " + PlainText(tag);
 }
 
-std::string ActionText(const Header &header, const Json &request) {
-    const RuleWords *words = FindWords(kActionWords, Member(request, "type"));
-    if (words == nullptr) {
-        return UnknownRequest(header.name, "action", request);
+std::string ActionText(const HeaderRow &header, const Json &request) {
+    const TypeRow *type = FindType(Member(request, "type"));
+    if (type == nullptr) {
+        return UnknownRequest(header, "action", request);
     }
-    const std::string phrase = PhraseFor(*words, header);
-    const Json &value = Member(request, "val");
-    if (words->say == Say::FromTag) {
-        return phrase + " from " + TagName(value);
-    }
-    if (words->say == Say::Nothing && value.is_null()) {
+    const std::string phrase = PhraseFor(*type, header);
+    if (type->form == ValueForm::None) {
         return phrase;
     }
-    return phrase + " " + ValueText(*words, value);
+    const Json &value = Member(request, "val");
+    return phrase + " " + (type->say == Say::FromTag ? "from " + TagName(value) : ValueText(*type, value));
 }
 
 bool IsEthType(const Json &request) {
@@ -282,13 +270,11 @@ std::string MatchText(const Json &headers) {
     Phrase behindTags;
     Phrase payload;
     for (const Json &entry : headers) {
-        const std::string name = PlainText(Member(entry, "header"));
-        const Header &header = FindHeader(name);
-        const bool isTag = name.starts_with("vlan");
-        Phrase &place = name == "eth" || isTag ? inFront : payload;
+        const HeaderRow &header = FindHeader(entry);
+        Phrase &place = header.hdr <= e_FLOWHDR_VLAN3 ? inFront : payload;
         const Json &requests = Member(entry, "requests");
         if (requests.empty()) {
-            place.Add(std::string(header.present));
+            place.Add(header.present);
         }
         for (const Json &request : requests) {
             if (request.contains("damaged")) {
@@ -308,7 +294,7 @@ std::string MatchText(const Json &headers) {
 std::string ActionsText(const Json &headers) {
     Phrase text(", ");
     for (const Json &entry : headers) {
-        const Header &header = FindHeader(PlainText(Member(entry, "header")));
+        const HeaderRow &header = FindHeader(entry);
         for (const Json &request : Member(entry, "requests")) {
             text.Add(request.contains("damaged") ? DamageText(request) : ActionText(header, request));
         }

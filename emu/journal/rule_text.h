@@ -25,7 +25,7 @@ std::string SourceText(const Json &fwdInfo);
 std::string DestinationText(const Json &fwdInfo);
 
 // A decoded table as its ports and settings, with its entries counted. `kind` is one of the three tables.
-std::string TableText(Assigned kind, const Json &table);
+std::string TableText(IndexKind kind, const Json &table);
 
 // Decoded configuration of a rate limiter.
 std::string RlText(const Json &cfg);

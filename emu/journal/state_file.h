@@ -20,6 +20,10 @@
 
 namespace orxemu::journal {
 
+// The tables of a kind, active or not.
+std::span<const OrxEmuTable> TablesOf(const OrxEmuState &state, const TableKind &kind);
+std::span<OrxEmuTable> TablesOf(OrxEmuState &state, const TableKind &kind);
+
 // In the byte order of this machine.
 std::string StateText(const OrxEmuState &state);
 

@@ -7,12 +7,19 @@ namespace orxemu::journal {
 
 namespace {
 
-constexpr TableKindRow kTableKinds[] = {
-    {Assigned::AsTable, "asTable", [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.asTbl); }},
-    {Assigned::DscpTable, "dscpTable",
-     [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.dscpTbl); }},
-    {Assigned::PacTable, "pacTable", [](OrxEmuState &state) { return std::span<OrxEmuTable>(state.pacTbl); }},
-};
+// Slot is an OrxEmuTable, or a const one of a const state.
+template <class Slot, class State> std::span<Slot> SlotsOf(State &state, IndexKind kind) {
+    const struct {
+        IndexKind kind;
+        std::span<Slot> slots;
+    } rows[] = {
+        {IndexKind::AsTable, state.asTbl},
+        {IndexKind::DscpTable, state.dscpTbl},
+        {IndexKind::PacTable, state.pacTbl},
+    };
+    static_assert(std::size(rows) == std::size(kTableKinds));
+    return TableRow(rows, kind).slots;
+}
 
 // Writes lines and counts them.
 class Text {
@@ -30,10 +37,11 @@ class Text {
     std::size_t objects_ = 0;
 };
 
-void AddTables(Text &text, const TableKindRow &row, std::span<const OrxEmuTable> slots) {
+void AddTables(Text &text, const OrxEmuState &state, const TableKind &kind) {
+    const std::span<const OrxEmuTable> slots = TablesOf(state, kind);
     for (std::size_t i = 0; i < slots.size(); ++i) {
         if (slots[i].active != 0) {
-            text.Add(TableJson(row, i, ByteView(slots[i].record).first(TableSize(row.kind)), kHostOrder));
+            text.Add(TableJson(kind, i, ByteView(slots[i].record).first(kind.recordSize), kHostOrder));
         }
     }
 }
@@ -48,8 +56,11 @@ void AddRls(Text &text, const OrxEmuState &state, unsigned dir) {
 
 } // namespace
 
-std::span<const TableKindRow> TableKinds() {
-    return kTableKinds;
+std::span<const OrxEmuTable> TablesOf(const OrxEmuState &state, const TableKind &kind) {
+    return SlotsOf<const OrxEmuTable>(state, kind.kind);
+}
+std::span<OrxEmuTable> TablesOf(OrxEmuState &state, const TableKind &kind) {
+    return SlotsOf<OrxEmuTable>(state, kind.kind);
 }
 
 Json GlobalJson(const OrxEmuState &state) {
@@ -77,10 +88,10 @@ Json RlTciJson(const OrxEmuState &state, unsigned dir) {
     return line;
 }
 
-Json TableJson(const TableKindRow &row, std::size_t index, ByteView record, ByteOrder order) {
+Json TableJson(const TableKind &kind, std::size_t index, ByteView record, ByteOrder order) {
     Json line;
-    line[row.member] = index;
-    line["fields"] = DecodeTable(row.kind, record, order);
+    line[kind.member] = index;
+    line["fields"] = DecodeTable(kind.kind, record, order);
     line["raw"] = ToHex(record);
     return line;
 }
@@ -123,9 +134,9 @@ std::string StateText(const OrxEmuState &state) {
     for (unsigned dir = 0; dir < ORXEMU_RL_DIRS; ++dir) {
         text.Add(RlTciJson(state, dir));
     }
-    AddTables(text, kTableKinds[0], state.asTbl);
-    AddTables(text, kTableKinds[1], state.dscpTbl);
-    AddTables(text, kTableKinds[2], state.pacTbl);
+    for (const TableKind &kind : kTableKinds) {
+        AddTables(text, state, kind);
+    }
     for (std::size_t i = 0; i < ORXEMU_FLOWS; ++i) {
         if (state.flow[i].active != 0) {
             text.Add(FlowJson(i, state.flow[i], state.flow[i].fcb, kHostOrder));

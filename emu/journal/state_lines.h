@@ -6,18 +6,10 @@
 
 namespace orxemu::journal {
 
-// The three kinds of table, in the order of their lines.
-struct TableKindRow {
-    Assigned kind;
-    const char *member;
-    std::span<OrxEmuTable> (*slots)(OrxEmuState &state);
-};
-std::span<const TableKindRow> TableKinds();
-
 Json GlobalJson(const OrxEmuState &state);
 Json PortJson(const OrxEmuState &state, unsigned port);
 Json RlTciJson(const OrxEmuState &state, unsigned dir);
-Json TableJson(const TableKindRow &row, std::size_t index, ByteView record, ByteOrder order);
+Json TableJson(const TableKind &kind, std::size_t index, ByteView record, ByteOrder order);
 // `fcb` takes the place of the flow's own.
 Json FlowJson(std::size_t index, const OrxEmuFlow &flow, ByteView fcb, ByteOrder order);
 Json RlJson(unsigned dir, unsigned index, ByteView cfg, ByteOrder order);

@@ -121,9 +121,9 @@ class StateReader {
 
     void ReadObject(const Json &line) {
         std::size_t rank = 0;
-        for (const TableKindRow &row : TableKinds()) {
-            if (line.contains(row.member)) {
-                ReadTable(row, rank);
+        for (const TableKind &kind : kTableKinds) {
+            if (line.contains(kind.member)) {
+                ReadTable(kind, rank);
                 return;
             }
             ++rank;
@@ -148,13 +148,13 @@ class StateReader {
         return index;
     }
 
-    void ReadTable(const TableKindRow &row, std::size_t rank) {
-        const std::span<OrxEmuTable> slots = row.slots(state_);
-        const std::size_t index = TakePlace(rank, row.member, slots.size());
-        Bytes record = HexMember(line_, "raw", TableSize(row.kind));
-        MustSay(TableJson(row, index, record, order_));
+    void ReadTable(const TableKind &kind, std::size_t rank) {
+        const std::span<OrxEmuTable> slots = TablesOf(state_, kind);
+        const std::size_t index = TakePlace(rank, kind.member, slots.size());
+        Bytes record = HexMember(line_, "raw", kind.recordSize);
+        MustSay(TableJson(kind, index, record, order_));
         if (order_ != kHostOrder) {
-            ConvertTable(row.kind, record, order_);
+            ConvertTable(kind.kind, record, order_);
         }
         slots[index].active = 1;
         std::ranges::copy(record, slots[index].record);

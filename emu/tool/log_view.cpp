@@ -2,7 +2,6 @@
 
 #include "emu/journal/phrases.h"
 #include "emu/journal/rule_text.h"
-#include "emu/tool/held_tables.h"
 #include "emu/tool/leaves.h"
 #include "qirapi/driver/driver_records.h"
 
@@ -68,7 +67,7 @@ View ViewOf(const LogEntry &entry, journal::ByteOrder order) {
     if (entry.isOpen) {
         return {"open", qir::kPktOrxDevice, ErrorText(entry), {}};
     }
-    const RequestInfo *info = journal::FindRequestInfo(entry.request);
+    const RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         return {
             "request " + std::to_string(entry.request), "(unknown)", AnswerText(entry, Json::object()), {}};
@@ -171,12 +170,13 @@ void AddSettings(const OrxEmuState &state, StateRows &rows) {
     }
 }
 
-std::size_t AddTables(const HeldTables &held, StateRows &rows) {
+std::size_t AddTables(const OrxEmuState &state, const journal::TableKind &kind, StateRows &rows) {
+    const std::span<const OrxEmuTable> tables = journal::TablesOf(state, kind);
     std::size_t count = 0;
-    for (std::size_t i = 0; i < held.tables.size(); ++i) {
-        if (held.tables[i].active != 0) {
-            const Json decoded = DecodeHeld(held, i);
-            rows.Add(held.name + (" " + std::to_string(i)), journal::TableText(held.kind, decoded), decoded);
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        if (tables[i].active != 0) {
+            const Json decoded = journal::DecodeTable(kind.kind, tables[i].record, journal::kHostOrder);
+            rows.Add(kind.name + (" " + std::to_string(i)), journal::TableText(kind.kind, decoded), decoded);
             ++count;
         }
     }
@@ -254,8 +254,8 @@ Columns StateView(const OrxEmuState &state, bool verbose) {
     StateRows rows(columns, verbose);
     AddSettings(state, rows);
     std::size_t tables = 0;
-    for (const HeldTables &held : TablesOf(state)) {
-        tables += AddTables(held, rows);
+    for (const journal::TableKind &kind : journal::kTableKinds) {
+        tables += AddTables(state, kind, rows);
     }
     const std::size_t flows = AddFlows(state, rows);
     const std::size_t limiters = AddLimiters(state, rows);

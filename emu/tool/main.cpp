@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <csignal>
 #include <fcntl.h>
 #include <iterator>
 #include <span>
@@ -85,6 +86,14 @@ void TakeMissingStreams() {
     }
 }
 
+// A write beyond the user's limit of file sizes fails, instead of ending the tool by a signal. A handler, not
+// SIG_IGN, which the program that is run would inherit.
+void TakeTheFileSizeLimitForAnError() {
+    if (std::signal(SIGXFSZ, [](int) {}) == SIG_IGN) {
+        std::signal(SIGXFSZ, SIG_IGN);
+    }
+}
+
 // Text for a user that is not an error goes to standard output as it is.
 int Explain(const CLI::App &app, const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {
@@ -106,6 +115,7 @@ int Explain(const CLI::App &app, const CLI::ParseError &error) {
 // NOLINTNEXTLINE(bugprone-exception-escape): what is not explained below has no explanation
 int main(int argc, char **argv) {
     TakeMissingStreams();
+    TakeTheFileSizeLimitForAnError();
     const std::span<char *> words(argv, static_cast<std::size_t>(argc));
     const std::span<char *> own = OwnWords(words);
     std::vector<std::string> program;

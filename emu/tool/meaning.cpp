@@ -1,7 +1,6 @@
 #include "emu/tool/meaning.h"
 
 #include "emu/journal/rule_text.h"
-#include "emu/tool/held_tables.h"
 
 #include <map>
 #include <optional>
@@ -10,12 +9,13 @@ namespace orxemu::tool {
 
 namespace {
 
-using journal::Assigned;
 using journal::FaultMark;
+using journal::IndexKind;
 using journal::Json;
 using journal::kHostOrder;
 using journal::LogEntry;
 using journal::RequestInfo;
+using journal::TableKind;
 
 std::optional<std::uint32_t> NumberIn(const Json &object, const char *name) {
     const auto found = object.find(name);
@@ -31,17 +31,17 @@ constexpr std::uint32_t kNoTable = 0xFFFFFFFF;
 // Which request each index of the driver came from, at the place of the log that has been read so far.
 class IndexOwners {
   public:
-    void Assign(Assigned kind, std::uint32_t index, std::size_t request) {
+    void Assign(IndexKind kind, std::uint32_t index, std::size_t request) {
         owners_[{kind, index}] = {request, false};
     }
-    void Release(Assigned kind, std::uint32_t index) {
+    void Release(IndexKind kind, std::uint32_t index) {
         if (const auto found = owners_.find({kind, index}); found != owners_.end()) {
             found->second.released = true;
         }
     }
     // Adds the leaf for an index that a request carries. Nobody in this log owns an index that was assigned
     // before it began: that is the number itself.
-    void AddReference(Meaning &meaning, const std::string &path, Assigned kind, std::uint32_t index) const {
+    void AddReference(Meaning &meaning, const std::string &path, IndexKind kind, std::uint32_t index) const {
         const auto found = owners_.find({kind, index});
         if (found == owners_.end()) {
             meaning.leaves.push_back({path, "index " + std::to_string(index)});
@@ -56,7 +56,7 @@ class IndexOwners {
         std::size_t request;
         bool released;
     };
-    std::map<std::pair<Assigned, std::uint32_t>, Owner> owners_;
+    std::map<std::pair<IndexKind, std::uint32_t>, Owner> owners_;
 };
 
 void AddAnswer(const LogEntry &entry, Meaning &meaning) {
@@ -76,7 +76,7 @@ class LogReader {
         Meaning meaning;
         if (entry.isOpen) {
             meaning.kind = "open";
-        } else if (const RequestInfo *info = journal::FindRequestInfo(entry.request); info == nullptr) {
+        } else if (const RequestInfo *info = qir::FindRequest(entry.request); info == nullptr) {
             meaning.kind = "request " + std::to_string(entry.request);
         } else if (!entry.recordRead) {
             meaning.kind = info->name;
@@ -114,7 +114,7 @@ class LogReader {
         }
         const auto pacTable = NumberIn(fields, "pacTblIdx");
         if (pacTable && *pacTable != kNoTable) {
-            owners_.AddReference(meaning, "fields.pacTblIdx", Assigned::PacTable, *pacTable);
+            owners_.AddReference(meaning, "fields.pacTblIdx", IndexKind::PacTable, *pacTable);
         } else if (pacTable) {
             meaning.leaves.push_back({"fields.pacTblIdx", "none"});
         }
@@ -129,10 +129,10 @@ class LogReader {
         const Json answer =
             entry.out.empty() ? Json::object() : journal::DecodeAnswer(info, entry.out, order_);
         AddMeaning("answer", answer, meaning.leaves);
-        if (const auto assigned = NumberIn(answer, "index"); assigned && info.assigns) {
+        if (const auto assigned = NumberIn(answer, "index"); assigned && info.assigns()) {
             owners_.Assign(info.index, *assigned, position);
         }
-        if (std::string_view(info.name).starts_with("deactivate-")) {
+        if (info.releases()) {
             for (const char *name : {"index", "flowIdx"}) {
                 if (const auto index = NumberIn(fields, name)) {
                     owners_.Release(info.index, *index);
@@ -173,16 +173,17 @@ void AddSettings(const OrxEmuState &state, Meanings &meanings) {
 // For each index of a kind of table where its meaning stands.
 using Positions = std::map<std::int32_t, std::size_t>;
 
-Positions AddTables(const HeldTables &held, Meanings &meanings) {
+Positions AddTables(const OrxEmuState &state, const TableKind &kind, Meanings &meanings) {
+    const std::span<const OrxEmuTable> tables = journal::TablesOf(state, kind);
     Positions positions;
-    for (std::size_t i = 0; i < held.tables.size(); ++i) {
-        if (held.tables[i].active == 0) {
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        if (tables[i].active == 0) {
             continue;
         }
-        const Json decoded = DecodeHeld(held, i);
+        const Json decoded = journal::DecodeTable(kind.kind, tables[i].record, kHostOrder);
         positions[static_cast<std::int32_t>(i)] = meanings.size();
-        meanings.push_back(Object(held.name, held.name + (" " + std::to_string(i)),
-                                  journal::TableText(held.kind, decoded), decoded));
+        meanings.push_back(Object(kind.name, kind.name + (" " + std::to_string(i)),
+                                  journal::TableText(kind.kind, decoded), decoded));
     }
     return positions;
 }
@@ -242,9 +243,9 @@ Meanings MeaningOf(const OrxEmuState &state) {
     Meanings meanings;
     AddSettings(state, meanings);
     Positions pacTables;
-    for (const HeldTables &held : TablesOf(state)) {
-        Positions positions = AddTables(held, meanings);
-        if (held.kind == Assigned::PacTable) {
+    for (const TableKind &kind : journal::kTableKinds) {
+        Positions positions = AddTables(state, kind, meanings);
+        if (kind.kind == IndexKind::PacTable) {
             pacTables = std::move(positions);
         }
     }

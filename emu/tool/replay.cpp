@@ -114,7 +114,7 @@ std::unique_ptr<ReplayTarget> TargetOf(const Options &options, Device &device) {
 // False, with the reason on standard error, when the written log would take the place of what is read.
 bool LogHasItsOwnFile(const Options &options) {
     if (options.logPath.empty() || (!journal::NameOneFile(options.logPath, options.path) &&
-                                    !journal::LogIsInTheWay(options.logPath, options.statePath))) {
+                                    !journal::NameOneFile(options.logPath, options.statePath))) {
         return true;
     }
     return Trouble({options.logPath, 0, "is another file of this command, and --log would overwrite it"});

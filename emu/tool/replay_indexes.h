@@ -50,10 +50,10 @@ class IndexMap {
 // The indexes of all kinds.
 class Indexes {
   public:
-    IndexMap &Of(journal::Assigned kind) { return maps_[kind]; }
+    IndexMap &Of(journal::IndexKind kind) { return maps_[kind]; }
 
   private:
-    std::map<journal::Assigned, IndexMap> maps_;
+    std::map<journal::IndexKind, IndexMap> maps_;
 };
 
 } // namespace orxemu::tool

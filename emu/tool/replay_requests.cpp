@@ -11,28 +11,11 @@ namespace orxemu::tool {
 
 namespace {
 
-using journal::Assigned;
 using journal::Bytes;
+using journal::IndexKind;
 using journal::kHostOrder;
 
-constexpr std::size_t kIndexWord = 0;
 constexpr unsigned kWord = 4;
-
-const char *ObjectName(Assigned kind) {
-    switch (kind) {
-    case Assigned::AsTable:
-        return "AS table";
-    case Assigned::DscpTable:
-        return "DSCP table";
-    case Assigned::PacTable:
-        return "PAC table";
-    case Assigned::Flow:
-        return "flow";
-    case Assigned::None:
-        break;
-    }
-    return "object";
-}
 
 std::uint32_t WordAt(journal::ByteView bytes, std::size_t offset) {
     return journal::Load(bytes, offset, kWord, kHostOrder);
@@ -40,14 +23,6 @@ std::uint32_t WordAt(journal::ByteView bytes, std::size_t offset) {
 
 void PutWord(std::span<std::uint8_t> bytes, std::size_t offset, std::uint32_t value) {
     journal::Store(bytes, offset, kWord, kHostOrder, value);
-}
-
-bool CarriesIndex(const journal::RequestInfo &info) {
-    return info.index != Assigned::None && !info.assigns;
-}
-
-bool IsTableRequest(const journal::RequestInfo &info) {
-    return info.index != Assigned::None && info.index != Assigned::Flow;
 }
 
 } // namespace
@@ -74,7 +49,7 @@ ReplayEnd Replay::Run() {
 
 // Whether the replay goes on; so do the functions that end the work on a request.
 bool Replay::One(const journal::LogEntry &entry, std::size_t n) {
-    const journal::RequestInfo *info = journal::FindRequestInfo(entry.request);
+    const journal::RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         Tell(entry, "request " + std::to_string(n) + " skipped: its number " + std::to_string(entry.request) +
                         " is unknown");
@@ -139,7 +114,7 @@ bool Replay::SendTranslated(Request &request) {
 // What a device writes elsewhere in a record is no answer, and a log with it could not be read.
 void Replay::KeepTheAnswer(const Request &request, Bytes &answered, const Answer &answer) const {
     const bool accepted = answer.opened && answer.err == 0;
-    const auto [offset, size] = accepted ? journal::AnswerPlaceOf(request.info) : journal::AnswerPlace{};
+    const auto [offset, size] = accepted ? request.info.answer : qir::kNoAnswer;
     Bytes kept = request.record;
     std::copy_n(answered.begin() + static_cast<std::ptrdiff_t>(offset), size,
                 kept.begin() + static_cast<std::ptrdiff_t>(offset));
@@ -184,26 +159,27 @@ void Replay::Tell(const journal::LogEntry &entry, const std::string &text) const
 
 Replay::Obstacle Replay::TranslateIndexes(Request &request) {
     Obstacle obstacle;
-    if (CarriesIndex(request.info)) {
-        TranslateIndex(request, kIndexWord, request.info.index, obstacle);
+    if (request.info.index != IndexKind::None && !request.info.assigns()) {
+        TranslateIndex(request, qir::kIndexOffset, request.info.index, obstacle);
     }
     // EP tables have no requests that could bring an index.
     constexpr std::size_t kPacWord = offsetof(qir::FlowRecord, pacTblIdx);
     if (request.info.copiesFcb &&
         WordAt(request.record, kPacWord) != static_cast<std::uint32_t>(qir::kNoTable)) {
-        TranslateIndex(request, kPacWord, Assigned::PacTable, obstacle);
+        TranslateIndex(request, kPacWord, IndexKind::PacTable, obstacle);
     }
     return obstacle;
 }
 
-void Replay::TranslateIndex(Request &request, std::size_t offset, Assigned kind, Obstacle &obstacle) {
+void Replay::TranslateIndex(Request &request, std::size_t offset, IndexKind kind, Obstacle &obstacle) {
     const std::uint32_t recorded = WordAt(request.record, offset);
     const auto [found, number] = indexes_.Of(kind).Find(recorded);
     if (found == IndexMap::Found::Yes) {
         PutWord(request.record, offset, number);
         return;
     }
-    const std::string object = std::string(ObjectName(kind)) + " ";
+    const std::string object =
+        std::string(journal::IsTable(kind) ? TableRow(journal::kTableKinds, kind).name : "flow") + " ";
     obstacle.found = found;
     obstacle.what = found == IndexMap::Found::Missing
                         ? object + std::to_string(recorded) + " of the log was not activated"
@@ -216,7 +192,7 @@ void Replay::TranslateIndex(Request &request, std::size_t offset, Assigned kind,
 void Replay::TranslateNotes(Request &request) {
     std::span<std::uint8_t> bytes = request.fcb;
     std::size_t offset = offsetof(qir::Fcb, hwFlowIdx);
-    if (IsTableRequest(request.info)) {
+    if (journal::IsTable(request.info.index)) {
         // In the same place in all kinds of table.
         bytes = request.record;
         offset = offsetof(qir::AsTblRecord, tbl) + offsetof(qir::AsTblInfo, hwTblIdx);
@@ -232,7 +208,8 @@ void Replay::TranslateNotes(Request &request) {
 // An active flow's FCB stays where it is. The place is new for a flow that is being activated, and for one
 // that the hardware held before.
 LowFcb &Replay::PlaceFcb(Request &request, std::optional<LowFcb> &newPlace) {
-    const auto known = request.info.assigns ? fcbs_.end() : fcbs_.find(WordAt(request.record, kIndexWord));
+    const auto known =
+        request.info.assigns() ? fcbs_.end() : fcbs_.find(WordAt(request.record, qir::kIndexOffset));
     LowFcb &place = known != fcbs_.end() ? known->second : newPlace.emplace();
     PutWord(request.record, offsetof(qir::FlowRecord, fcbAddr), place.Address());
     return place;
@@ -242,28 +219,29 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
     const journal::LogEntry &entry = request.entry;
     IndexMap &indexes = indexes_.Of(request.info.index);
     const bool isFlow = request.info.copiesFcb;
-    if (request.info.assigns) {
+    if (request.info.assigns()) {
         std::optional<std::uint32_t> recorded;
         if (journal::WasTaken(entry)) {
-            recorded = journal::Load(entry.out, kIndexWord, kWord, log_.order);
+            recorded = journal::Load(entry.out, qir::kIndexOffset, kWord, log_.order);
         }
-        const std::uint32_t number = WordAt(answered, kIndexWord);
+        const std::uint32_t number = WordAt(answered, qir::kIndexOffset);
         indexes.Assign(recorded, number);
         if (isFlow) {
             fcbs_.insert_or_assign(number, std::move(*newPlace));
         }
-    } else if (request.info.number == qir::kOrxDeactivateFlow || IsTableRequest(request.info)) {
-        indexes.Release(journal::Load(entry.in, kIndexWord, kWord, log_.order));
+    } else if (request.info.releases()) {
+        indexes.Release(journal::Load(entry.in, qir::kIndexOffset, kWord, log_.order));
         if (isFlow) {
-            fcbs_.erase(WordAt(request.record, kIndexWord));
+            fcbs_.erase(WordAt(request.record, qir::kIndexOffset));
         }
     }
 }
 
 // An activation that was not accepted brings no index: what names the recorded one cannot be sent.
 void Replay::NoteNotAccepted(const Request &request) {
-    if (request.info.assigns && journal::WasTaken(request.entry) && request.entry.recordRead) {
-        indexes_.Of(request.info.index).Miss(journal::Load(request.entry.out, kIndexWord, kWord, log_.order));
+    if (request.info.assigns() && journal::WasTaken(request.entry) && request.entry.recordRead) {
+        indexes_.Of(request.info.index)
+            .Miss(journal::Load(request.entry.out, qir::kIndexOffset, kWord, log_.order));
     }
 }
 

@@ -70,7 +70,7 @@ class Replay {
         std::string what;
     };
     Obstacle TranslateIndexes(Request &request);
-    void TranslateIndex(Request &request, std::size_t offset, journal::Assigned kind, Obstacle &obstacle);
+    void TranslateIndex(Request &request, std::size_t offset, journal::IndexKind kind, Obstacle &obstacle);
     void TranslateNotes(Request &request);
     LowFcb &PlaceFcb(Request &request, std::optional<LowFcb> &newPlace);
 

@@ -19,11 +19,11 @@ bool LookAtStatePlace(const std::string &path, bool &isThere, journal::Problem &
         problem = {path, 0, "is no regular file"};
         return false;
     }
-    const fs::path end = journal::EndOfLinks(path, err);
-    if (err || !end.has_parent_path() || fs::is_directory(end.parent_path(), err)) {
+    const fs::path file = journal::FileBehind(path);
+    if (fs::is_directory(file.parent_path(), err)) {
         return true;
     }
-    const std::string where = end == path ? "" : "leads to " + end.string() + ": ";
+    const std::string where = fs::is_symlink(path, err) ? "leads to " + file.string() + ": " : "";
     problem = {path, 0, where + "its folder is not there"};
     return false;
 }

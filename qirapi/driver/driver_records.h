@@ -2,19 +2,7 @@
 //
 // A record is passed by address as the third argument of ioctl and is in the byte order of the processor.
 // Words that a request does not set carry kNotSet; the driver does not read them, or writes them.
-//
-//   request  record                       index word
-//   17       GblRecord        8 bytes
-//   19       PortRecord      32 bytes     only the part that `cfgType` names is set
-//   21, 22   AsTblRecord    472 bytes     out on activation, in on deactivation
-//   23, 24   DscpTblRecord   92 bytes     likewise
-//   27, 28   PacTblRecord   272 bytes     likewise
-//   29, 30   FlowRecord      20 bytes     likewise; the FCB is copied from its address
-//   38       HitsRecord      40 bytes     in
-//   39       RlStatusRecord   4 bytes
-//   40       RlTciRecord     12 bytes
-//   41, 42   RlRecord        32 bytes
-//   43       FwdRecord       72 bytes     in
+// request_table.h says which request sends which record, and where in it the driver answers.
 #ifndef QIRAPI_DRIVER_DRIVER_RECORDS_H
 #define QIRAPI_DRIVER_DRIVER_RECORDS_H
 
@@ -63,6 +51,7 @@ constexpr u32 kPortCfgDefAcl = 1;
 constexpr u32 kPortCfgTpid = 2;
 constexpr u32 kPortCfgPadLen = 4;
 
+// Only the part that `cfgType` names is set.
 struct PortRecord {
     u32 cfgType; // kPortCfg*
     struct {
@@ -102,7 +91,7 @@ QIR_PIN_FIELD(PacTblRecord, tbl, 4);
 struct FlowRecord {
     u32 flowIdx;
     u32 fcbSize; // always sizeof(Fcb)
-    u32 fcbAddr; // the FCB in the caller's memory
+    u32 fcbAddr; // the FCB in the caller's memory; the driver copies it
     i32 pacTblIdx;
     i32 epTblIdx;
 };

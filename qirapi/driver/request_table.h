@@ -24,11 +24,11 @@ enum class IndexUse : u8 {
 
 // The part of the record that the driver writes; the rest comes back as it was sent.
 struct AnswerPlace {
-    std::size_t offset = 0;
-    std::size_t size = 0; // 0: the driver writes nothing
+    u32 offset = 0;
+    u32 size = 0; // 0: the driver writes nothing
 };
 
-constexpr std::size_t kIndexOffset = 0;
+constexpr u32 kIndexOffset = 0;
 constexpr AnswerPlace kNoAnswer = {};
 constexpr AnswerPlace kIndexAnswer = {kIndexOffset, sizeof(u32)};
 constexpr AnswerPlace kHitsAnswer = {offsetof(HitsRecord, hits), sizeof(HitsRecord::hits)};
@@ -108,7 +108,8 @@ template <int... number> constexpr bool AreTheRows(std::integer_sequence<int, nu
     const auto isNext = [&](int named) { return row != end && (row++)->number == named; };
     return ((!IsNamed<static_cast<OrxRequest>(number)>() || isNext(number)) && ...) && row == end;
 }
-static_assert(AreTheRows(std::make_integer_sequence<int, 128>()),
+constexpr bool kTableIsComplete = AreTheRows(std::make_integer_sequence<int, 128>());
+static_assert(kTableIsComplete,
               "kRequestTable has a row for each name of OrxRequest, in the order of the numbers");
 
 } // namespace qir

@@ -145,7 +145,7 @@ bool IsAnswer(int request, std::size_t byte) {
 }
 
 TEST(JournalLogAnswers, ADriverWritesItsAnswerAndNothingElse) {
-    for (const RequestInfo &info : AllRequests()) {
+    for (const RequestInfo &info : qir::kRequestTable) {
         const ByteOrder order = kHostOrder;
         LogEntry good =
             info.copiesFcb ? Flow(info.number, order) : Sent(info.number, Image(info.recordSize, order));

@@ -168,7 +168,7 @@ TEST(JournalLog, EveryRequestMayBeAnswered) {
     for (const ByteOrder order : kBothOrders) {
         std::string text = LogHeadLine(order);
         std::size_t n = 0;
-        for (const RequestInfo &info : AllRequests()) {
+        for (const RequestInfo &info : qir::kRequestTable) {
             LogEntry entry = Sent(info.number, Image(info.recordSize, order));
             if (info.copiesFcb) {
                 entry = Sent(info.number, FlowRecord(order, 7));

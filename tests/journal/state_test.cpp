@@ -90,14 +90,14 @@ std::vector<std::string> ExpectedLines(ByteOrder order) {
     }
     lines.emplace_back(R"({"rlTci":0,"tci":[1,0]})");
     lines.emplace_back(R"({"rlTci":1,"tci":[0,65535]})");
-    const auto table = [&](const char *member, unsigned index, Assigned kind, const Bytes &record) {
+    const auto table = [&](const char *member, unsigned index, IndexKind kind, const Bytes &record) {
         lines.push_back("{\"" + std::string(member) + "\":" + std::to_string(index) +
                         ",\"fields\":" + DecodeTable(kind, record, order).dump() + "," + Raw(record));
     };
-    table("asTable", 15, Assigned::AsTable, objects.asTbl);
-    table("dscpTable", 0, Assigned::DscpTable, objects.dscpTbl);
-    table("dscpTable", 5, Assigned::DscpTable, objects.dscpTbl);
-    table("pacTable", 2, Assigned::PacTable, objects.pacTbl);
+    table("asTable", 15, IndexKind::AsTable, objects.asTbl);
+    table("dscpTable", 0, IndexKind::DscpTable, objects.dscpTbl);
+    table("dscpTable", 5, IndexKind::DscpTable, objects.dscpTbl);
+    table("pacTable", 2, IndexKind::PacTable, objects.pacTbl);
     const std::string fcb =
         "\"fcb\":" + DecodeFcb(objects.fcb, order).dump() + ",\"fcbRaw\":\"" + ToHex(objects.fcb) + "\"}";
     lines.push_back(R"({"flow":0,"pacTblIdx":-1,"epTblIdx":-1,"numFlows":1,"hits":[0,0,0,0,0,0,0,0],)" + fcb);

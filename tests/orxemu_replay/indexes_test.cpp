@@ -95,7 +95,7 @@ TEST_F(ReplayIndexesTest, ObjectsAreRightBehindThoseThatTheHardwareHeld) {
 TEST_F(ReplayIndexesTest, LogOfTheOtherByteOrderIsConverted) {
     SendSession();
     const OrxEmuState recorded = Held();
-    const Log log = Read(TextOf(Swapped(Recorded())));
+    const Log log = Read(TextOf(InOtherOrder(Recorded())));
     ASSERT_EQ(log.order, kOtherOrder);
     for (const Before &before : {Before{0, 0, 0, 0}, Before{2, 3, 4, 5}}) {
         orxemu_reset();
@@ -222,7 +222,7 @@ TEST_F(ReplayIndexesTest, NumberOfAReleasedObjectIsNotTaken) {
     ASSERT_EQ(Send(kDeactivatePacTbl, TblRecord(268, 1, 1)), 0);
     ASSERT_EQ(Send(kDeactivatePacTbl, TblRecord(268, 4, 1)), ENOENT);
     const Log ownOrder = Read(RecordedText());
-    const Log otherOrder = Read(TextOf(Swapped(Recorded())));
+    const Log otherOrder = Read(TextOf(InOtherOrder(Recorded())));
     for (const Log *log : {&ownOrder, &otherOrder}) {
         orxemu_reset();
         Occupy({0, 0, 3, 0});

@@ -15,7 +15,7 @@ constexpr ReplayRules kKeepGoing = {.keepGoing = true, .withRefused = false};
 constexpr ReplayRules kWithRefused = {.keepGoing = false, .withRefused = true};
 
 std::string NameOf(const Log &log, std::size_t n) {
-    return orxemu::journal::FindRequestInfo(log.entries[n - 1].request)->name;
+    return qir::FindRequest(log.entries[n - 1].request)->name;
 }
 
 std::string Refused(const Log &log, std::size_t n, const std::string &err) {

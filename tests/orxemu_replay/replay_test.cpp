@@ -10,21 +10,6 @@ namespace replay_test {
 
 namespace {
 
-using orxemu::journal::FindRequestInfo;
-using orxemu::journal::kHostOrder;
-
-LogEntry EntryOf(const OrxEmuRequest &request, FaultMark mark) {
-    LogEntry entry;
-    entry.request = request.request;
-    entry.err = request.err;
-    entry.fault = mark;
-    entry.recordRead = request.recordSize > 0;
-    entry.in.assign(request.in, request.in + request.recordSize);
-    entry.out.assign(request.out, request.out + request.recordSize);
-    entry.fcb.assign(request.fcb, request.fcb + request.fcbSize);
-    return entry;
-}
-
 void SendAccepted(int request, Record record) {
     const int fd = ::open(kDevice, O_RDWR);
     ASSERT_EQ(::ioctl(fd, static_cast<unsigned long>(request), record.Data()), 0)
@@ -35,16 +20,13 @@ void SendAccepted(int request, Record record) {
 } // namespace
 
 Log Recorded(const Marks &marks) {
-    Log log;
-    log.order = kHostOrder;
-    for (std::size_t i = 0; i < orxemu_numRequests(); ++i) {
-        const auto mark = marks.find(i + 1);
-        log.entries.push_back(
-            EntryOf(*orxemu_request(i), mark != marks.end() ? mark->second : FaultMark::None));
-        log.entries.back().line = i + 2;
+    Log log = journal_kit::RecordedLog();
+    for (std::size_t i = 0; i < log.entries.size(); ++i) {
+        log.entries[i].line = i + 2;
     }
-    log.complete = true;
-    log.end.requests = log.entries.size();
+    for (const auto &[n, mark] : marks) {
+        log.entries[n - 1].fault = mark;
+    }
     return log;
 }
 
@@ -52,40 +34,10 @@ std::string RecordedText(const Marks &marks) {
     return TextOf(Recorded(marks));
 }
 
-std::string TextOf(const Log &log) {
-    std::string text = orxemu::journal::LogHeadLine(log.order);
-    std::size_t n = 0;
-    for (const LogEntry &entry : log.entries) {
-        text += LogEntryLine(entry, ++n, log.order);
-    }
-    return text + LogEndLine(log.end);
-}
-
 Log Read(const std::string &text) {
     Log log;
     orxemu::journal::Problem problem;
     EXPECT_TRUE(ReadLog(text, kLogName, log, problem)) << problem.Text();
-    return log;
-}
-
-Log Swapped(Log log) {
-    for (LogEntry &entry : log.entries) {
-        const auto *info = FindRequestInfo(entry.request);
-        if (info == nullptr) {
-            continue;
-        }
-        ConvertRecord(*info, entry.in, log.order);
-        // The driver's answer is no part of a record as it is sent.
-        const std::uint32_t index = orxemu::journal::Load(entry.out, 0, 4, log.order);
-        ConvertRecord(*info, entry.out, log.order);
-        if (info->assigns) {
-            orxemu::journal::Store(entry.out, 0, 4, kOtherOrder, index);
-        }
-        if (!entry.fcb.empty()) {
-            ConvertFcb(entry.fcb, log.order);
-        }
-    }
-    log.order = kOtherOrder;
     return log;
 }
 

@@ -6,6 +6,7 @@
 #include "emu/journal/log_file.h"
 #include "emu/tool/replay_requests.h"
 #include "tests/emu/emu_test.h"
+#include "tests/orxemu_show/journal_kit.h"
 
 #include <map>
 #include <string>
@@ -14,6 +15,9 @@
 namespace replay_test {
 
 using namespace emu_test;
+using journal_kit::InOtherOrder;
+using journal_kit::kOtherOrder;
+using journal_kit::TextOf;
 using orxemu::journal::ByteOrder;
 using orxemu::journal::FaultMark;
 using orxemu::journal::Log;
@@ -21,9 +25,6 @@ using orxemu::journal::LogEntry;
 using orxemu::tool::ReplayCounts;
 using orxemu::tool::ReplayEnd;
 using orxemu::tool::ReplayRules;
-
-constexpr ByteOrder kOtherOrder =
-    orxemu::journal::kHostOrder == ByteOrder::Big ? ByteOrder::Little : ByteOrder::Big;
 
 // The name that logs of these tests go by in messages. Entry n stands in line n + 1.
 constexpr const char *kLogName = "a.json";
@@ -34,10 +35,7 @@ using Marks = std::map<std::size_t, FaultMark>;
 // What the stand-in's log holds, as a log file, and as a reader finds it there.
 std::string RecordedText(const Marks &marks = {});
 Log Recorded(const Marks &marks = {});
-std::string TextOf(const Log &log);
 Log Read(const std::string &text);
-// The same log as a machine of the other byte order had written it.
-Log Swapped(Log log);
 
 struct ReplayRun {
     ReplayEnd end = ReplayEnd::Done;

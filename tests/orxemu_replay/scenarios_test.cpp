@@ -14,7 +14,7 @@ TEST_P(ReplayScenariosTest, HardwareHoldsTheSameAgain) {
     ASSERT_GT(sent, 0u);
     const OrxEmuState recorded = *orxemu_state();
     const Log ownOrder = Read(RecordedText());
-    const Log otherOrder = Read(TextOf(Swapped(Recorded())));
+    const Log otherOrder = Read(TextOf(InOtherOrder(Recorded())));
     for (const Log *log : {&ownOrder, &otherOrder}) {
         orxemu_reset();
         const ReplayRun run = RunReplay(*log);

@@ -56,7 +56,8 @@ TEST_F(ReplayToolTest, ReplaysOnTheStandIn) {
 
 TEST_F(ReplayToolTest, LogOfTheOtherByteOrder) {
     SendSession();
-    const ChildResult run = Replay({Write("a.json", TextOf(Swapped(Recorded()))), "--state", Path("s.json")});
+    const ChildResult run =
+        Replay({Write("a.json", TextOf(InOtherOrder(Recorded()))), "--state", Path("s.json")});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(Contents("s.json"), SessionState());

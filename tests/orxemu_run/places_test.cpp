@@ -35,17 +35,6 @@ TEST_F(PlacesTest, LogAndStateThatWouldBecomeOneFile) {
     EXPECT_TRUE(fs::is_empty(Path("folder")));
 }
 
-TEST_F(PlacesTest, LogUnderTheNameOfTheStatesNewContents) {
-    const std::string pairs[][2] = {{Path("s.orxemu-new"), Path("s")},
-                                    {Path("folder/new.orxemu-new"), Path("link")}};
-    for (const auto &[log, state] : pairs) {
-        const Outcome outcome = RunSteps({"--log", log, "--state", state}, {"error=ran"});
-        EXPECT_EQ(outcome.status, 125) << log;
-        EXPECT_EQ(outcome.err, "orxemu: " + log + ": is what --state is written into first\n");
-        EXPECT_FALSE(fs::exists(log)) << log;
-    }
-}
-
 TEST_F(PlacesTest, LogAndStateThatAreOneFileByAnotherName) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {}).status, 0);
     fs::create_hard_link(Path("s.json"), Path("hard"));

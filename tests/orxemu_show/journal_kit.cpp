@@ -40,7 +40,7 @@ void ConvertAnswer(const RequestInfo &info, Bytes &record, ByteOrder from, ByteO
     const Bytes original = record;
     ConvertRecord(info, record, from);
     const std::size_t words = info.number == qir::kOrxGetFlowHits ? record.size() / 4
-                              : info.index != Assigned::None      ? 1
+                              : info.index != IndexKind::None     ? 1
                                                                   : 0;
     for (std::size_t i = 0; i < words; ++i) {
         Store(record, 4 * i, 4, to, Load(original, 4 * i, 4, from));
@@ -53,7 +53,7 @@ Log InOtherOrder(Log log) {
     const ByteOrder from = log.order;
     log.order = from == ByteOrder::Big ? ByteOrder::Little : ByteOrder::Big;
     for (LogEntry &entry : log.entries) {
-        if (const RequestInfo *info = FindRequestInfo(entry.request); info != nullptr && entry.recordRead) {
+        if (const RequestInfo *info = qir::FindRequest(entry.request); info != nullptr && entry.recordRead) {
             ConvertRecord(*info, entry.in, from);
             ConvertAnswer(*info, entry.out, from, log.order);
         }

@@ -10,7 +10,7 @@ using namespace journal_kit;
 using namespace orxemu::journal;
 
 std::string TextOfEntry(const LogEntry &entry, ByteOrder order) {
-    const RequestInfo *info = FindRequestInfo(entry.request);
+    const RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
         return "unknown request";
     }
@@ -107,7 +107,7 @@ TEST_F(OrxemuRequests, EveryKindHasALine) {
         EXPECT_EQ(TextOfEntry(other.entries.back(), other.order), c.text);
         seen.insert(log.entries.back().request);
     }
-    EXPECT_EQ(seen.size(), AllRequests().size()) << "a kind of request has no row here";
+    EXPECT_EQ(seen.size(), std::size(qir::kRequestTable)) << "a kind of request has no row here";
 }
 
 // Nothing that was not written is told as a number, and it is no difference.
@@ -130,7 +130,7 @@ TEST_F(OrxemuRequests, DestinationsOfForwardingThatWasNotSet) {
         for (std::size_t i = 0; i < std::size(texts); ++i) {
             const LogEntry &entry = either.entries[i + 1];
             EXPECT_EQ(TextOfEntry(entry, either.order), texts[i]);
-            const Json fields = DecodeRecord(*FindRequestInfo(entry.request), entry.in, either.order);
+            const Json fields = DecodeRecord(*qir::FindRequest(entry.request), entry.in, either.order);
             EXPECT_EQ(fields.dump().find("165"), std::string::npos) << fields;
             EXPECT_EQ(fields.dump().find("2779096485"), std::string::npos) << fields;
         }
