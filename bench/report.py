@@ -34,7 +34,7 @@ class Goal(typing.NamedTuple):
     binding: bool
 
 
-# What, its operation; against what, its operation; the goal, if there is one.
+# What is measured and its operation; what it is compared with and its operation; the goal, if there is one.
 COMPARISONS = [
     ("`QIR_Init_Sys`", "init_sys", "filling as many bytes as the context has", "fill_context",
      Goal(2, "nanoseconds", False)),
