@@ -1,5 +1,4 @@
 // orxemu replay: sends the requests of a log again, to the stand-in or to a device.
-#include "emu/hardware.h"
 #include "emu/journal/file_names.h"
 #include "emu/journal/state_file.h"
 #include "emu/tool/commands.h"
@@ -46,31 +45,9 @@ bool LoadLog(const std::string &path, journal::Log &log) {
     return true;
 }
 
-// What the hardware holds at first. There is no file before the first run, and that is power-on.
-bool LoadState(const std::string &path) {
+bool SaveState(const std::string &path, const OrxEmuState &state) {
     journal::Problem problem;
-    bool isThere = false;
-    if (!LookAtStatePlace(path, isThere, problem)) {
-        return Trouble(problem);
-    }
-    if (!isThere) {
-        return true;
-    }
-    JournalFile file;
-    if (!LoadJournal(path, file)) {
-        return false;
-    }
-    if (file.kind != journal::FileKind::State) {
-        return Trouble({path, 0, "is a log, and --state takes a state"});
-    }
-    TheHardware().state = *file.state;
-    return true;
-}
-
-bool SaveState(const std::string &path) {
-    journal::Problem problem;
-    return journal::WriteFileAtomically(path, journal::StateText(*orxemu_state()), problem) ||
-           Trouble(problem);
+    return journal::WriteFileAtomically(path, journal::StateText(state), problem) || Trouble(problem);
 }
 
 std::string Number(std::size_t count) {
@@ -105,11 +82,11 @@ int StatusOf(ReplayEnd end, const ReplayCounts &counts) {
     return counts.refused > 0 ? kStatusRefused : 0;
 }
 
-std::unique_ptr<ReplayTarget> TargetOf(const Options &options) {
+std::unique_ptr<ReplayTarget> TargetOf(const Options &options, Device &device) {
     if (!options.device.empty()) {
         return std::make_unique<DeviceTarget>(options.device);
     }
-    return std::make_unique<StandInTarget>();
+    return std::make_unique<StandInTarget>(device);
 }
 
 // False, with the reason on standard error, when the written log would take the place of what is read.
@@ -126,7 +103,13 @@ int RunReplay(const Options &options) {
         return kStatusTrouble;
     }
     journal::Log log;
-    if (!LoadLog(options.path, log) || (!options.statePath.empty() && !LoadState(options.statePath))) {
+    const auto device = std::make_unique<Device>(); // the stand-in, when it is the target
+    if (!LoadLog(options.path, log)) {
+        return kStatusTrouble;
+    }
+    journal::Problem problem;
+    if (!options.statePath.empty() && !LoadState(options.statePath, device->state, problem)) {
+        Trouble(problem);
         return kStatusTrouble;
     }
     journal::LogWriter writer;
@@ -134,7 +117,7 @@ int RunReplay(const Options &options) {
         Trouble(writer.problem());
         return kStatusTrouble;
     }
-    const std::unique_ptr<ReplayTarget> target = TargetOf(options);
+    const std::unique_ptr<ReplayTarget> target = TargetOf(options, *device);
     Replay replay(log, options.path, *target, writer, options.rules);
     const ReplayEnd end = replay.Run();
     int status = StatusOf(end, replay.Counts());
@@ -143,10 +126,10 @@ int RunReplay(const Options &options) {
         Trouble(writer.problem());
         status = kStatusTrouble;
     }
-    if (!options.statePath.empty() && !SaveState(options.statePath)) {
+    if (!options.statePath.empty() && !SaveState(options.statePath, device->state)) {
         status = kStatusTrouble;
     }
-    const std::string summary = options.summary ? SummaryText(*orxemu_state()) : "";
+    const std::string summary = options.summary ? SummaryText(device->state) : "";
     if (!WriteOutput(CountsText(replay.Counts(), target->Name()) + summary)) {
         status = kStatusTrouble;
     }

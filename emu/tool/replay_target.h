@@ -2,6 +2,7 @@
 #ifndef EMU_TOOL_REPLAY_TARGET_H
 #define EMU_TOOL_REPLAY_TARGET_H
 
+#include "emu/device/device.h"
 #include "emu/journal/words.h"
 
 #include <string>
@@ -23,8 +24,12 @@ class ReplayTarget {
 
 class StandInTarget : public ReplayTarget {
   public:
+    explicit StandInTarget(Device &device) : device_(device) {}
     Answer Send(int request, std::span<std::uint8_t> record) override;
     std::string Name() const override { return "the stand-in"; }
+
+  private:
+    Device &device_;
 };
 
 class DeviceTarget : public ReplayTarget {

@@ -2,6 +2,7 @@
 #include "emu/journal/file_names.h"
 #include "emu/journal/log_file.h"
 #include "emu/journal/state_file.h"
+#include "emu/server/server.h"
 #include "emu/tool/commands.h"
 #include "emu/tool/run_faults.h"
 #include "emu/tool/run_process.h"
@@ -12,9 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cstdio>
-#include <poll.h>
+#include <memory>
 
 namespace orxemu::tool {
 
@@ -56,260 +56,147 @@ class UsageFormatter : public CLI::Formatter {
     }
 };
 
-journal::LogEntry EntryOf(const SessionMessage &message) {
-    const OrxEmuRequest &request = message.request;
+journal::LogEntry EntryOf(const Request &request, const Answer &answer) {
+    OrxEmuRequest kept;
+    Record(request, answer, kept);
     journal::LogEntry entry;
-    entry.isOpen = message.head.kind == MessageKind::FailedOpen;
-    entry.request = request.request;
-    entry.err = request.err;
-    entry.fault = message.head.fault == FaultKind::None         ? journal::FaultMark::None
-                  : message.head.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
-                                                                : journal::FaultMark::Fail;
-    entry.recordRead = message.head.recordRead != 0;
+    entry.request = request.number;
+    entry.recordRead = request.record != nullptr;
     if (entry.recordRead) {
-        entry.in.assign(request.in, request.in + request.recordSize);
-        entry.out.assign(request.out, request.out + request.recordSize);
+        entry.in.assign(kept.in, kept.in + kept.recordSize);
+        entry.out.assign(kept.out, kept.out + kept.recordSize);
     }
-    entry.fcb.assign(request.fcb, request.fcb + request.fcbSize);
+    entry.fcb.assign(kept.fcb, kept.fcb + kept.fcbSize);
     return entry;
 }
 
-// One run: the session, the log that is written while the program runs, and the state that it leaves.
-class Run {
-  public:
-    explicit Run(const RunOptions &options) : options_(options) {}
+journal::LogEntry FailedOpen() {
+    journal::LogEntry entry;
+    entry.isOpen = true;
+    return entry;
+}
 
-    // The exit status. Throws RunTrouble when the program does not run.
-    int Do();
+// The log of a run, if it has one. The program does not wait for it: lines are written when it asks for
+// nothing.
+class RunLog {
+  public:
+    void Open(const RunOptions &options) {
+        if (journal::NameOneFile(options.log, options.state)) {
+            throw RunTrouble("--log and --state are the same file");
+        }
+        if (!writer_.Open(options.log, journal::kHostOrder)) {
+            throw RunTrouble(writer_.problem().Text());
+        }
+    }
+
+    void Add(journal::LogEntry entry, const Answer &answer) {
+        constexpr std::size_t kMost = 1024;
+        ++(entry.isOpen ? end_.failedOpens : end_.requests);
+        if (!writer_.IsOpen()) {
+            return;
+        }
+        entry.err = answer.err;
+        entry.fault = answer.fault == FaultKind::None         ? journal::FaultMark::None
+                      : answer.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
+                                                              : journal::FaultMark::Fail;
+        unwritten_.push_back(std::move(entry));
+        if (unwritten_.size() == kMost) {
+            Write();
+        }
+    }
+
+    void Write() {
+        for (const journal::LogEntry &entry : unwritten_) {
+            writer_.Write(entry);
+        }
+        unwritten_.clear();
+    }
+
+    // False, with the reason on standard error, when it could not be written.
+    bool Close(unsigned openDescriptors) {
+        Write();
+        end_.openDescriptors = static_cast<int>(openDescriptors);
+        if (!writer_.IsOpen() || writer_.Close(end_)) {
+            return true;
+        }
+        Complain(writer_.problem().Text());
+        return false;
+    }
 
   private:
-    void LoadState();
-    void OpenLog();
-    void Watch(Process &process);
-    // At most so many messages; false when none is left.
-    bool ReadMessages(int most);
-    // False when a process still was in the middle of a request.
-    bool ReadRest();
-    // Messages that are due and have not been read, at the end.
-    std::uint32_t Missing() const;
-    void WaitForMessages(int milliseconds);
-    // What is to be told at the end; each returns whether it could do what was asked for.
-    bool CheckRest(bool settled);
-    bool CloseLog();
-    bool SaveState();
-    bool CheckServed();
-    bool CheckJoined();
-    void TellOfFaultsLeft();
-
-    const RunOptions &options_;
-    Session session_;
-    journal::LogWriter log_;
+    journal::LogWriter writer_;
+    std::vector<journal::LogEntry> unwritten_;
     journal::LogEnd end_;
-    std::uint32_t due_ = 0; // messages, when the log ends
 };
 
-int Run::Do() {
-    session_.memory().hardware.faults = ParseFaults(options_.faults);
-    Program program(options_.program);
-    LoadState();
-    OpenLog();
-    Process process(program, session_);
-    Watch(process);
-    const bool settled = CheckRest(ReadRest());
-    if (options_.summary) {
-        std::fputs(SummaryText(session_.memory().hardware.state).c_str(), stderr);
+// False, with the reason on standard error, when nobody has used the stand-in or somebody could not.
+bool CheckJoined(const Server &server, const std::string &program) {
+    if (server.NumStrangers() != 0) {
+        Complain("a process found no device, because its stand-in is of another version than orxemu");
+        return false;
     }
-    const bool logClosed = CloseLog();
-    const bool stateSaved = SaveState();
-    const bool served = CheckServed();
-    const bool joined = CheckJoined();
-    TellOfFaultsLeft();
-    const int status = process.ExitStatus();
-    return status == 0 && !(settled && logClosed && stateSaved && served && joined) ? kStatusRunTrouble
-                                                                                    : status;
-}
-
-void Run::LoadState() {
-    if (options_.state.empty()) {
-        return;
-    }
-    journal::Problem problem;
-    bool isThere = false;
-    if (!LookAtStatePlace(options_.state, isThere, problem)) {
-        throw RunTrouble(problem.Text());
-    }
-    if (!isThere) {
-        return;
-    }
-    std::string text;
-    journal::ByteOrder writtenOrder = journal::kHostOrder;
-    if (!journal::ReadFile(options_.state, text, problem) ||
-        !journal::ReadState(text, options_.state, session_.memory().hardware.state, writtenOrder, problem)) {
-        throw RunTrouble(problem.Text());
-    }
-}
-
-void Run::OpenLog() {
-    if (options_.log.empty()) {
-        return;
-    }
-    if (journal::NameOneFile(options_.log, options_.state)) {
-        throw RunTrouble("--log and --state are the same file");
-    }
-    if (journal::LogIsInTheWay(options_.log, options_.state)) {
-        throw RunTrouble(options_.log + ": is what --state is written into first");
-    }
-    if (!log_.Open(options_.log, journal::kHostOrder)) {
-        throw RunTrouble(log_.problem().Text());
-    }
-}
-
-void Run::Watch(Process &process) {
-    constexpr int kAtATime = 256;
-    while (!process.hasEnded()) {
-        // A channel without senders would always be ready.
-        pollfd ready[] = {{process.descriptor(), POLLIN, 0},
-                          {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0}};
-        poll(ready, sizeof ready / sizeof *ready, -1);
-        process.HandleSignals();
-        ReadMessages(kAtATime);
-    }
-}
-
-bool Run::ReadMessages(int most) {
-    SessionMessage message;
-    for (int i = 0; i < most; ++i) {
-        if (!session_.Receive(message)) {
-            return false;
-        }
-        const bool isOpen = message.head.kind == MessageKind::FailedOpen;
-        ++(isOpen ? end_.failedOpens : end_.requests);
-        if (log_.IsOpen()) {
-            log_.Write(EntryOf(message));
-        }
+    if (server.NumJoined() == 0) {
+        Complain(program + " did not load the stand-in: it is linked statically or has more rights than its "
+                           "user");
+        return false;
     }
     return true;
 }
 
-// Processes that outlive the program may still send requests: the log ends, and the state is taken, between
-// two of them. One that was stopped in the middle of a request is not waited for without end.
-bool Run::ReadRest() {
-    constexpr std::chrono::seconds kPatience(10);
-    constexpr int kAtATime = 256;
-    constexpr int kMilliseconds = 10;
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    bool locked = session_.TryLock();
-    while (!locked && std::chrono::steady_clock::now() < end) {
-        if (!ReadMessages(kAtATime)) {
-            WaitForMessages(kMilliseconds);
-        }
-        locked = session_.TryLock();
-    }
-    // Others may go on sending all the time when it is not ours.
-    due_ = session_.memory().reports;
-    while (Missing() != 0 && ReadMessages(1)) {
-    }
-    // No message is due from a process that could not join; it may have told so behind the last one.
-    ReadMessages(kAtATime);
-    return locked;
-}
-
-std::uint32_t Run::Missing() const {
-    const auto received = static_cast<std::uint32_t>(end_.requests + end_.failedOpens);
-    const std::uint32_t missing = due_ - received;
-    // More than were due have come from a program that has made some up.
-    return missing <= INT32_MAX ? missing : 0;
-}
-
-void Run::WaitForMessages(int milliseconds) {
-    pollfd ready = {session_.hasSenders() ? session_.channel() : -1, POLLIN, 0};
-    poll(&ready, 1, milliseconds);
-}
-
-bool Run::CheckRest(bool settled) {
-    if (!settled) {
-        Complain("a process that outlives " + options_.program.words.front() +
-                 " stays in the middle of a request: what the hardware holds may not be whole");
-    }
-    return settled;
-}
-
-bool Run::CloseLog() {
-    if (!log_.IsOpen()) {
-        return true;
-    }
-    // Those of processes that died or stopped in the middle of a request are among them, and those that came
-    // to nothing without the lock.
-    end_.lost = Missing() + session_.memory().unserved;
-    end_.openDescriptors = static_cast<int>(session_.memory().openDescriptors);
-    const bool closed = log_.Close(end_);
-    if (!closed) {
-        Complain(log_.problem().Text());
-    }
-    if (end_.lost != 0) {
-        Complain(options_.log + ": " + std::to_string(end_.lost) +
-                 (end_.lost == 1 ? " request is missing" : " requests are missing") +
-                 ": a process had closed the descriptors of the stand-in or ended in the "
-                 "middle of a request, or orxemu could not read them in time");
-    }
-    return closed && end_.lost == 0;
-}
-
-bool Run::SaveState() {
-    journal::Problem problem;
-    if (options_.state.empty() ||
-        journal::WriteFileAtomically(options_.state, journal::StateText(session_.memory().hardware.state),
-                                     problem)) {
-        return true;
-    }
-    Complain(problem.Text());
-    return false;
-}
-
-bool Run::CheckServed() {
-    const bool served = session_.memory().unserved == 0;
-    if (!served) {
-        Complain("a process had closed the descriptors of the stand-in: the device was refused to it with " +
-                 journal::ErrnoName(kUnserved));
-    }
-    const int err = session_.joinErr();
-    if (err != 0) {
-        Complain(SystemTrouble(
-                     "a process found no device, because it could not reach what the session shares", err)
-                     .what());
-    }
-    return served && err == 0;
-}
-
-bool Run::CheckJoined() {
-    const bool joined = session_.memory().joined != 0;
-    if (!joined) {
-        Complain(
-            options_.program.words.front() +
-            " did not load the stand-in: it is linked statically or has more rights than its user, or the "
-            "library is of another version");
-    }
-    return joined;
-}
-
 // The program did not fail on what it has not met.
-void Run::TellOfFaultsLeft() {
-    const std::uint32_t left = session_.memory().hardware.faults.num;
-    if (left != 0) {
-        Complain(std::to_string(left) + (left == 1 ? " fault was" : " faults were") +
+void TellOfFaultsLeft(const FaultList &faults) {
+    if (faults.num != 0) {
+        Complain(std::to_string(faults.num) + (faults.num == 1 ? " fault was" : " faults were") +
                  " not met: there were not so many requests or openings");
     }
 }
 
+// The exit status. Throws RunTrouble when the program does not run.
+int Run(const RunOptions &options) {
+    if (options.program.words.empty()) {
+        throw RunTrouble("the program is missing: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...");
+    }
+    const auto device = std::make_unique<Device>();
+    device->faults = ParseFaults(options.faults);
+    RunLog log;
+    Server server(
+        *device,
+        {[&](const Request &request, const Answer &answer) { log.Add(EntryOf(request, answer), answer); },
+         [&](const Answer &answer) { log.Add(FailedOpen(), answer); }, [&] { log.Write(); }});
+    const Program program = FindProgram(options.program, server.Variable());
+    journal::Problem problem;
+    if (!options.state.empty() && !LoadState(options.state, device->state, problem)) {
+        throw RunTrouble(problem.Text());
+    }
+    if (!options.log.empty()) {
+        log.Open(options);
+    }
+    Process process(program);
+    while (!process.hasEnded()) {
+        server.ServeUntil(process.descriptor());
+        process.HandleSignals();
+    }
+    server.Finish();
+    if (options.summary) {
+        std::fputs(SummaryText(device->state).c_str(), stderr);
+    }
+    bool isDone = log.Close(server.NumLeftOpen());
+    if (!options.state.empty() &&
+        !journal::WriteFileAtomically(options.state, journal::StateText(device->state), problem)) {
+        Complain(problem.Text());
+        isDone = false;
+    }
+    isDone = CheckJoined(server, program.name) && isDone;
+    TellOfFaultsLeft(device->faults);
+    return process.ExitStatus() == 0 && !isDone ? kStatusRunTrouble : process.ExitStatus();
+}
+
 int RunAndExplain(const RunOptions &options) {
     try {
-        if (options.program.words.empty()) {
-            throw RunTrouble("the program is missing: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...");
-        }
-        return Run(options).Do();
+        return Run(options);
     } catch (const RunTrouble &trouble) {
         Complain(trouble.what());
-        return trouble.status();
+        return trouble.status;
     } catch (const std::exception &error) { // the file system's, say, or no memory
         Complain(error.what());
         return kStatusRunTrouble;

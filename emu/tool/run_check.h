@@ -3,17 +3,15 @@
 #ifndef EMU_TOOL_RUN_CHECK_H
 #define EMU_TOOL_RUN_CHECK_H
 
-#include "emu/tool/run_elf.h"
-
-#include <string>
+#include <filesystem>
 
 namespace orxemu::tool {
 
-// Throws RunTrouble (126) about a program that the library cannot be loaded into, or that the emulator cannot
-// run. Of a script the program that runs it is looked at. What is no program at all is left to the system to
-// refuse. One that only starts others (`isLauncher`) may do without the library.
-void CheckProgram(const std::string &file, const std::filesystem::path &library, const ElfKind &libraryKind,
-                  bool emulated, bool isLauncher);
+// Throws RunTrouble about a library that is none or is not of this tool's byte order (125), and about a program
+// that cannot load it or that the emulator cannot run (126). A program that only starts others (`isLauncher`)
+// may be linked statically. Of a script nothing is known but its rights.
+void CheckProgram(const std::string &file, const std::filesystem::path &library, bool emulated,
+                  bool isLauncher);
 
 } // namespace orxemu::tool
 

@@ -2,7 +2,7 @@
 #ifndef EMU_TOOL_RUN_FAULTS_H
 #define EMU_TOOL_RUN_FAULTS_H
 
-#include "emu/faults.h"
+#include "emu/device/faults.h"
 
 #include <string>
 #include <vector>

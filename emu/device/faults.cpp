@@ -1,8 +1,6 @@
-#include "emu/faults.h"
+#include "emu/device/faults.h"
 
-#include "emu/hardware.h"
-#include "emu/session.h"
-
+#include <algorithm>
 #include <cstdlib>
 
 namespace orxemu {
@@ -25,12 +23,8 @@ template <class Concerns> Fault Take(FaultList &list, Concerns concerns) {
     return due;
 }
 
-void Arm(FaultKind kind, int request, unsigned nth, int err) {
-    const HardwareLock lock;
-    if (!lock.isHeld()) {
-        return;
-    }
-    ArmFault(TheHardware().faults, kind, request, nth, err);
+bool IsOpenFault(const Fault &fault) {
+    return fault.kind == FaultKind::FailOpen;
 }
 
 } // namespace
@@ -45,8 +39,12 @@ void ArmFault(FaultList &list, FaultKind kind, int request, unsigned nth, int er
     list.faults[list.num++] = {kind, request, nth, err};
 }
 
-int TakeOpenFault(FaultList &list) {
-    return Take(list, [](const Fault &fault) { return fault.kind == FaultKind::FailOpen; }).err;
+bool HasOpenFaults(const FaultList &list) {
+    return std::any_of(list.faults, list.faults + list.num, IsOpenFault);
+}
+
+Fault TakeOpenFault(FaultList &list) {
+    return Take(list, IsOpenFault);
 }
 
 Fault TakeRequestFault(FaultList &list, int request) {
@@ -56,15 +54,3 @@ Fault TakeRequestFault(FaultList &list, int request) {
 }
 
 } // namespace orxemu
-
-void orxemu_failOpen(unsigned nth, int err) {
-    orxemu::Arm(orxemu::FaultKind::FailOpen, 0, nth, err);
-}
-
-void orxemu_failRequest(int request, unsigned nth, int err) {
-    orxemu::Arm(orxemu::FaultKind::FailRequest, request, nth, err);
-}
-
-void orxemu_loseAnswer(int request, unsigned nth, int err) {
-    orxemu::Arm(orxemu::FaultKind::LoseAnswer, request, nth, err);
-}

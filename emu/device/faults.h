@@ -1,6 +1,6 @@
-// Faults that tests arm. Every call that a fault is about counts it down; it fires once.
-#ifndef EMU_FAULTS_H
-#define EMU_FAULTS_H
+// Faults that tests and the tool arm. Every call that a fault is about counts it down; it fires once.
+#ifndef EMU_DEVICE_FAULTS_H
+#define EMU_DEVICE_FAULTS_H
 
 #include "emu/orxemu.h"
 
@@ -24,9 +24,11 @@ struct FaultList {
 // Does nothing when `nth` is 0; ends the program when the list is full.
 void ArmFault(FaultList &list, FaultKind kind, int request, unsigned nth, int err);
 
-// Errno of the fault that this opening meets, or 0.
-int TakeOpenFault(FaultList &list);
-// The fault that this request meets, or one of kind None.
+// Whether an opening is to fail.
+bool HasOpenFaults(const FaultList &list);
+
+// The fault that this opening or request meets, or one of kind None.
+Fault TakeOpenFault(FaultList &list);
 Fault TakeRequestFault(FaultList &list, int request);
 
 } // namespace orxemu
