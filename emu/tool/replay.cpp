@@ -46,7 +46,7 @@ bool LoadLog(const std::string &path, journal::Log &log) {
     return true;
 }
 
-// What the hardware holds at first. There is no file before the first run, and that is power-on.
+// What the hardware holds at first. A file that is not there is the power-on state.
 bool LoadState(const std::string &path) {
     journal::Problem problem;
     bool isThere = false;
@@ -112,7 +112,7 @@ std::unique_ptr<ReplayTarget> TargetOf(const Options &options) {
     return std::make_unique<StandInTarget>();
 }
 
-// False, with the reason on standard error, when the written log would take the place of what is read.
+// False, with the reason on standard error, when --log would overwrite a file that this command reads.
 bool LogHasItsOwnFile(const Options &options) {
     if (options.logPath.empty() || (!journal::NameOneFile(options.logPath, options.path) &&
                                     !journal::NameOneFile(options.logPath, options.statePath))) {
