@@ -377,4 +377,14 @@ TEST_F(OrxemuDiffLogs, TheMostAlikeOfAChangedNeighbourhoodGoTogether) {
               Lines({"+ 3 activate-flow", "~ 3 4 activate-flow: fcb.forwarding.flowPrio [0] [9]"}));
 }
 
+TEST(OrxemuLeaves, AListOfNamesIsOneValue) {
+    for (const char *name : {"aclMask", "ovrd", "fwdAction", "tables"}) {
+        Json object;
+        object[name] = Json::array({"A", "B"});
+        Leaves leaves;
+        AddMeaning("", object, leaves);
+        EXPECT_EQ(leaves, (Leaves{{name, "A B"}})) << name;
+    }
+}
+
 } // namespace
