@@ -1,7 +1,6 @@
 // A flow's FCB: its own fields, and the requests on the lists of its headers.
 //
-// The lists are walked with the greatest distrust: a journal may have been written by a program that had
-// overwritten its own memory.
+// The lists may be damaged in any way: the program that wrote the journal may have overwritten its own memory.
 #include "emu/journal/fcb_requests.h"
 #include "emu/journal/layouts.h"
 #include "qirapi/driver/driver_records.h"
@@ -33,8 +32,8 @@ std::string Text(const char *before, unsigned node, const char *behind) {
     return before + std::to_string(node) + behind;
 }
 
-// Walks request lists. Lists of a sound FCB share no nodes, so that a walk that comes to a node again has
-// found damage, in this list or in an earlier one.
+// Walks request lists. The lists of a sound FCB share no nodes: a node that is met again is damage, in this
+// list or in an earlier one.
 class Walker {
   public:
     Walker(ByteView fcb, ByteOrder order) : fcb_(fcb), order_(order) { seen_.set(kFreeListHead); }

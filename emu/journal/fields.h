@@ -32,8 +32,8 @@ constexpr bool AreBitsOf(Names names, std::uint32_t all) {
     return all == 0;
 }
 
-// When a field is set: always, never, as a word of the same record says, or each element for itself once its
-// bytes are no longer the fill pattern.
+// When a field is set: always, never, depending on a word of the same record, or element by element, as soon
+// as the element's bytes are no longer the fill pattern.
 struct When {
     enum class Is : std::uint8_t { Always, Never, Equal, NotEqual, WithBit, Written };
     Is is = Is::Always;
@@ -56,8 +56,8 @@ enum class Show : std::uint8_t {
 
 struct Layout;
 
-// `count` elements of `width` bytes. A field without a name is converted and not shown: the other side's
-// bookkeeping.
+// `count` elements of `width` bytes. A field without a name is the library's bookkeeping: it is converted, but
+// not shown.
 struct Field {
     const char *name;
     std::size_t offset;

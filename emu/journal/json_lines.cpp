@@ -9,9 +9,9 @@ namespace orxemu::journal {
 
 namespace {
 
-// What the deepest line of a journal has, and some more.
+// More than the deepest line of a journal needs.
 constexpr int kMaxDepth = 16;
-// Of a value in a message.
+// Characters of a value that a message shows.
 constexpr std::size_t kMaxShown = 60;
 
 // 2: every line ends with its checksum.
@@ -58,7 +58,7 @@ bool IsTooDeep(std::string_view line) {
     return false;
 }
 
-// Notices names that an object has twice: a parser keeps one of them, and an editor may show the other.
+// Finds names that an object has twice: the parser keeps one of the two, and an editor may show the other.
 class Keys {
   public:
     void See(Json::parse_event_t event, const Json &parsed) {

@@ -1,4 +1,4 @@
-// Files of JSON lines: taking them apart, and comparing what a line says with what it has to say.
+// Reads files of JSON lines, and compares what a line says with what it has to say.
 #ifndef EMU_JOURNAL_JSON_LINES_H
 #define EMU_JOURNAL_JSON_LINES_H
 
@@ -22,8 +22,8 @@ class JsonLines {
 
     // The next line's object, without its checksum. False at the end of the file. Throws Error.
     bool Next(Json &object);
-    // Throws Error when the line that Next delivered last is not the one that was written, by its checksum.
-    // To be called when its contents have been checked: they say better what is wrong.
+    // Throws Error when the checksum of the line that Next delivered last is wrong. Call it after the line's
+    // contents have been checked: they say better what is wrong.
     void MustBeIntact() const;
     // Number of the line that Next delivered last, from 1.
     std::size_t line() const { return line_; }
@@ -38,8 +38,8 @@ class JsonLines {
 // The object of one line. Throws Error.
 Json ParseObject(std::string_view line);
 
-// Throws Error at the first difference of `found` from `expected`, whatever the order of the members;
-// `source` is where the expected form comes from: "the raw bytes say".
+// Throws Error at the first difference between `found` and `expected`; the order of members does not count.
+// `source` introduces the expected value in the message: "the raw bytes say".
 void MustBe(const Json &found, const Json &expected, const std::string &source, const std::string &path = {});
 
 // A member; each throws Error when it is missing or of another type.
@@ -50,7 +50,7 @@ std::int64_t NumberMember(const Json &object, const char *name, std::int64_t min
 // Hexadecimal digits of `size` bytes.
 Bytes HexMember(const Json &object, const char *name, std::size_t size);
 
-// Reads the first line: what the file is and the byte order of its records. Throws Error.
+// Reads the first line, which has to name this format, and returns the byte order of the records. Throws Error.
 ByteOrder ReadHead(JsonLines &lines, const char *format);
 std::string HeadLine(const char *format, ByteOrder order);
 // One line, with its checksum and its end. The object has members.

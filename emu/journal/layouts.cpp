@@ -429,11 +429,13 @@ constexpr Layout kNotSetFwdInfoLayout = {kFwdInfoFields<kWritten>};
 constexpr Layout kFcbLayout = {kFcbFields};
 
 const Layout &RequestLayout(qir::OrxRequest number) {
-    return *std::ranges::find(kRequests, number, &RequestRow::number)->layout;
+    const RequestRow *row = std::ranges::find(kRequests, number, &RequestRow::number);
+    return *row->layout;
 }
 
 const Layout &TableLayout(IndexKind kind) {
-    return *TableRow(kTables, kind).layout;
+    const TableLayoutRow &row = TableRow(kTables, kind);
+    return *row.layout;
 }
 
 } // namespace orxemu::journal

@@ -9,20 +9,20 @@
 //   {"end":{"requests":2,"failedOpens":1,"openDescriptors":0},"crc":"..."}         and "lost", when lines are
 //                                                                                  missing
 //
-// Lines are counted by `n`, from 1, without a gap. The raw bytes are what was sent; the fields are their
-// decoded form. A reader decodes the raw bytes again and refuses a line whose fields say something else, so
-// that an edited line is never sent to a driver. Bytes that the driver wrote are in "answer" and, as the
-// record came back, in "rawOut" when they differ from "raw": the index of an activation and the counters of
-// get-flow-hits, and only when the hardware took the request. An unknown request number has no name, no
-// fields and no raw bytes. "fault" is "fail" (the hardware did nothing) or "answer-lost" (it did; then the
-// bytes of the request are there).
+// `n` counts the lines from 1, without a gap. "raw" are the bytes that were sent, "fields" what they say. A
+// reader decodes the raw bytes again and refuses a line whose fields say something else, so that no edited
+// line ever reaches a driver.
+//
+// "answer" says what the driver wrote: the index of an activation, the counters of get-flow-hits. "rawOut" is
+// the record as it came back, when the driver changed it. Both need a request that the hardware took. An
+// unknown request number has no name, no fields and no raw bytes. "fault" is "fail" when the hardware did
+// nothing, and "answer-lost" when it did it and the caller was told an error.
 //
 // "crc" is the last member of every line, without blanks around it: the CRC-32 (emu/journal/checksum.h) of
-// the bytes of the line in front of `,"crc":`, the brace at the beginning included, in eight lower-case
-// hexadecimal digits. Behind it stand the closing brace and the line end. It finds the edits that no member
-// contradicts. It is looked at last: a line is refused for a member that is missing or says something else
-// first, because that names what has been edited. Other blanks and the order of the other members do not
-// count for a line that is signed as it is.
+// the line from its first brace up to, and without, `,"crc":`, in eight lower-case hexadecimal digits. The
+// closing brace and the line end follow. It finds the edits that no member contradicts. The reader checks it
+// last, because a member that is missing or wrong tells more. Further blanks and another order of the other
+// members are accepted when the checksum fits them.
 #ifndef EMU_JOURNAL_LOG_FILE_H
 #define EMU_JOURNAL_LOG_FILE_H
 
@@ -40,7 +40,7 @@ struct LogEntry {
     bool isOpen = false;  // an opening that failed; then only `err` counts
     int request = 0;
     int err = 0; // errno of the answer on this machine, 0 when it was accepted
-    // The errno is a number without a name on the machine that wrote it, whatever has that number here.
+    // The machine that wrote the log had no name for this errno. Here the number may mean another error.
     bool errIsUnnamed = false;
     FaultMark fault = FaultMark::None;
     bool recordRead = false; // the record could be read from the caller's memory
@@ -48,7 +48,7 @@ struct LogEntry {
     Bytes fcb;     // empty when none was copied
 };
 
-// The hardware has done it, whatever the caller was told.
+// Whether the hardware did it, whatever the caller was told.
 bool WasTaken(const LogEntry &entry);
 
 struct LogEnd {
@@ -78,8 +78,8 @@ struct Problem {
 std::string ErrnoName(int err);
 // Of an answer that has one.
 std::string ErrnoName(const LogEntry &entry);
-// Takes names and numbers above 0; 0 when it is neither. A name that only other machines have is the nearest
-// of this one's.
+// Takes names and numbers above 0; returns 0 for anything else. A name that only other machines have becomes
+// the nearest one of this machine.
 int ErrnoOf(std::string_view text);
 
 // Each is one line, with its line end. `n` counts from 1.
@@ -110,13 +110,12 @@ class LogWriter {
     Problem problem_;
 };
 
-// Reads a whole log. False, with `problem` set, at the first line that does not check out: no JSON, a member
-// missing, unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that are
-// not the decoded raw bytes, an answer that no driver gives, a checksum that is not the line's, anything
-// behind the last line, a last line that is missing, counts something else or says that others are missing.
-// `log` has the good entries in front of it.
+// Reads a whole log. False, with `problem` set, at the first bad line: no JSON, a member that is missing,
+// unknown or of a wrong type, a number out of order, raw bytes of a wrong length, fields that the raw bytes do
+// not say, an answer that no driver gives, a wrong checksum, anything behind the last line, a last line that
+// is missing, has wrong counts or says that requests are lost. `log` then has the good entries in front of it.
 //
-// A line with an unknown request number is good: the number may be from a later version of the driver.
+// An unknown request number is no error: a later version of the driver may know it.
 bool ReadLog(std::string_view text, const std::string &fileName, Log &log, Problem &problem);
 
 // A file's whole contents; false, with `problem` set, when it cannot be read.

@@ -1,7 +1,6 @@
-// A line is read in three steps: first what counts (request number, raw bytes, answer), then everything else
-// is written anew from that and has to be what the line says, and at last the line has to have its checksum.
-// So every member is checked, and none is trusted; and a member that says something else is named, which a
-// checksum could not do.
+// The reader takes each line in three steps. It reads what counts: request number, raw bytes, answer. From
+// that it writes the whole line anew and compares it with what stands there. Last it checks the checksum. So
+// no member is trusted, and the message names the one that is wrong, which a checksum could not do.
 #include "emu/journal/json_lines.h"
 #include "emu/journal/log_lines.h"
 #include "qirapi/driver/driver_records.h"
@@ -74,7 +73,7 @@ void FcbMustBeCopied(const LogEntry &entry, ByteOrder order) {
     }
 }
 
-// What differs behind the driver has to be what a driver writes.
+// Where the record came back changed, the driver must have written.
 void OutMustBeAnswered(const RequestInfo &info, const LogEntry &entry) {
     if (entry.in == entry.out) {
         return;
@@ -98,7 +97,7 @@ void AnswerMustNotBeLost(const LogEntry &entry, const char *where) {
     }
 }
 
-// The line as it has to be. An errno counts by its name, which may be one of another machine.
+// The line as it has to be. The errno is taken as it stands: the name may be one of another machine.
 Json Expected(const Json &line, const LogEntry &entry, std::size_t n, ByteOrder order) {
     Json expected = LogEntryJson(entry, n, order);
     if (entry.err != 0) {

@@ -1,4 +1,4 @@
-// Small parts that lines for people are put together from.
+// The parts that lines for people are made of.
 #ifndef EMU_JOURNAL_PHRASES_H
 #define EMU_JOURNAL_PHRASES_H
 
@@ -32,9 +32,9 @@ const Json &Element(const Json &list, std::size_t index);
 // A member that is a number; 0 when it is none.
 std::uint32_t Number(const Json &object, std::string_view name);
 
-// A value without regard to its field: text as it is, lists with blanks between their elements.
+// A value whose field does not matter: text as it is, lists with blanks between their elements.
 std::string PlainText(const Json &value);
-// "0x" and at least `digits` digits; what is no number as it is.
+// "0x" and at least `digits` digits; PlainText of what is no number.
 std::string HexText(const Json &value, unsigned digits);
 
 // Ports, as masks count them. Ports 0 to 6 are the user ports.
@@ -45,7 +45,7 @@ constexpr bool Has(std::uint32_t mask, unsigned bit) {
     return (mask >> bit & 1u) != 0;
 }
 
-// "uni0", "gpon", "host"; "port 9" for one that there is not.
+// "uni0", "gpon", "host"; "port 9" for one that does not exist.
 std::string PortName(unsigned port);
 std::string PortName(const Json &port);
 // "uni0 gpon host", or "no port".

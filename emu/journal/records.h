@@ -1,8 +1,8 @@
 // What a request, a table record or an FCB says: its fields by name, from bytes of either byte order.
 //
-// The layouts stand here as tables of fields, a row per field. One table serves three uses: decoding for
-// people, comparison by meaning, and conversion to the other byte order. A field that the interface leaves
-// unset in this record (and what is output on the way in) is the text "unset" and is not decoded.
+// Each record has a table of its fields (layouts.cpp). It serves three uses: decoding for people, comparison
+// by meaning, and conversion to the other byte order. A field that the interface leaves unset in a record, or
+// that only the driver writes, is the text "unset" and is not decoded.
 //
 // The decoded form is ordered JSON: objects keep the order of the record's fields and have their names.
 // Numbers are numbers; types and statuses that have names are their names ("e_STATUS_ACTIVE"), a value
@@ -78,26 +78,27 @@ constexpr bool IsTable(IndexKind kind) {
 Json DecodeTable(IndexKind kind, ByteView record, ByteOrder order);
 // 16 bytes of a rate limiter's configuration.
 Json DecodeRlCfg(ByteView cfg, ByteOrder order);
-// 68 bytes that come alone, in an update. They do not say whether they were set as a whole; when they were,
-// there is a source port. Without one, what still has the fill pattern is "unset", as in an FCB.
+// The 68 bytes of an update. They do not say whether they were set as a whole, but then there is a source
+// port. Without one, what still has the fill pattern is "unset", as in an FCB.
 Json DecodeFwdInfo(ByteView fwdInfo, ByteOrder order);
 
 // 1884 bytes. {"status", "flowHdl", "hwFlowIdx", "section", "tables": [] or ["ep","pac"], "asOverride",
 // "epTblHdl", "pbitsSource", "pacTblHdl", "filter": {"totalTags", "headers": [...]}, "action": {"totalTags",
-// "pushedTags", "poppedTags", "headers": [...]}, "fwdInfoSet": 1, "forwarding": {...}}. Forwarding
-// information that was not set as a whole (fwdInfoSet is not 1) is there too, because the driver gets it:
-// what has been written of it has its value, and what still has the fill pattern is "unset", in a list each
-// element for itself. A header is {"header":
+// "pushedTags", "poppedTags", "headers": [...]}, "fwdInfoSet": 1, "forwarding": {...}}.
+//
+// Forwarding information that was not set as a whole (fwdInfoSet is not 1) is there too, because the driver
+// gets it: what still has the fill pattern is "unset", in lists element by element. A header is {"header":
 // "eth"|"vlan0"|"vlan1"|"vlan2"|"vlan3"|"pppoe"|"mpls"|"ipv4"|"tcp"|"udp", "requests": [{"type":
-// "e_VLAN_FILT_VID", "cmpOp": "e_CMP_EQ", "val": 200}, ...]} in the order of the request list; TCP and UDP
-// appear behind "ipv4" when their list has requests (they have no list at all when the pool of nodes ran out
-// before it was their turn). "val" of a MAC filter is {"addr", "mask"}, of an IP address {"addr",
-// "prefixLen"}, of a MAC action "00:11:22:33:44:55", else a number; actions without a value have none. "val2"
-// is there with e_CMP_IN_RANGE only. A request of an unknown type has its number and "raw", the value's
-// bytes, instead of "val". Handles and pbitsSource are "unset" while their table is not associated; tags and
-// pbits of tag 2 and 3 lie on other entries by design and have no request list of their own. A list that is
-// damaged (an index outside the pool, a circle that does not close) ends where the damage is and is followed
-// by {"damaged": "<what>"}: never a crash, never an endless walk.
+// "e_VLAN_FILT_VID", "cmpOp": "e_CMP_EQ", "val": 200}, ...]}, in the order of the request list. TCP and UDP
+// follow "ipv4" when their lists have requests; they have no list when the pool of nodes ran out before.
+//
+// "val" of a MAC filter is {"addr", "mask"}, of an IP address {"addr", "prefixLen"}, of a MAC action
+// "00:11:22:33:44:55", else a number; actions without a value have none. "val2" comes with e_CMP_IN_RANGE
+// only. A request of an unknown type has its number and "raw", the value's bytes, instead of "val". Handles
+// and pbitsSource are "unset" while their table is not associated. Tags 2 and 3 have no list.
+//
+// A damaged list (an index outside the pool, a circle that does not close) ends where the damage is, with
+// {"damaged": "<what>"}: never a crash, never an endless walk.
 Json DecodeFcb(ByteView fcb, ByteOrder order);
 // Whether its forwarding information was set as a whole.
 bool IsFwdInfoSet(ByteView fcb, ByteOrder order);

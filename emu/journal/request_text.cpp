@@ -178,7 +178,8 @@ static_assert(HasRowPerTable(kTableTexts));
 } // namespace
 
 std::string TableText(IndexKind kind, const Json &table) {
-    return TableRow(kTableTexts, kind).text(table);
+    const TableTextRow &row = TableRow(kTableTexts, kind);
+    return row.text(table);
 }
 
 std::string RlText(const Json &cfg) {

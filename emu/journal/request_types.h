@@ -1,9 +1,7 @@
-// The types of filters and actions: a row per type. What its value is made of, and the words that people
-// read.
+// The types of filters and actions, a row for each: what its value is made of, and the words that people read.
 //
-// "@" in a phrase is where the tag is named: nothing for the outer one, "inner " for the inner one. No two
-// rows of a block have the same phrase, and none is the beginning of another behind a value, so that
-// a rule can be read in one way only.
+// "@" in a phrase stands for the tag: nothing for the outer one, "inner " for the inner one. No two filters
+// and no two actions share a phrase, so that a rule has one reading only.
 #ifndef EMU_JOURNAL_REQUEST_TYPES_H
 #define EMU_JOURNAL_REQUEST_TYPES_H
 
@@ -15,7 +13,7 @@
 
 namespace orxemu::journal {
 
-// What a type's value is made of. It stands at the beginning of the record's value area.
+// What a type's value is made of. The value stands at the beginning of the record's value area.
 enum class ValueForm : std::uint8_t { None, U8, U16, U32, Mac, MacMask, IpPrefix };
 
 // How people read the value.

@@ -14,13 +14,12 @@ constexpr unsigned kUsualSection = 1;
 
 // ---- Forwarding ---------------------------------------------------------------------------------------
 
-// A flow that forwarding information was not set for may have destinations without a queue.
+// When forwarding information was not set as a whole, a destination may have no queue.
 std::string QueueText(const Json &queue) {
     return queue.is_number() ? "q" + PlainText(queue) : "queue unset";
 }
 
-// Destinations in the order of their ports, each with its queue; one queue text closes all destinations that
-// share it.
+// Destinations in the order of their ports. Neighbours that share a queue are followed by it once.
 class Destinations {
   public:
     void Add(std::string name, const Json &queue) {
@@ -111,7 +110,7 @@ std::string DestinationPorts(const Json &dst) {
     return text.Text();
 }
 
-// Words behind the destination. Overriding the address table is what flows usually do: its absence is named.
+// Words behind the destination. Flows usually override the address table, so that only "no-override" is said.
 std::string ForwardingFlags(const Json &flags) {
     Phrase text;
     bool drop = false;

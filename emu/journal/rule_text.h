@@ -9,15 +9,14 @@
 
 namespace orxemu::journal {
 
-// A decoded FCB as a rule: "in uni0 vlan 200 ip → set vid 1200 → gpon gem 3 q7". What it is matched on, what
-// is rewritten, where it goes; a part that is empty is left out with its arrow, a flow that nothing has been
-// said about the forwarding of ends in "→ nowhere". Behind the destination stands what is not as usual:
-// forwarding flags other than the override of the address table, "forwarding-not-set" when there is a
-// destination though forwarding information was not set as a whole, priority, tables, address-screening
-// override, section.
+// A decoded FCB as a rule: "in uni0 vlan 200 ip → set vid 1200 → gpon gem 3 q7". What the flow matches, what
+// it rewrites, where it forwards to. An empty part is left out together with its arrow; a flow whose
+// forwarding nobody has set ends in "→ nowhere". What is unusual follows the destination: forwarding flags
+// other than the override of the address table, "forwarding-not-set" when there is a destination although
+// forwarding information was not set as a whole, priority, tables, address-screening override, section.
 std::string RuleText(const Json &fcb);
 
-// Stands behind the destination of forwarding information that was not set as a whole.
+// Follows the destination of forwarding information that was not set as a whole.
 constexpr std::string_view kForwardingNotSet = "forwarding-not-set";
 
 // Source and destination of decoded forwarding information: "uni0" and "gpon gem 3 q7".

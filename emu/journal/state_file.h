@@ -10,8 +10,8 @@
 //   {"rl":0,"index":3,"fields":{...},"raw":"...","crc":"..."}                        limiters that are active
 //   {"end":{"objects":17},"crc":"..."}
 //
-// As in logs the raw bytes count, a reader refuses fields that say something else, and the checksum of a line
-// is looked at last. Settings, rates and forwarding that the hardware would refuse are refused too.
+// As in logs the raw bytes count: a reader refuses fields that say something else, and checks the checksum of
+// a line last. It also refuses settings, rates and forwarding that the hardware would refuse.
 #ifndef EMU_JOURNAL_STATE_FILE_H
 #define EMU_JOURNAL_STATE_FILE_H
 
@@ -32,8 +32,8 @@ std::string StateText(const OrxEmuState &state);
 bool ReadState(std::string_view text, const std::string &fileName, OrxEmuState &state,
                ByteOrder &writtenOrder, Problem &problem);
 
-// Writes the whole file beside `path` and renames it, so that `path` has the old or the new contents at every
-// moment. False, with `problem` set, when it could not; then `path` is as it was and nothing is left beside.
+// Writes the whole file beside `path` and renames it: at every moment `path` has the old or the new contents.
+// False, with `problem` set, on failure; then `path` is as it was, and nothing is left beside it.
 bool WriteFileAtomically(const std::string &path, std::string_view text, Problem &problem);
 
 } // namespace orxemu::journal

@@ -1,5 +1,5 @@
-// As in logs: what counts is read, the line is written anew from it and has to be the same, and its checksum
-// is looked at last. Records are decoded in the byte order of the file and converted at last.
+// Lines are read as in log_reader.cpp. Records are compared in the byte order of the file and converted after
+// that.
 #include "emu/journal/json_lines.h"
 #include "emu/journal/log_lines.h"
 #include "emu/journal/state_lines.h"

@@ -20,8 +20,8 @@ struct Snake {
     Signed a0, b0, a1, b1;
 };
 
-// Shortest ways through the edit graph of two sequences, found from both ends at a time, so that no history
-// has to be kept: the middle is known, and the halves are solved in turn.
+// Shortest ways through the edit graph of two sequences. The search runs from both ends at once and yields the
+// middle of the way; the two halves are solved in turn, so that no history is kept.
 class Aligner {
   public:
     Aligner(Sequence a, Sequence b) : a_(a), b_(b), forward_(Reach()), backward_(Reach()) {}

@@ -11,15 +11,15 @@ namespace orxemu::tool {
 
 namespace {
 
-// Between two common requests the most alike are looked for when there are no more pairs than this to look
-// at; else those of a kind go together in their order.
+// The changed requests between two common ones are paired by likeness, unless that would take more than this
+// number of comparisons. Then requests of a kind are paired in their order.
 constexpr std::size_t kMaxLookedAt = 250'000;
 // Being of one kind counts more than any likeness of contents.
 constexpr double kSameKind = 1;
 
 constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
 
-// Numbers for texts: the same for the same text.
+// Gives each text a number; equal texts have equal numbers.
 class Numbers {
   public:
     std::size_t Of(const std::string &text) {
@@ -69,7 +69,7 @@ double Share(const std::vector<std::size_t> &a, const std::vector<std::size_t> &
     return most == 0 ? 1 : static_cast<double>(common) / static_cast<double>(most);
 }
 
-// What two sides have in common, by either way of matching.
+// Pairs what belongs together: one function for logs, one for states.
 using Matcher = Pairs (*)(const Coded &a, const Coded &b);
 
 // The changed requests between two common ones: [a0, a1) and [b0, b1).
@@ -111,7 +111,7 @@ Pairs MatchSequences(const Coded &a, const Coded &b) {
 
 using Positions = std::vector<std::size_t>;
 
-// Takes what is equal out of both sides, in order.
+// Pairs what is equal, in order, and takes it out of both sides.
 void MatchEqual(const Coded &a, const Coded &b, Positions &inA, Positions &inB, Pairs &pairs) {
     std::multimap<std::size_t, std::size_t> byWhole;
     for (const std::size_t j : inB) {

@@ -21,9 +21,9 @@ struct Difference {
 };
 using Differences = std::vector<Difference>;
 
-// Requests are compared in their order, objects by what they are. What belongs together decides what the
-// references of both sides refer to: in the texts a request or an object of `b` goes by its name in `a`, or
-// has a "+" in front when it is in `b` only. The differences point into `a` and `b`.
+// Requests are compared in their order, objects by what they are. In the texts a reference names a request or
+// an object of `b` as its partner in `a` is called, or with a "+" in front when it has no partner. The
+// differences point into `a` and `b`.
 Differences CompareLogs(Meanings &a, Meanings &b);
 Differences CompareStates(Meanings &a, Meanings &b);
 

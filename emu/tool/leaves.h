@@ -20,9 +20,9 @@ using Leaves = std::vector<Leaf>;
 // Every field of a decoded object, unset ones and all indexes included; a list of numbers is one leaf.
 Leaves AllFields(const std::string &path, const journal::Json &decoded);
 
-// Adds the fields that have a meaning beyond one run of a program: nothing that is unset, no index that the
-// driver assigned, no address, no handle. Elements of lists are leaves of their own. The filters of a header
-// all have to match: their order does not count. That of actions does.
+// Adds the fields that mean something beyond one run of a program: nothing that is unset, no index that the
+// driver assigned, no address, no handle. Elements of lists are leaves of their own. Filters are sorted,
+// because all of them have to match; actions keep their order.
 void AddMeaning(const std::string &path, const journal::Json &decoded, Leaves &leaves);
 
 } // namespace orxemu::tool

@@ -117,7 +117,7 @@ class StateRows {
             AddFields(AllFields("", decoded), columns_);
         }
     }
-    // Settings are for their names; those that are 0 are not worth a line.
+    // A setting that is 0 has no line.
     void AddSetting(const std::string &name, const std::string &text) {
         columns_.AddRow({{name, Colour::Bold}, {text}});
     }

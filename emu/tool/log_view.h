@@ -8,8 +8,8 @@
 
 namespace orxemu::tool {
 
-// A line per request and per opening that failed: number, name, contents, answer. With `verbose` every field
-// stands below. The last line sums up a log that is complete.
+// A line per request and per opening that failed: number, name, contents, answer; with `verbose` every field
+// below it. A complete log ends with a line that sums it up.
 Columns LogView(const journal::Log &log, bool verbose);
 
 // A line per setting that is not 0 and per object that is active, and one that counts them.

@@ -32,7 +32,7 @@ constexpr const char *kFooter = "Examples:\n"
                                 "\n"
                                 "orxemu COMMAND --help says what a command can do.";
 
-// The words in front of the "--" of `run`; everything behind it is the program's.
+// The words in front of the "--" of `run`; those behind it belong to the program.
 std::span<char *> OwnWords(std::span<char *> words) {
     if (words.size() < 2 || std::string_view(words[1]) != "run") {
         return words;
@@ -42,8 +42,8 @@ std::span<char *> OwnWords(std::span<char *> words) {
     return words.first(static_cast<std::size_t>(mark - words.begin()));
 }
 
-// The words as the parser takes them: the last one first, and "--log=" as what it means, for it would take
-// the next word for the value.
+// The words as the parser takes them: the last one first, and "--log=" with an empty value, for which it would
+// take the next word.
 std::vector<std::string> ParserWords(std::span<char *> words) {
     std::vector<std::string> parsed;
     for (const std::string_view word : words.subspan(words.empty() ? 0 : 1)) {
@@ -58,7 +58,7 @@ std::vector<std::string> ParserWords(std::span<char *> words) {
     return parsed;
 }
 
-// An empty value is a shell variable that is not set, and would pass for an option that is not given.
+// An empty value comes from a shell variable that is not set, and would pass for an option that is not given.
 void RefuseEmptyValues(CLI::App &app) {
     const CLI::Validator notEmpty(
         // cppcheck-suppress constParameter ; a validator may change the value
@@ -73,14 +73,14 @@ void RefuseEmptyValues(CLI::App &app) {
     }
 }
 
-// A standard stream that the caller has closed keeps its number free for what the tool opens next: a log, that
-// the messages then went into. Its number is taken, in a way that it cannot be used, as it was before; the
-// program that is run finds it closed.
+// When the caller has closed a standard stream, the next file that the tool opens would get its number, and
+// messages would go into a log. /dev/null takes the number, opened so that using it fails as before. The
+// program that is run finds the stream closed.
 void TakeMissingStreams() {
     constexpr int kUseless[] = {O_WRONLY, O_RDONLY, O_RDONLY};
     for (int fd = 0; fd < static_cast<int>(std::size(kUseless)); ++fd) {
         if (fcntl(fd, F_GETFD) < 0) {
-            // The lowest that is free.
+            // It gets the lowest number that is free, this one.
             open("/dev/null", kUseless[fd] | O_CLOEXEC);
         }
     }
@@ -94,7 +94,7 @@ void TakeTheFileSizeLimitForAnError() {
     }
 }
 
-// Text for a user that is not an error goes to standard output as it is.
+// Help and the version are no errors: they go to standard output as they are.
 int Explain(const CLI::App &app, const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) {
         return app.exit(error);

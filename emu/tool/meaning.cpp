@@ -28,7 +28,7 @@ std::optional<std::uint32_t> NumberIn(const Json &object, const char *name) {
 
 constexpr std::uint32_t kNoTable = 0xFFFFFFFF;
 
-// Which request each index of the driver came from, at the place of the log that has been read so far.
+// Which request assigned each index of the driver, as far as the log has been read.
 class IndexOwners {
   public:
     void Assign(IndexKind kind, std::uint32_t index, std::size_t request) {
@@ -39,8 +39,8 @@ class IndexOwners {
             found->second.released = true;
         }
     }
-    // Adds the leaf for an index that a request carries. Nobody in this log owns an index that was assigned
-    // before it began: that is the number itself.
+    // Adds the leaf for an index that a request carries. An index that was assigned before the log began has
+    // no owner here and is shown as its number.
     void AddReference(Meaning &meaning, const std::string &path, IndexKind kind, std::uint32_t index) const {
         const auto found = owners_.find({kind, index});
         if (found == owners_.end()) {
@@ -232,7 +232,7 @@ Meanings MeaningOf(const journal::Log &log) {
         meanings.push_back(reader.Read(entry, meanings.size()));
         meanings.back().name = std::to_string(meanings.size());
     }
-    // Requests and openings have been counted above: of the end only the open descriptors are news.
+    // The requests and openings are compared one by one: the end adds only the open descriptors.
     Meaning end = {"end", "end", "", "", {}, {}};
     end.leaves.push_back({"openDescriptors", std::to_string(log.end.openDescriptors)});
     meanings.push_back(std::move(end));

@@ -1,9 +1,9 @@
 // What requests and objects of the hardware mean, in a form that can be compared: leaves of text by path.
 //
-// Left out is what may differ between two runs that do the same: unset fields, addresses of FCBs, handles,
-// and indexes that the driver assigned. An index that refers to something is replaced by what it refers to:
-// the activation it came from, or the object. The filters of a header all have to match, so that their order
-// does not count; that of actions does.
+// Two runs that do the same may differ in unset fields, addresses of FCBs, handles and the indexes that the
+// driver assigned: these are left out. An index that refers to something is replaced by what it refers to, the
+// activation it came from or the object. The order of filters does not count, because all of them have to
+// match; that of actions does.
 #ifndef EMU_TOOL_MEANING_H
 #define EMU_TOOL_MEANING_H
 
@@ -27,7 +27,7 @@ struct Reference {
 struct Meaning {
     std::string kind;  // what can be compared with it: "activate-flow", "flow", "port uni0"
     std::string name;  // what people call it: "3" for a request by its number, "flow 0"
-    std::string title; // of a request its kind; of an object nothing, as its name says it
+    std::string title; // of a request its kind; empty for an object, whose name says it
     std::string text;  // contents in a line
     Leaves leaves;     // the references among them are empty until NameReferences has run
     std::vector<Reference> references;

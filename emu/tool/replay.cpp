@@ -89,7 +89,7 @@ std::unique_ptr<ReplayTarget> TargetOf(const Options &options, Device &device) {
     return std::make_unique<StandInTarget>(device);
 }
 
-// False, with the reason on standard error, when the written log would take the place of what is read.
+// False, with the reason on standard error, when --log would overwrite a file that this command reads.
 bool LogHasItsOwnFile(const Options &options) {
     if (options.logPath.empty() || (!journal::NameOneFile(options.logPath, options.path) &&
                                     !journal::NameOneFile(options.logPath, options.statePath))) {

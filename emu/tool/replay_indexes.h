@@ -22,18 +22,18 @@ class IndexMap {
         std::uint32_t number = 0;
     };
 
-    // What a request has to carry for a recorded index. One that the log never saw assigned is of something
-    // that the hardware held before, and is its own number.
+    // What a request has to carry for a recorded index. An index that the log never saw assigned names
+    // something that the hardware held before, and keeps its number.
     Lookup Find(std::uint32_t recorded) const;
     // The number of a recorded index whose object is active; nothing for any other.
     std::optional<std::uint32_t> Active(std::uint32_t recorded) const;
 
-    // The driver assigned `number`; the recording has no index for it when the request was refused then.
+    // The driver assigned `number`. When the request was refused in the recording, there is no recorded index.
     void Assign(std::optional<std::uint32_t> recorded, std::uint32_t number);
     // The recorded index has no object in this replay.
     void Miss(std::uint32_t recorded);
-    // The object of a recorded index is gone. Where its number was is remembered, so that a request for the
-    // released object is not sent for another one.
+    // The object of a recorded index is gone. Its number is remembered, so that no request for the released
+    // object reaches another object that got the number since.
     void Release(std::uint32_t recorded);
 
   private:

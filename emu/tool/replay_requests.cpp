@@ -47,7 +47,7 @@ ReplayEnd Replay::Run() {
     return trouble_ ? ReplayEnd::Trouble : ReplayEnd::Stopped;
 }
 
-// Whether the replay goes on; so do the functions that end the work on a request.
+// Returns whether the replay goes on, as do the functions that end the work on a request.
 bool Replay::One(const journal::LogEntry &entry, std::size_t n) {
     const journal::RequestInfo *info = qir::FindRequest(entry.request);
     if (info == nullptr) {
@@ -111,7 +111,8 @@ bool Replay::SendTranslated(Request &request) {
     return true;
 }
 
-// What a device writes elsewhere in a record is no answer, and a log with it could not be read.
+// A device that writes elsewhere in the record is reported, and only its answer is kept: a log with the rest
+// could not be read.
 void Replay::KeepTheAnswer(const Request &request, Bytes &answered, const Answer &answer) const {
     const bool accepted = answer.opened && answer.err == 0;
     const auto [offset, size] = accepted ? request.info.answer : qir::kNoAnswer;
@@ -162,7 +163,7 @@ Replay::Obstacle Replay::TranslateIndexes(Request &request) {
     if (request.info.index != IndexKind::None && !request.info.assigns()) {
         TranslateIndex(request, qir::kIndexOffset, request.info.index, obstacle);
     }
-    // EP tables have no requests that could bring an index.
+    // No request activates an EP table, so that epTblIdx has nothing to be replaced by.
     constexpr std::size_t kPacWord = offsetof(qir::FlowRecord, pacTblIdx);
     if (request.info.copiesFcb &&
         WordAt(request.record, kPacWord) != static_cast<std::uint32_t>(qir::kNoTable)) {
@@ -186,14 +187,14 @@ void Replay::TranslateIndex(Request &request, std::size_t offset, IndexKind kind
                         : object + std::to_string(number) + " is now another one of this log";
 }
 
-// The library's own note of the index, which the driver keeps with the rest. Most of the time it is of no
-// object, and then it stays as it is.
+// The library's own note of the index, which the driver keeps with the rest. It stays as it is when it names
+// no active object, which is usual.
 // cppcheck-suppress constParameter ; its bytes are written to, through the span
 void Replay::TranslateNotes(Request &request) {
     std::span<std::uint8_t> bytes = request.fcb;
     std::size_t offset = offsetof(qir::Fcb, hwFlowIdx);
     if (journal::IsTable(request.info.index)) {
-        // In the same place in all kinds of table.
+        // All kinds of table have it in the same place.
         bytes = request.record;
         offset = offsetof(qir::AsTblRecord, tbl) + offsetof(qir::AsTblInfo, hwTblIdx);
     } else if (!request.info.copiesFcb) {
@@ -205,8 +206,8 @@ void Replay::TranslateNotes(Request &request) {
     }
 }
 
-// An active flow's FCB stays where it is. The place is new for a flow that is being activated, and for one
-// that the hardware held before.
+// The FCB of an active flow stays where it is. A flow that is being activated, or that the hardware held
+// before the replay, gets a new place.
 LowFcb &Replay::PlaceFcb(Request &request, std::optional<LowFcb> &newPlace) {
     const auto known =
         request.info.assigns() ? fcbs_.end() : fcbs_.find(WordAt(request.record, qir::kIndexOffset));
@@ -237,7 +238,7 @@ void Replay::NoteAccepted(const Request &request, const Bytes &answered, std::op
     }
 }
 
-// An activation that was not accepted brings no index: what names the recorded one cannot be sent.
+// An activation that was not accepted has no index now: requests that name the recorded one cannot be sent.
 void Replay::NoteNotAccepted(const Request &request) {
     if (request.info.assigns() && journal::WasTaken(request.entry) && request.entry.recordRead) {
         indexes_.Of(request.info.index)

@@ -1,8 +1,7 @@
 // The requests of a log, sent again.
 //
-// Sent are the requests that the hardware took when they were recorded. What the driver assigns now may
-// differ from what it assigned then, so every index in a request is replaced; each FCB gets a place of its
-// own.
+// A replay sends the requests that the hardware took when they were recorded. The driver may assign other
+// indexes than it did then, so that every index in a request is replaced; each FCB gets a place of its own.
 #ifndef EMU_TOOL_REPLAY_REQUESTS_H
 #define EMU_TOOL_REPLAY_REQUESTS_H
 
@@ -21,7 +20,7 @@ struct ReplayRules {
 struct ReplayCounts {
     std::size_t accepted = 0;
     std::size_t skipped = 0;
-    std::size_t skippedRefused = 0; // of the skipped ones, those that were refused when they were recorded
+    std::size_t skippedRefused = 0; // skipped because they were refused when they were recorded
     std::size_t refused = 0;
     std::size_t refusedAsRecorded = 0;
     std::size_t notSent = 0; // behind the request that the replay stopped at
@@ -33,7 +32,7 @@ enum class ReplayEnd {
     Trouble  // the device could not be opened, or there was no place for an FCB
 };
 
-// Tells on standard error what does not go as it was recorded, and writes what it sends to `writer` when that
+// Says on standard error what does not go as it was recorded, and writes what it sends to `writer` when that
 // is open.
 class Replay {
   public:
@@ -64,7 +63,7 @@ class Replay {
     bool Fail(const Request &request, const std::string &what);
     void Tell(const journal::LogEntry &entry, const std::string &text) const;
 
-    // What keeps a recorded index from being replaced, in words.
+    // Why a recorded index cannot be replaced.
     struct Obstacle {
         IndexMap::Found found = IndexMap::Found::Yes;
         std::string what;

@@ -10,11 +10,11 @@ bool LookAtStatePlace(const std::string &path, bool &isThere, journal::Problem &
     std::error_code err;
     const fs::file_type type = fs::status(path, err).type();
     isThere = type != fs::file_type::not_found;
-    // What cannot be looked at cannot be opened either, and that is said then.
+    // What cannot be looked at cannot be opened either, and opening it says why.
     if (type == fs::file_type::regular || type == fs::file_type::none) {
         return true;
     }
-    // A pipe would be waited for, and none of the others can be replaced by a file.
+    // Opening a pipe would wait; a folder or a device cannot be replaced by a file.
     if (isThere) {
         problem = {path, 0, "is no regular file"};
         return false;

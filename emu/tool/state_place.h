@@ -1,4 +1,4 @@
-// Where a command is told to keep a state.
+// The file that a command line names for a state.
 #ifndef EMU_TOOL_STATE_PLACE_H
 #define EMU_TOOL_STATE_PLACE_H
 
@@ -8,8 +8,8 @@
 
 namespace orxemu::tool {
 
-// False, with `problem` set, where no state can be kept: that is said before anything runs, and not when it
-// has. `isThere`: there is a file, which has to be a state.
+// False, with `problem` set, when no state can be written there: the user hears of it before anything runs.
+// `isThere`: there is a file, which has to be a state.
 bool LookAtStatePlace(const std::string &path, bool &isThere, journal::Problem &problem);
 
 // What the hardware holds at first. A file that is not there is the power-on state, and `state` stays as it is.

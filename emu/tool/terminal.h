@@ -10,8 +10,8 @@
 
 namespace orxemu::tool {
 
-// Columns that UTF-8 text takes up. Every code point counts as one: the tool writes no wide ones, and names
-// of files do not stand in columns. Bytes that are no UTF-8 count one each.
+// The columns that UTF-8 text takes up. Every code point counts as one: the tool writes no wide ones, and puts
+// no file names into columns. Bytes that are no UTF-8 count one each.
 std::size_t DisplayWidth(std::string_view text);
 
 enum class Colour { Plain, Bold, Dim, Red, Green, Yellow };
@@ -23,14 +23,13 @@ struct ColourChoice {
 // Colours are for a terminal, and for users who have not turned them off with the flag or with NO_COLOR (any
 // value but an empty one).
 bool UseColours(const ColourChoice &choice);
-// For tests: the same rule, with what it asks for given.
+// The same rule for tests, which say what the terminal and NO_COLOR are.
 bool UseColours(const ColourChoice &choice, bool isTerminal, const char *noColor);
 
 // Text in a colour; as it is when `colours` is off or it is empty.
 std::string Paint(std::string_view text, Colour colour, bool colours);
 
-// Text without control characters, which a file from elsewhere could send to the terminal: each is shown as
-// "\x1b".
+// Text in which control characters are shown ("\x1b"), so that no file can send them to the terminal.
 std::string Printable(std::string_view text);
 
 struct Cell {
@@ -57,8 +56,8 @@ class Columns {
     std::vector<Line> lines_;
 };
 
-// Writes all of it to standard output. A reader that has gone (a closed pipe) is no failure: the rest is not
-// written. False, with a message on standard error, when it cannot be written otherwise.
+// Writes the text to standard output. When the reader has gone (a closed pipe), the rest is dropped, which is
+// no failure. False, with a message on standard error, when it cannot be written for another reason.
 bool WriteOutput(std::string_view text);
 
 // "orxemu: MESSAGE" on standard error.

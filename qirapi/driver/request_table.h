@@ -1,5 +1,5 @@
-// What is to be known of each driver request, a row per request, in the order of the numbers. Whoever takes
-// requests from the wire reads it: the stand-in, its logs, the tool. The library itself does not.
+// The driver's requests: a row for each, in the order of their numbers. The stand-in, the journal and the tool
+// read this table; the library, which only sends requests, does not.
 #ifndef QIRAPI_DRIVER_REQUEST_TABLE_H
 #define QIRAPI_DRIVER_REQUEST_TABLE_H
 
@@ -95,13 +95,13 @@ constexpr const RequestInfo *FindRequest(std::string_view name) {
 
 // ---- The table is complete and in order
 
-// Whether OrxRequest has a name for this number. The compiler spells such a number by its name, "kOrxActivateFlow",
-// and any other as a cast, "(qir::OrxRequest)18".
+// Whether OrxRequest has a name for this number. The compiler spells such a number by its name
+// ("kOrxActivateFlow") and any other as a cast ("(qir::OrxRequest)18").
 template <OrxRequest number> constexpr bool IsNamed() {
     return std::string_view(__PRETTY_FUNCTION__).find("= (") == std::string_view::npos;
 }
 
-// Whether the named ones among these numbers are the table's rows, one after the other.
+// Whether those of these numbers that have a name are the rows of the table, one after the other.
 template <int... number> constexpr bool AreTheRows(std::integer_sequence<int, number...> /*unused*/) {
     const RequestInfo *row = kRequestTable;
     const RequestInfo *const end = std::end(kRequestTable);

@@ -1,9 +1,11 @@
 // Every wrapper: its request, what becomes of it when the driver accepts, refuses, cannot be reached or
 // answers too late, and what changes in the shadow.
+#include "qirapi/driver/request_table.h"
 #include "tests/driver/driver_test.h"
 
 #include <cerrno>
 #include <fcntl.h>
+#include <set>
 
 namespace driver_test {
 namespace {
@@ -13,7 +15,6 @@ class Wrappers : public DriverTest {
     // Runs `check` for each wrapper, each on a library and a driver of its own.
     static void ForEach(const std::function<void(const Wrapper &)> &check) {
         const std::size_t count = AllWrappers().size();
-        ASSERT_EQ(count, 18u) << "sixteen requests, port configuration three times";
         for (std::size_t i = 0; i < count; ++i) {
             Prepare();
             const Wrapper wrapper = AllWrappers()[i];
@@ -41,12 +42,15 @@ class Wrappers : public DriverTest {
 };
 
 TEST_F(Wrappers, CoverEveryRequestOfTheDriver) {
-    std::vector<int> requests;
+    std::set<int> requests;
     for (const Wrapper &wrapper : AllWrappers()) {
-        requests.push_back(wrapper.request);
+        requests.insert(wrapper.request);
     }
-    EXPECT_EQ(requests,
-              (std::vector<int>{17, 19, 19, 19, 21, 22, 23, 24, 27, 28, 29, 30, 38, 43, 39, 40, 41, 42}));
+    std::set<int> known;
+    for (const qir::RequestInfo &info : qir::kRequestTable) {
+        known.insert(info.number);
+    }
+    EXPECT_EQ(requests, known);
 }
 
 TEST_F(Wrappers, SendTheirRequestWithTheseBytes) {

@@ -377,4 +377,24 @@ TEST_F(OrxemuDiffLogs, TheMostAlikeOfAChangedNeighbourhoodGoTogether) {
               Lines({"+ 3 activate-flow", "~ 3 4 activate-flow: fcb.forwarding.flowPrio [0] [9]"}));
 }
 
+TEST(OrxemuLeaves, HandlesMeanNothing) {
+    for (const char *name : {"hdl", "flowHdl", "epTblHdl", "pacTblHdl"}) {
+        Json object;
+        object[name] = 3;
+        Leaves leaves;
+        AddMeaning("", object, leaves);
+        EXPECT_EQ(leaves, Leaves()) << name;
+    }
+}
+
+TEST(OrxemuLeaves, AListOfNamesIsOneValue) {
+    for (const char *name : {"aclMask", "ovrd", "fwdAction", "tables"}) {
+        Json object;
+        object[name] = Json::array({"A", "B"});
+        Leaves leaves;
+        AddMeaning("", object, leaves);
+        EXPECT_EQ(leaves, (Leaves{{name, "A B"}})) << name;
+    }
+}
+
 } // namespace

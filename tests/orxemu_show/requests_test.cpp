@@ -153,7 +153,10 @@ TEST_F(OrxemuRequests, RowsThatSayTheSameStandTogether) {
 
 TEST(OrxemuFields, FramesAndMasksAreHexadecimal) {
     EXPECT_EQ(FieldText("portMask", 8), "0x8");
+    EXPECT_EQ(FieldText("srcPortMask", 0x101), "0x101");
     EXPECT_EQ(FieldText("gemPortIdxMask", 0x80000000), "0x80000000");
+    EXPECT_EQ(FieldText("hwTblIdx", 0xA5A5A5A5), "0xa5a5a5a5");
+    EXPECT_EQ(FieldText("fcbAddr", 0x8049F40), "0x08049f40");
     EXPECT_EQ(FieldText("ethType", 0x800), "0x0800");
     EXPECT_EQ(FieldText("tpid", Json::array({0x8100, 0})), "0x8100 0x0000");
     EXPECT_EQ(FieldText("e_VLAN_FILT_TPID", 0x8100), "0x8100");

@@ -37,10 +37,12 @@ options_of() {
     "${orxemu[@]}" "$1" --help | grep -oE '^  (-[a-z],)?--[a-z-]+' | grep -oE '\-\-[a-z-]+' | sort -u
 }
 
-expect "--help --version diff replay run show" orxemu ""
+mapfile -t commands < <("${orxemu[@]}" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+[ "${#commands[@]}" -gt 0 ] || complain "no commands in the help"
+expect "$(printf '%s\n' --help --version "${commands[@]}" | sort | paste -sd' ')" orxemu ""
 expect "replay run" orxemu r
 expect "replay" orxemu rep
-for command in run show diff replay; do
+for command in "${commands[@]}"; do
     options=$(options_of "$command" | tr '\n' ' ')
     [ -n "$options" ] || complain "no options in the help of $command"
     [ "$command" != run ] || options="-- $options"
