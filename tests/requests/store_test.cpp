@@ -1,6 +1,5 @@
 // Storing: the request node, the pool, and what a half allocated header and an exhausted pool leave behind.
-#include "qirapi/private/actions.h"
-#include "qirapi/private/filters.h"
+#include "qirapi/private/fcb.h"
 #include "tests/requests/request_kit.h"
 
 namespace test {
@@ -39,7 +38,10 @@ TEST_F(Store, ExhaustedPoolBlocksTheType) {
             Restore(m);
             fcb_->filterBlk.totalTags = 1;
             DrainPool(fcb_);
-            EXPECT_EQ(QuietConfig(m, Good(m, type)), 12u);
+            const Outcome first = Run([&] { return Config(m, Good(m, type)); });
+            EXPECT_EQ(first.code, 12u);
+            EXPECT_EQ(first.lines, Code("Alloc_ReqNode", 12) + CaptureMasked([&] { qir::Dump_FCB(fcb_); }) +
+                                       RetVal(m.Fn("QIR_Config_"), 12));
             EXPECT_EQ(m.Entry(fcb_)->curBmap, 1u << type);
             const u32 again = m.isFilter ? 21 : 12;
             EXPECT_EQ(QuietConfig(m, Good(m, type)), m.IsRepeatable(type) ? again : m.Excluded());
