@@ -15,6 +15,24 @@ namespace {
 
 using Startup = test::LibraryTest;
 
+// Before main() nothing has called the library.
+struct AtProcessStart {
+    bool contextIsZero;
+    bool pointerIsSet = qirCtxt_gp == &qirCtxt_g;
+
+    AtProcessStart() {
+        const auto *bytes = reinterpret_cast<const unsigned char *>(&qirCtxt_g);
+        contextIsZero = std::all_of(bytes, bytes + sizeof qirCtxt_g, [](unsigned char b) { return b == 0; });
+    }
+};
+
+const AtProcessStart atProcessStart;
+
+TEST(ContextAtProcessStart, IsZeroAndReachableThroughItsPointer) {
+    EXPECT_TRUE(atProcessStart.contextIsZero);
+    EXPECT_TRUE(atProcessStart.pointerIsSet);
+}
+
 constexpr unsigned char kTrace = 0x3C;
 
 void FillContext() {
