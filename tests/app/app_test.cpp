@@ -102,7 +102,7 @@ void ExpectFlowRequest(std::size_t n, const FlowImage &flow, std::optional<uint3
     record.Ignore(0, 4).Put32(4, 1884).Put32(8, static_cast<uint32_t>(address));
     record.Put32(12, hwPacTblIdx.value_or(0xFFFFFFFF)).Put32(16, 0xFFFFFFFF);
     EXPECT_EQ(record.DifferenceFrom(request->in), "") << "record of request " << n;
-    ASSERT_EQ(request->fcbSize, kFcbBytes);
+    ASSERT_EQ(request->fcbSize, sizeof(qir::Fcb));
     EXPECT_EQ(flow.Bytes().DifferenceFrom(request->fcb), "") << "block copied by request " << n;
 
     EXPECT_EQ(flow.Active(hwFlowIdx).Bytes().DifferenceFrom(&qirCtxt_gp->fcbPool[flow.Flow()]), "")

@@ -245,19 +245,5 @@ TEST(GetCmdArgs, StopsAtTheFirstReaderThatFails) {
 
 // ---- Help ----------------------------------------------------------------------------------------------
 
-TEST(PrintHelp, ListsTests6And7AsWell) {
-    EXPECT_EQ(test::Capture(printHelp),
-              "Usage:\n"
-              "   orxtest -t 0: Run All Tests below\n"
-              "   orxtest -t 1: US/DS, Untagged, Non-IP\n"
-              "   orxtest -t 2: US/DS, Untagged, PPPoE\n"
-              "   orxtest -t 3: US/DS, Tagged, per-VID AS, Xlate VID, GEM-to-PBITS\n"
-              "   orxtest -t 4: US, Untagged, IP, Push Tag, DSCP-to-PBITS, GEM-to-PBITS\n"
-              "   orxtest -t 5: DS, Tagged, IPTV Multicast, Pop Tag\n"
-              "   orxtest -t 6: DS, Tagged, IPTV Multicast, Pop Tag\n"
-              "   orxtest -t 7: DS, Tagged, IPTV Multicast, Pop Tag\n"
-              "\n");
-}
-
 } // namespace
 } // namespace app_test

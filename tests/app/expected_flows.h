@@ -18,17 +18,17 @@ constexpr uint32_t kAsNotInUse = 1; // override
 
 FlowImage UntaggedNonIp(unsigned flow, const Fwd &fwd);
 FlowImage UsUntaggedIp(unsigned flow, const Fwd &fwd, uint32_t asOverride, std::optional<uint32_t> pacTblHdl,
-                       unsigned vid);
-FlowImage UsPppoe(unsigned flow, const Fwd &fwd, uint32_t asOverride, unsigned vid);
+                       uint16_t vid);
+FlowImage UsPppoe(unsigned flow, const Fwd &fwd, uint32_t asOverride, uint16_t vid);
 FlowImage DsPppoe(unsigned flow, const Fwd &fwd);
 FlowImage UsVlanTrans(unsigned flow, const Fwd &fwd, uint32_t asOverride, std::optional<uint32_t> pacTblHdl,
-                      unsigned cVid, unsigned nwVid);
-FlowImage DsVlanTrans(unsigned flow, const Fwd &fwd, unsigned cVid, unsigned nwVid);
+                      uint16_t cVid, uint16_t nwVid);
+FlowImage DsVlanTrans(unsigned flow, const Fwd &fwd, uint16_t cVid, uint16_t nwVid);
 FlowImage DsDoubleVlanTrans(unsigned flow, const Fwd &fwd);
-FlowImage DsIpTvAnySource(unsigned flow, const Fwd &fwd, unsigned vid);
-FlowImage DsIpTvOneSource(unsigned flow, const Fwd &fwd, unsigned vid);
+FlowImage DsIpTvAnySource(unsigned flow, const Fwd &fwd, uint16_t vid);
+FlowImage DsIpTvOneSource(unsigned flow, const Fwd &fwd, uint16_t vid);
 FlowImage DsIpTvAnyTagAnySource(unsigned flow, const Fwd &fwd);
-FlowImage DsIpTvUnknownType(unsigned flow, const Fwd &fwd, unsigned vid);
+FlowImage DsIpTvUnknownType(unsigned flow, const Fwd &fwd, uint16_t vid);
 FlowImage DsMultiVlanTrans(unsigned flow, const Fwd &fwd);
 
 } // namespace app_test

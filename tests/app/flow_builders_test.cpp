@@ -14,18 +14,6 @@ namespace {
 constexpr Fwd kFwd{.prio = 4, .srcPorts = 0x80, .srcGems = 0x3, .dstPorts = 0x1};
 constexpr unsigned kActive = e_STATUS_ACTIVE;
 
-FwdInfo Given(const Fwd &fwd) {
-    FwdInfo info{};
-    info.flowPrio = fwd.prio;
-    info.src.portMask = fwd.srcPorts;
-    info.src.gemPortIdxMask = fwd.srcGems;
-    info.dst.portMask = fwd.dstPorts;
-    info.dst.gemPortIdxMask = fwd.dstGems;
-    info.dst.gemQid[fwd.gemWithQueue] = static_cast<uint8_t>(fwd.queue);
-    info.fwdAction = e_FWD_ACTION_ARL_OVRD;
-    return info;
-}
-
 using Build = std::function<void(const FwdInfo *, FlowHdl *)>;
 
 class FlowBuilders : public AppTest {
@@ -38,7 +26,7 @@ class FlowBuilders : public AppTest {
 
     // Builds the next flow and compares what the driver got of it.
     std::string Builds(const Build &build, const FlowImage &flow) {
-        const FwdInfo fwd = Given(kFwd);
+        const FwdInfo fwd = kFwd.Record();
         FlowHdl hdl = UnsetFlow();
         const std::size_t n = orxemu_numRequests();
         std::string out = test::CaptureMasked([&] { build(&fwd, &hdl); });
@@ -133,7 +121,7 @@ TEST_F(FlowBuilders, MakeTheirCallsInOrderWhateverTheResults) {
          [](auto fwd_p, auto flow_p) { app::App_ConfigDsMcastFlow_MultiVlanTrans(fwd_p, flow_p); },
          {kFwdInfo, kHdr, kEthF, kHdr, kVlanF, kVlanF, kHdr, kHdr, kVlanA, kVlanA, kActivate, kDump}},
     };
-    const FwdInfo fwd = Given(kFwd);
+    const FwdInfo fwd = kFwd.Record();
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         std::string expected = test::Err("QIR_Alloc_FCB", "No Free FCB available") +
@@ -309,7 +297,7 @@ TEST_F(FlowBuilders, ActivateMulticastFlowsOfUnknownTypeWithoutIpFilters) {
 
 // A VID above 4095 is no VID: the filter is refused, and the flow goes into the hardware without it.
 TEST_F(FlowBuilders, CarryOnBehindARefusedFilter) {
-    const FwdInfo fwd = Given(kFwd);
+    const FwdInfo fwd = kFwd.Record();
     FlowHdl hdl = UnsetFlow();
     const std::string out =
         test::CaptureMasked([&] { app::App_ConfigDsMcastFlow_IpTv(&fwd, &hdl, 0, 65534); });
@@ -323,7 +311,7 @@ TEST_F(FlowBuilders, CarryOnBehindARefusedFilter) {
 
 TEST_F(FlowBuilders, DumpTheFlowWhenTheDriverRefusesIt) {
     orxemu_failRequest(29, 1, EIO);
-    const FwdInfo fwd = Given(kFwd);
+    const FwdInfo fwd = kFwd.Record();
     FlowHdl hdl = UnsetFlow();
     const test::Output output = test::CaptureBoth([&] { app::App_ConfigDsUcastFlow_PPPoE(&fwd, &hdl); });
     EXPECT_EQ(test::Mask(output.out)

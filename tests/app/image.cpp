@@ -58,16 +58,6 @@ Image &Image::Ignore(std::size_t offset, std::size_t count) {
     return *this;
 }
 
-Image &Image::Add8(std::size_t offset, unsigned count) {
-    return Put8(offset, Get8(offset) + count);
-}
-
-unsigned Image::Get16(std::size_t offset) const {
-    uint16_t half = 0;
-    std::memcpy(&half, &bytes_.at(offset), sizeof half);
-    return half;
-}
-
 std::string Image::DifferenceFrom(const void *actual) const {
     const auto *const now = static_cast<const uint8_t *>(actual);
     std::string text;

@@ -14,6 +14,11 @@ class Image {
   public:
     // Every byte starts as the fill of memory that nothing has written.
     explicit Image(std::size_t size, uint8_t fill = 0xA5);
+    template <class Record> static Image Of(const Record &record) {
+        Image image(sizeof record);
+        image.Copy(0, &record, sizeof record);
+        return image;
+    }
 
     Image &Put8(std::size_t offset, unsigned value);
     Image &Put16(std::size_t offset, unsigned value);
@@ -25,10 +30,6 @@ class Image {
     // Bytes that may have any value.
     Image &Ignore(std::size_t offset, std::size_t count);
 
-    // Adds to the number that is there.
-    Image &Add8(std::size_t offset, unsigned count);
-    unsigned Get8(std::size_t offset) const { return bytes_.at(offset); }
-    unsigned Get16(std::size_t offset) const;
     std::size_t Size() const { return bytes_.size(); }
 
     // Empty when the bytes at `actual` are those of the image, else where they differ.

@@ -64,15 +64,6 @@ TEST_F(FlowSections, CountTheirFlows) {
     }
 }
 
-TEST_F(FlowSections, KeepTheirBudgetsWhenFlowsComeAndGo) {
-    FlowHdl flow{};
-    ASSERT_EQ(QIR_Alloc_FCB(0, &flow), 0u);
-    ASSERT_EQ(QIR_Free_FCB(&flow), 0u);
-    EXPECT_EQ(qirCtxt_gp->cfg.flowSection[0].maxFlows, 0u);
-    EXPECT_EQ(qirCtxt_gp->cfg.flowSection[1].maxFlows, 512u);
-    EXPECT_EQ(qirCtxt_gp->cfg.flowSection[2].maxFlows, 0u);
-}
-
 TEST_F(FlowSections, AssertWhenTheirCountPassesAllFlows) {
     for (uint32_t section = 0; section < 3; ++section) {
         SCOPED_TRACE("section " + std::to_string(section));
@@ -130,15 +121,6 @@ TEST_F(FlowSections, AnFcbIsFreeWhenItsWholeStatusWordIsZero) {
             EXPECT_EQ(Is_Orx_free(index), 1u);
         }
     }
-}
-
-TEST_F(FlowSections, AnFcbIsFreeBeforeAllocationAndAfterFreeing) {
-    FlowHdl flow{};
-    ASSERT_EQ(QIR_Alloc_FCB(1, &flow), 0u);
-    EXPECT_EQ(Is_Orx_free(0), 0u);
-    EXPECT_EQ(Is_Orx_free(1), 1u);
-    ASSERT_EQ(QIR_Free_FCB(&flow), 0u);
-    EXPECT_EQ(Is_Orx_free(0), 1u);
 }
 
 TEST_F(FlowSections, AskingWhetherAnFcbIsFreePrintsAndChangesNothing) {

@@ -21,14 +21,6 @@ QelFun Published() {
     return reinterpret_cast<QelFun>(Second);
 }
 
-TEST_F(FunctionRegistry, SlotsAreEmptyAtFirst) {
-    EXPECT_EQ(test::Capture([] {
-                  EXPECT_EQ(qelFun_get(0), nullptr);
-                  EXPECT_EQ(qelFun_get(1), nullptr);
-              }),
-              "");
-}
-
 TEST_F(FunctionRegistry, FunctionsAreFoundUnderTheirIds) {
     EXPECT_EQ(test::Capture([] {
                   qelFun_reg(0, First);
@@ -45,20 +37,6 @@ TEST_F(FunctionRegistry, FunctionsAreFoundUnderTheirIds) {
     EXPECT_EQ(reinterpret_cast<int (*)(int)>(qelFun_get(1))(41), 42);
 }
 
-TEST_F(FunctionRegistry, LaterFunctionReplacesTheEarlier) {
-    qelFun_reg(1, First);
-    qelFun_reg(1, Published());
-    EXPECT_EQ(qelFun_get(1), Published());
-}
-
-TEST_F(FunctionRegistry, OneFunctionMayStandInBothSlots) {
-    qelFun_reg(0, First);
-    qelFun_reg(1, First);
-    qelFun_dereg(0);
-    EXPECT_EQ(qelFun_get(0), nullptr);
-    EXPECT_EQ(qelFun_get(1), First);
-}
-
 TEST_F(FunctionRegistry, DeregistrationEmptiesItsSlotAlone) {
     qelFun_reg(0, First);
     qelFun_reg(1, Published());
@@ -71,12 +49,6 @@ TEST_F(FunctionRegistry, DeregistrationEmptiesItsSlotAlone) {
 }
 
 // ---- assertions -----------------------------------------------------------------------------------
-
-TEST_F(FunctionRegistry, NullIsAssertedAndStored) {
-    qelFun_reg(0, First);
-    EXPECT_EQ(test::CaptureMasked([] { qelFun_reg(0, nullptr); }), "[ASSERT qel_log] qelFun_reg,#: f\n");
-    EXPECT_EQ(qelFun_get(0), nullptr);
-}
 
 TEST_F(FunctionRegistry, IdsOutOfRangeAreAsserted) {
     const std::string text = "funId < QEL_FUN_ID_MAX";
@@ -112,12 +84,6 @@ TEST_F(FunctionRegistry, NullAndIdAreAssertedInThisOrder) {
     EXPECT_EQ(test::CaptureMasked([] { qelFun_reg(2, nullptr); }),
               "[ASSERT qel_log] qelFun_reg,#: f\n"
               "[ASSERT qel_log] qelFun_reg,#: funId < QEL_FUN_ID_MAX\n");
-}
-
-TEST_F(FunctionRegistry, AssertionsAreNotGated) {
-    qelLog_setLogLevel(0, 0);
-    qelLog_setGlobalLogLevel(0);
-    EXPECT_EQ(test::CaptureMasked([] { qelFun_reg(0, nullptr); }), Asserted("qelFun_reg", "f"));
 }
 
 } // namespace

@@ -52,20 +52,6 @@ TEST_F(DataDumpPrinters, PrinterGetsTheBlockAndTheWholeBuffer) {
     EXPECT_EQ(calls[0].first, '\0');
 }
 
-TEST_F(DataDumpPrinters, PrinterGetsWhateverTheCallerPassed) {
-    CreateQueues(1);
-    qel_dataDumpRegPrinter(0, 0, NotingPrinter);
-    EXPECT_EQ(test::Capture([] { qel_dataDump(0, 0, "none", 0, nullptr); }),
-              kStart + Header("queue", "none", 0) + kEnd);
-    EXPECT_EQ(test::Capture([] { qel_dataDump(0, 0, "bogus", 1000000, nullptr); }),
-              kStart + Header("queue", "bogus", 1000000) + kEnd);
-    ASSERT_EQ(calls.size(), 2u);
-    EXPECT_EQ(calls[0].data, nullptr);
-    EXPECT_EQ(calls[0].numBytes, 0u);
-    EXPECT_EQ(calls[1].data, nullptr);
-    EXPECT_EQ(calls[1].numBytes, 1000000u);
-}
-
 // No line end is added, and no format is looked for.
 TEST_F(DataDumpPrinters, TextIsPrintedAsItStands) {
     CreateQueues(1);
@@ -95,39 +81,6 @@ TEST_F(DataDumpPrinters, PrinterThatWritesNothingPrintsNothing) {
     EXPECT_EQ(calls[1].first, '\0');
     EXPECT_EQ(calls[1].buffer, calls[0].buffer);
     EXPECT_STREQ(calls[1].buffer + 1, "eft over");
-}
-
-TEST_F(DataDumpPrinters, PrinterStandsInPlaceOfTheHexadecimalDump) {
-    CreateQueues(1);
-    const Bytes block = Pattern(20);
-    const std::string hex = kStart + Header("queue", "d", 20) + HexDump(block) + kEnd;
-    EXPECT_EQ(Dump(0, 5, "d", block), hex);
-    qel_dataDumpRegPrinter(0, 5, NotingPrinter);
-    said = "text\n";
-    EXPECT_EQ(Dump(0, 5, "d", block), kStart + Header("queue", "d", 20) + "text\n" + kEnd);
-    qel_dataDumpRegPrinter(0, 5, nullptr);
-    EXPECT_EQ(Dump(0, 5, "d", block), hex);
-    EXPECT_EQ(calls.size(), 1u);
-}
-
-TEST_F(DataDumpPrinters, RegistrationIsSilent) {
-    EXPECT_EQ(test::Capture([] {
-                  qel_dataDumpRegPrinter(0, 0, NotingPrinter);
-                  qel_dataDumpRegPrinter(9, 19, NotingPrinter);
-                  qel_dataDumpRegPrinter(9, 19, nullptr);
-                  qel_dataDumpRegPrinter(9, 19, nullptr);
-              }),
-              "");
-    EXPECT_TRUE(calls.empty());
-}
-
-TEST_F(DataDumpPrinters, LaterPrinterReplacesTheEarlier) {
-    CreateQueues(1);
-    qel_dataDumpRegPrinter(0, 0, NotingPrinter);
-    qel_dataDumpRegPrinter(0, 0, SilentPrinter);
-    said = "text\n";
-    EXPECT_EQ(Dump(0, 0, "d", {}), kStart + Header("queue", "d", 0) + kEnd);
-    EXPECT_EQ(calls.size(), 1u);
 }
 
 TEST_F(DataDumpPrinters, QueueNeedNotExistYet) {

@@ -10,14 +10,6 @@ const std::string kUnknown = LogErr("qel_dataDumpDeleteQ", "Can not delete dataD
 
 using DataDumpQueues = DataDumpTest;
 
-TEST_F(DataDumpQueues, QueuesAreTakenLowestFirst) {
-    for (std::int32_t qid = 0; qid < 10; ++qid) {
-        std::int32_t created = -1;
-        EXPECT_EQ(test::Capture([&] { created = qel_dataDumpCreateQ("q"); }), "");
-        EXPECT_EQ(created, qid);
-    }
-}
-
 TEST_F(DataDumpQueues, LowestFreeQueueIsTakenAgain) {
     CreateQueues(10);
     for (const std::uint32_t qid : {7u, 2u, 9u, 0u}) {
@@ -29,18 +21,6 @@ TEST_F(DataDumpQueues, LowestFreeQueueIsTakenAgain) {
     std::int32_t created = 0;
     EXPECT_EQ(test::CaptureMasked([&] { created = qel_dataDumpCreateQ("more"); }), kFull);
     EXPECT_EQ(created, -1);
-}
-
-TEST_F(DataDumpQueues, FullTableIsReportedEachTimeAndChangesNothing) {
-    CreateQueues(10);
-    for (int i = 0; i < 3; ++i) {
-        std::int32_t created = 0;
-        EXPECT_EQ(test::CaptureMasked([&] { created = qel_dataDumpCreateQ("eleventh"); }), kFull);
-        EXPECT_EQ(created, -1);
-    }
-    for (std::uint32_t qid = 0; qid < kQids; ++qid) {
-        EXPECT_EQ(Dump(qid, 0, "d", {}), kStart + Header("queue", "d", 0) + kEnd);
-    }
 }
 
 TEST_F(DataDumpQueues, QueueThatIsNotInUseCannotBeDeleted) {
@@ -73,13 +53,6 @@ TEST_F(DataDumpQueues, NameIsNotCopied) {
     name[0] = 'B';
     EXPECT_EQ(Dump(0, 0, "d", {}), kStart + Header("Before", "d", 0) + kEnd);
     name[0] = 'b';
-}
-
-TEST_F(DataDumpQueues, QueueTakenAgainHasItsNewName) {
-    ASSERT_EQ(qel_dataDumpCreateQ("old"), 0);
-    qel_dataDumpDeleteQ(0);
-    ASSERT_EQ(qel_dataDumpCreateQ("new"), 0);
-    EXPECT_EQ(Dump(0, 0, "d", {}), kStart + Header("new", "d", 0) + kEnd);
 }
 
 // A slot is free while it holds no name.

@@ -63,21 +63,6 @@ TEST_F(DeviceNode, OpeningThatFailsReportsTheErrno) {
     }
 }
 
-TEST_F(DeviceNode, RequestThatCannotOpenTheDeviceIsNotMade) {
-    for (const OpenFailure &row : kOpenFailures) {
-        SCOPED_TRACE(row.what);
-        orxemu_reset();
-        row.arm();
-        u32 status = 1;
-        const NodeCalls calls;
-        ExpectDriverFailure(Ioctl(39, &status), row.line);
-        ASSERT_EQ(calls.Seen().size(), 1u) << "the opening alone: nothing to ask, nothing to close";
-        EXPECT_EQ(calls.Seen()[0].kind, NodeCall::Open);
-        EXPECT_EQ(orxemu_numRequests(), 0u);
-        EXPECT_EQ(status, 1u);
-    }
-}
-
 // Opening, request and closing on one descriptor, in this order and with nothing around them.
 void ExpectRoundTrip(const NodeCalls &calls, unsigned long request, const void *record) {
     ASSERT_EQ(calls.Seen().size(), 3u);
@@ -135,28 +120,6 @@ TEST_F(DeviceNode, UnknownNumbersAreRefusedByTheDevice) {
         EXPECT_EQ(LastRequest().request, request);
         EXPECT_EQ(LastRequest().err, ENOTTY);
     }
-}
-
-TEST_F(DeviceNode, EveryRequestHasADescriptorOfItsOwn) {
-    u32 status = 0;
-    for (std::size_t n = 1; n <= 5; ++n) {
-        ExpectSilentSuccess(Ioctl(39, &status));
-        EXPECT_EQ(orxemu_numOpens(), n);
-        EXPECT_EQ(orxemu_openDescriptors(), 0);
-    }
-    EXPECT_EQ(orxemu_numRequests(), 5u);
-}
-
-// A failure leaves nothing behind: the next request goes its own way.
-TEST_F(DeviceNode, FailuresDoNotOutliveTheRequest) {
-    u32 status = 1;
-    orxemu_setPresent(0);
-    ExpectDriverFailure(Ioctl(39, &status), OpenFailed(2));
-    orxemu_setPresent(1);
-    orxemu_failRequest(39, 1, EIO);
-    ExpectDriverFailure(Ioctl(39, &status), IoctlFailed(39));
-    ExpectSilentSuccess(Ioctl(39, &status));
-    EXPECT_EQ(orxemu_openDescriptors(), 0);
 }
 
 // Only -1 is a failure; any other answer of the device counts as accepted.

@@ -90,10 +90,6 @@ void ExpectDriverFailure(const Op &op, const std::string &err) {
     EXPECT_EQ(called.err, err);
 }
 
-std::string OpenFailed(int err) {
-    return "qel_dev_open </dev/pktorx> error no " + std::to_string(err) + "\n";
-}
-
 std::string IoctlFailed(int request) {
     return "pktOrxDevIoctl <" + std::to_string(request) + "> error\n";
 }

@@ -19,11 +19,7 @@ using qir::i32;
 using qir::u16;
 using qir::u32;
 using qir::u8;
-using test::Assertion;
 using test::ContextSnapshot;
-using test::Inf;
-using test::Refusal;
-using test::RetVal;
 
 constexpr u32 kAllOnes = 0xFFFFFFFF;
 constexpr std::size_t kFcbBytes = 1884;
@@ -75,7 +71,6 @@ void ExpectSilentSuccess(const Op &op);
 // The call returns 1, prints nothing on standard output and `err` on standard error.
 void ExpectDriverFailure(const Op &op, const std::string &err);
 
-std::string OpenFailed(int err);
 std::string IoctlFailed(int request);
 
 // The only request since the log was cleared has this number and this record; its answer was `err`.

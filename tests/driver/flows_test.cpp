@@ -1,4 +1,4 @@
-// Flows at the driver: the FCB that the driver copies, the indexes of its tables, hit counters, forwarding.
+// Flows at the driver: the FCB that the driver copies, the indexes of its tables, hit counters.
 #include "tests/driver/driver_test.h"
 
 #include <cerrno>
@@ -12,7 +12,6 @@ constexpr std::size_t kTblAssoc = 16;
 constexpr std::size_t kEpTblHdl = 28;
 constexpr std::size_t kPacTblHdl = 36;
 constexpr std::size_t kFwdInfoSet = 268;
-constexpr std::size_t kFwdInfo = 272;
 // Where tables keep the driver's index.
 constexpr std::size_t kHwTblIdx = 4;
 
@@ -61,44 +60,6 @@ TEST_F(FlowRequests, AddressIsTheFcbs) {
         EXPECT_EQ(LastRequest().fcbSize, 1884u);
         EXPECT_EQ(BytesAt(LastRequest().fcb, kFcbBytes), expected);
     }
-}
-
-TEST_F(FlowRequests, ActivationLetsTheDriverCopyTheFcbAsItStands) {
-    for (unsigned n = 0; n < 4; ++n) {
-        const unsigned idx = 100 - 30 * n;
-        SCOPED_TRACE(idx);
-        qir::Fcb *const fcb_p = Load(idx);
-        const std::vector<u8> bytes = BytesAt(fcb_p, kFcbBytes);
-        const ContextSnapshot before;
-        orxemu_clearLog();
-        ExpectSilentSuccess([=] { return qir::Activate_FCB(fcb_p); });
-        ExpectRequest(29, FlowWire(fcb_p));
-        EXPECT_EQ(BytesAt(LastRequest().fcb, kFcbBytes), bytes);
-        EXPECT_EQ(BytesAt(orxemu_state()->flow[n].fcb, kFcbBytes), bytes);
-        EXPECT_EQ(WordAt(fcb_p, kHwFlowIdx), n) << "the driver's lowest free index";
-        EXPECT_TRUE(OnlyChanged(before, reinterpret_cast<u8 *>(fcb_p) + kHwFlowIdx));
-    }
-}
-
-TEST_F(FlowRequests, DeactivationCarriesTheIndexAndKeepsIt) {
-    for (const unsigned idx : {3u, 200u, 17u}) {
-        Activate(idx);
-    }
-    qir::Fcb *const fcb_p = FcbAt(200);
-    const ContextSnapshot before;
-    ExpectSilentSuccess([=] { return qir::Deactivate_FCB(fcb_p); });
-    ExpectRequest(30, FlowWire(fcb_p).U32(0, 1));
-    EXPECT_EQ(BytesAt(LastRequest().fcb, kFcbBytes), BytesAt(fcb_p, kFcbBytes));
-    EXPECT_TRUE(before.Unchanged());
-    EXPECT_EQ(orxemu_state()->flow[0].active, 1);
-    EXPECT_EQ(orxemu_state()->flow[1].active, 0);
-    EXPECT_EQ(orxemu_state()->flow[2].active, 1);
-
-    // The index is sent again, and the driver has no such flow.
-    orxemu_clearLog();
-    ExpectDriverFailure([=] { return qir::Deactivate_FCB(fcb_p); }, IoctlFailed(30));
-    ExpectRequest(30, FlowWire(fcb_p).U32(0, 1), ENOENT);
-    EXPECT_TRUE(before.Unchanged());
 }
 
 // ---- tables of a flow -----------------------------------------------------------------------------
@@ -160,23 +121,6 @@ TEST_F(FlowTables, IndexesFollowTheAssociationBits) {
     }
 }
 
-TEST_F(FlowTables, EveryTableOfThePoolsCanBeNamed) {
-    qir::Fcb *const fcb_p = FcbAt(kFlow);
-    PutHalf(fcb_p, kTblAssoc, 3);
-    for (u32 pac = 0; pac < 16; ++pac) {
-        for (u32 ep = 0; ep < 6; ++ep) {
-            SCOPED_TRACE(std::to_string(pac) + ", " + std::to_string(ep));
-            PutWord(fcb_p, kPacTblHdl, pac);
-            PutWord(fcb_p, kEpTblHdl, ep);
-            orxemu_clearLog();
-            const Called called = Call([=] { return qir::Activate_FCB(fcb_p); });
-            EXPECT_EQ(called.rc, 1u);
-            EXPECT_EQ(called.out, "");
-            ExpectRequest(29, FlowWire(fcb_p, 0x50 + pac, 0x01020300 + ep), ENOENT);
-        }
-    }
-}
-
 TEST_F(FlowTables, FlowWithAnActivePacTableIsAccepted) {
     qir::Fcb *const fcb_p = FcbAt(kFlow);
     PutHalf(fcb_p, kTblAssoc, 2);
@@ -201,25 +145,6 @@ class HitRequests : public FlowRequests {
   protected:
     static std::vector<u8> BytesOf(const FcbHits &hits) { return BytesAt(&hits, 36); }
 };
-
-TEST_F(HitRequests, AllCountersAreCopiedOnSuccess) {
-    Activate(8);
-    const qir::Fcb *const fcb_p = Activate(9);
-    std::vector<u8> expected(36, 0);
-    PutWord(expected.data(), 0, 1); // one hardware flow
-    for (u32 counter = 0; counter < 8; ++counter) {
-        const u32 count = 0x01020304 * (counter + 1);
-        ASSERT_EQ(orxemu_addHits(1, counter, count), 0);
-        PutWord(expected.data(), 4 + 4 * counter, count);
-    }
-    FcbHits hits;
-    driver_test::Load(&hits, 36, 5);
-    const ContextSnapshot before;
-    ExpectSilentSuccess([&] { return qir::Get_FCBHits(fcb_p, &hits); });
-    ExpectRequest(38, Wire(40).U32(0, 1).Zero(4, 36));
-    EXPECT_EQ(BytesOf(hits), expected);
-    EXPECT_TRUE(before.Unchanged());
-}
 
 // Each of the 36 bytes that the driver writes arrives, none is taken from anywhere else; the record is clear
 // when the driver gets it, whatever the stack held.
@@ -267,18 +192,6 @@ TEST_F(HitRequests, CallersRecordStaysOnFailure) {
     }
 }
 
-TEST_F(HitRequests, FlowThatIsNotActiveIsAskedForByItsOldIndex) {
-    const qir::Fcb *const fcb_p = Load(9);
-    FcbHits hits{};
-    for (const u32 hwFlowIdx : {0u, 511u, 512u, 0xA5A5A5A5u}) {
-        SCOPED_TRACE(hwFlowIdx);
-        PutWord(FcbAt(9), kHwFlowIdx, hwFlowIdx);
-        orxemu_clearLog();
-        ExpectDriverFailure([&] { return qir::Get_FCBHits(fcb_p, &hits); }, IoctlFailed(38));
-        ExpectRequest(38, Wire(40).U32(0, hwFlowIdx).Zero(4, 36), ENOENT);
-    }
-}
-
 // The record that takes the answer is asked for, though it is needed on success only.
 TEST_F(HitRequests, MissingRecordIsAsserted) {
     const qir::Fcb *const fcb_p = Activate(9);
@@ -288,46 +201,6 @@ TEST_F(HitRequests, MissingRecordIsAsserted) {
     EXPECT_EQ(called.out, "[ASSERT qirapi_private] Get_FCBHits,#: (fcb_p != NULL) && (fcbHits_p != NULL)\n");
     EXPECT_EQ(called.err, "pktOrxDevIoctl <38> error\n");
     EXPECT_EQ(orxemu_numRequests(), 1u) << "the program carries on behind the assertion";
-}
-
-// ---- forwarding -----------------------------------------------------------------------------------
-
-TEST_F(FlowRequests, ForwardingUpdateCarriesTheIndexAndTheRecord) {
-    Activate(8);
-    const qir::Fcb *const fcb_p = Activate(9);
-    std::vector<u8> bytes = Pattern(68, 0x62);
-    PutWord(bytes.data(), 0, 17);
-    PutWord(bytes.data(), 64, 5);
-    FwdInfo fwdInfo;
-    std::memcpy(&fwdInfo, bytes.data(), 68);
-    const ContextSnapshot before;
-    ExpectSilentSuccess([&] { return qir::Update_FwdInfo(fcb_p, &fwdInfo); });
-    ExpectRequest(43, Wire(72).U32(0, 1).Copy(4, bytes));
-    EXPECT_EQ(BytesAt(orxemu_state()->flow[1].fcb + kFwdInfo, 68), bytes);
-    EXPECT_NE(BytesAt(orxemu_state()->flow[0].fcb + kFwdInfo, 68), bytes);
-    EXPECT_TRUE(before.Unchanged()) << "the shadow's record is the caller's business";
-    EXPECT_EQ(BytesAt(&fwdInfo, 68), bytes);
-}
-
-// The record may be any, the FCB's own included; what the driver does not like is refused by the driver.
-TEST_F(FlowRequests, ForwardingUpdateChecksNothing) {
-    qir::Fcb *const fcb_p = Activate(9);
-    FwdInfo *const own = &fcb_p->fwdInfo;
-    const struct {
-        u32 flowPrio, fwdAction;
-        int err;
-    } rows[] = {{0, 0, 0}, {31, 7, 0}, {32, 7, EINVAL}, {31, 8, EINVAL}, {kNone, kNone, EINVAL}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(std::to_string(row.flowPrio) + ", " + std::to_string(row.fwdAction));
-        PutWord(own, 0, row.flowPrio);
-        PutWord(own, 64, row.fwdAction);
-        orxemu_clearLog();
-        const Called called = Call([=] { return qir::Update_FwdInfo(fcb_p, own); });
-        EXPECT_EQ(called.rc, row.err == 0 ? 0u : 1u);
-        EXPECT_EQ(called.out, "");
-        EXPECT_EQ(called.err, row.err == 0 ? "" : "pktOrxDevIoctl <43> error\n");
-        ExpectRequest(43, Wire(72).U32(0, 0).Copy(4, BytesAt(own, 68)), row.err);
-    }
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // The public operations that reach the driver, with a request that fails in every way: what either side holds
 // then, and how the same call ends when it is made again.
-#include "tests/driver/operations.h"
 #include "tests/faults/fault.h"
+#include "tests/faults/operations.h"
 #include "tests/faults/two_sides.h"
 #include "tests/support/library.h"
 
@@ -10,9 +10,6 @@
 namespace faults {
 namespace {
 
-using driver_test::IndexWord;
-using driver_test::Operation;
-using driver_test::Operations;
 using qir::u32;
 
 constexpr std::size_t kNumOperations = 26;
@@ -110,7 +107,7 @@ class OperationFaults : public test::LibraryTest {
     // Each operation on objects of its own.
     static void ForEach(const std::function<void(const Operation &)> &check) {
         for (std::size_t i = 0; i < kNumOperations; ++i) {
-            driver_test::PrepareObjects();
+            PrepareObjects();
             const std::vector<Operation> operations = Operations();
             ASSERT_EQ(operations.size(), kNumOperations);
             SCOPED_TRACE(std::string(operations[i].name) + ", " + operations[i].with);

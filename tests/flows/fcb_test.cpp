@@ -20,64 +20,12 @@ TEST_F(FcbInit, WritesExactlyTheFieldsThatHaveAnInitialValue) {
     }
 }
 
-TEST_F(FcbInit, UnsetFieldsReadBackAsTheFill) {
-    Fcb fcb;
-    qir::Init_FCB(&fcb);
-    EXPECT_EQ(fcb.status, kFill32);
-    EXPECT_EQ(fcb.flowHdl.word, kFill32);
-    EXPECT_EQ(fcb.hwFlowIdx, kFill32);
-    EXPECT_EQ(fcb.pbitsSource, kFill32);
-    EXPECT_EQ(fcb.filterBlk.ipv4.hdr.reqList, kFill16);
-    EXPECT_EQ(fcb.actionBlk.pppoe.reqCount, kFill16);
-    EXPECT_EQ(fcb.fwdInfo.src.gemPortIdxMask, kFill32);
-    EXPECT_EQ(fcb.reqPool[31].key, kFill32);
-    EXPECT_EQ(fcb.reqPool[31].req[qir::kReqBytes - 1], 0xA5);
-    EXPECT_EQ(fcb.spare0, kFill16);
-    EXPECT_EQ(fcb.reserved2, kFill16);
-    EXPECT_EQ(fcb.spare3, kFill16);
-}
-
-TEST_F(FcbInit, PacHandleHoldsTheFillAndEpHandleAllOnes) {
-    Fcb fcb;
-    qir::Init_FCB(&fcb);
-    EXPECT_EQ(fcb.pacTblHdl.word, 0xA5A5A5A5u);
-    EXPECT_EQ(fcb.epTblHdl.word, 0xFFFFFFFFu);
-    EXPECT_EQ(fcb.reserved1, 0xFFFFFFFFu);
-}
-
-TEST_F(FcbInit, ForwardsNothingAndLearns) {
-    Fcb fcb;
-    qir::Init_FCB(&fcb);
-    EXPECT_EQ(fcb.fwdInfoSet, 0u);
-    EXPECT_EQ(fcb.fwdInfo.flowPrio, 0u);
-    EXPECT_EQ(fcb.fwdInfo.src.portMask, 0u);
-    EXPECT_EQ(fcb.fwdInfo.dst.portMask, 0u);
-    EXPECT_EQ(fcb.fwdInfo.dst.gemPortIdxMask, 0u);
-    EXPECT_EQ(fcb.fwdInfo.dst.portQid[8], 0);
-    EXPECT_EQ(fcb.fwdInfo.dst.portQid[0], 0xA5);
-    EXPECT_EQ(fcb.fwdInfo.dst.gemQid[0], 0xA5);
-    EXPECT_EQ(fcb.fwdInfo.fwdAction, 4u);
-}
-
 TEST_F(FcbInit, StartUpLeavesAllFcbsInitialisedAndFree) {
     FcbModel expected;
     expected.Set32(0, e_STATUS_FREE);
     for (unsigned i = 0; i < QIR_MAX_FLOWS; ++i) {
         ASSERT_EQ(expected.DiffersFrom(BytesOf(qirCtxt_gp->fcbPool[i])), "") << "FCB " << i;
     }
-}
-
-TEST_F(FcbInit, PoolInitialisationForgetsFlowsAndReturnsZero) {
-    const FlowHdl hdl = FlowIn(e_STATUS_CFG);
-    FcbOf(hdl).reqPool[0].next = 9;
-    const ContextSnapshot before;
-    u32 rc = 99;
-    EXPECT_EQ(CaptureMasked([&] { rc = qir::Init_FcbPool(); }), "");
-    EXPECT_EQ(rc, 0u);
-    FcbModel expected;
-    expected.Set32(0, e_STATUS_FREE);
-    EXPECT_EQ(expected.DiffersFrom(BytesOf(FcbOf(hdl))), "");
-    EXPECT_TRUE(ChangedOnlyIn(before, {Place(FcbOf(hdl))}));
 }
 
 TEST_F(FlowHandle, NamesItsFcb) {
@@ -134,23 +82,6 @@ TEST_F(FlowHandle, IsValidInEveryStateButFree) {
         FlowHdl hdl = test::Flow(511);
         hdl.f1.rsvd = 0xFFFF;
         ExpectRefused([&] { return qir::Validate_FlowHdl(hdl); }, 0, "");
-    }
-}
-
-TEST_F(FlowHandle, Id512IsOutOfRange) {
-    ExpectRefused([] { return qir::Validate_FlowHdl(test::Flow(512)); }, 3,
-                  Err("Validate_FlowHdl", "Value out of range for flowHdl<512>") +
-                      CodeLine("Validate_FlowHdl", "e_RET_ERR_INVALID_HDL"));
-    ExpectRefused([] { return qir::Validate_FlowHdl(test::Flow(0xFFFF)); }, 3,
-                  Err("Validate_FlowHdl", "Value out of range for flowHdl<65535>") +
-                      CodeLine("Validate_FlowHdl", "e_RET_ERR_INVALID_HDL"));
-}
-
-TEST_F(FlowHandle, OfAFreeFcbIsInvalid) {
-    for (const unsigned id : {0u, 511u}) {
-        ExpectRefused([&] { return qir::Validate_FlowHdl(test::Flow(id)); }, 3,
-                      Err("Validate_FlowHdl", "Invalid flowHdl<" + std::to_string(id) + "> FCB is free") +
-                          CodeLine("Validate_FlowHdl", "e_RET_ERR_INVALID_HDL"));
     }
 }
 

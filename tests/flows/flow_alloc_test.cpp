@@ -120,61 +120,6 @@ TEST_F(FlowAlloc, ReusesTheLowestFreedFcb) {
     EXPECT_EQ(Count(0), 1);
 }
 
-TEST_F(FlowAlloc, FiveHundredAndThirteenthFails) {
-    for (unsigned i = 0; i < 512; ++i) {
-        FlowHdl hdl{};
-        ASSERT_EQ(QIR_Alloc_FCB(i % 3, &hdl), 0u);
-        ASSERT_EQ(hdl.f1.id, i);
-    }
-    EXPECT_EQ(Count(0), 171);
-    EXPECT_EQ(Count(1), 171);
-    EXPECT_EQ(Count(2), 170);
-    for (const u32 section : {0u, 1u, 2u}) {
-        FlowHdl hdl{};
-        hdl.word = 0x12345678;
-        ExpectRefused([&] { return QIR_Alloc_FCB(section, &hdl); }, 12,
-                      Err(kAlloc, "No Free FCB available") + Refusal(kAlloc, "e_RET_ERR_RESRC_UNAVAIL", 12));
-        EXPECT_EQ(hdl.word, 0x12345678u);
-    }
-}
-
-TEST_F(FlowAlloc, NullHandleIsRefused) {
-    ExpectRefused([] { return QIR_Alloc_FCB(0, nullptr); }, 2, Refusal(kAlloc, "e_RET_ERR_NULL_PTR", 2));
-    ExpectRefused([] { return QIR_Alloc_FCB_Specify_Index(0, nullptr); }, 2,
-                  Refusal(kAllocAt, "e_RET_ERR_NULL_PTR", 2));
-}
-
-TEST_F(FlowAlloc, SectionsAreZeroToTwo) {
-    for (const u32 section : {3u, 4u, 0xFFFFFFFFu}) {
-        FlowHdl hdl{};
-        hdl.word = 0x00070007;
-        ExpectRefused([&] { return QIR_Alloc_FCB(section, &hdl); }, 27,
-                      Refusal(kAlloc, "e_RET_ERR_INVALID_SECTION", 27));
-        ExpectRefused([&] { return QIR_Alloc_FCB_Specify_Index(section, &hdl); }, 27,
-                      Refusal(kAllocAt, "e_RET_ERR_INVALID_SECTION", 27));
-        EXPECT_EQ(hdl.word, 0x00070007u);
-    }
-    for (const u32 section : {0u, 1u, 2u}) {
-        FlowHdl hdl{};
-        EXPECT_EQ(QIR_Alloc_FCB(section, &hdl), 0u);
-        EXPECT_EQ(FcbOf(hdl).section, section);
-    }
-}
-
-TEST_F(FlowAlloc, ChecksHandleThenSectionThenFreeFcb) {
-    ExpectRefused([] { return QIR_Alloc_FCB(3, nullptr); }, 2, Refusal(kAlloc, "e_RET_ERR_NULL_PTR", 2));
-    ExpectRefused([] { return QIR_Alloc_FCB_Specify_Index(3, nullptr); }, 2,
-                  Refusal(kAllocAt, "e_RET_ERR_NULL_PTR", 2));
-    for (Fcb &fcb : qirCtxt_gp->fcbPool) {
-        fcb.status = e_STATUS_ACTIVE;
-    }
-    FlowHdl hdl{};
-    ExpectRefused([&] { return QIR_Alloc_FCB(3, &hdl); }, 27,
-                  Refusal(kAlloc, "e_RET_ERR_INVALID_SECTION", 27));
-    ExpectRefused([&] { return QIR_Alloc_FCB_Specify_Index(3, &hdl); }, 27,
-                  Refusal(kAllocAt, "e_RET_ERR_INVALID_SECTION", 27));
-}
-
 TEST_F(FlowAlloc, ChosenFcbIsTakenWithTheWholeHandle) {
     FlowHdl hdl{};
     hdl.word = 0xCAFE01FF;
@@ -185,20 +130,6 @@ TEST_F(FlowAlloc, ChosenFcbIsTakenWithTheWholeHandle) {
     EXPECT_EQ(Count(1), 1);
     EXPECT_TRUE(ChangedOnlyIn(before, {Place(FcbOf(hdl)), Place(qirCtxt_gp->cfg.flowSection[1].cfgFlows)}));
     EXPECT_EQ(FlowIn(e_STATUS_ALLOC).f1.id, 0u);
-}
-
-TEST_F(FlowAlloc, ChosenFcbMustBeFree) {
-    FlowHdl hdl = test::Flow(9);
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG, e_STATUS_ACTIVE}) {
-        qirCtxt_gp->fcbPool[9].status = status;
-        ExpectRefused([&] { return QIR_Alloc_FCB_Specify_Index(0, &hdl); }, 12,
-                      Err(kAllocAt, " FCB index not free!") +
-                          Refusal(kAllocAt, "e_RET_ERR_RESRC_UNAVAIL", 12));
-    }
-    EXPECT_EQ(CaptureMasked([&] { QIR_Alloc_FCB_Specify_Index(0, &hdl); }),
-              "[ERROR orxapi] QIR_Alloc_FCB_Specify_Index,#:  FCB index not free!\n"
-              "[ERROR orxapi] QIR_Alloc_FCB_Specify_Index,#: \"e_RET_ERR_RESRC_UNAVAIL\"\n"
-              "[ERROR orxapi] QIR_Alloc_FCB_Specify_Index,#: retVal <12>\n");
 }
 
 TEST_F(FlowAlloc, LogsParametersAndHandle) {
@@ -219,30 +150,6 @@ TEST_F(FlowAlloc, LogsParametersAndHandle) {
     RaiseLog(3);
     ExpectCall([&] { return QIR_Alloc_FCB(0, &hdl); }, 0,
                Inf(kAlloc, "Params: section<0>, flowHdl_p<0x<ptr>>") + Inf(kAlloc, "flowHdl<1>"));
-}
-
-TEST_F(FlowAlloc, CountBeyondThePoolIsAsserted) {
-    qirCtxt_gp->cfg.flowSection[0].cfgFlows = 511;
-    FlowHdl hdl{};
-    ExpectCall([&] { return QIR_Alloc_FCB(0, &hdl); }, 0, "");
-    ExpectCall([&] { return QIR_Alloc_FCB(0, &hdl); }, 0, Assertion("qirapi", kAlloc, kOverBudget));
-    EXPECT_EQ(Count(0), 513);
-    hdl = test::Flow(40);
-    ExpectCall([&] { return QIR_Alloc_FCB_Specify_Index(0, &hdl); }, 0,
-               Assertion("qirapi", kAllocAt, kOverBudget));
-    EXPECT_EQ(Count(0), 514);
-}
-
-TEST_F(FlowAlloc, FreeFcbsAreKnownByTheirStatus) {
-    EXPECT_EQ(Is_Orx_free(0), 1u);
-    EXPECT_EQ(Is_Orx_free(511), 1u);
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG, e_STATUS_ACTIVE}) {
-        qirCtxt_gp->fcbPool[511].status = status;
-        RaiseLog(3);
-        ExpectRefused([] { return Is_Orx_free(511); }, 0, "");
-        ExpectRefused([] { return Is_Orx_free(510); }, 1, "");
-        RaiseLog(1);
-    }
 }
 
 // ---- release --------------------------------------------------------------------------------------
@@ -307,22 +214,6 @@ TEST_F(FlowFree, ReleasesOnlyTheTablesItUses) {
     ASSERT_EQ(QIR_Free_FCB(&hdl), 0u);
     EXPECT_EQ(EpOf(ep).refCnt, 2);
     EXPECT_EQ(PacOf(pac).refCnt, 2);
-}
-
-TEST_F(FlowFree, ActiveFlowIsRefused) {
-    FlowHdl hdl = FlowIn(e_STATUS_ACTIVE);
-    ExpectRefused([&] { return QIR_Free_FCB(&hdl); }, 15,
-                  Refusal("QIR_Free_FCB", "e_RET_ERR_RESRC_ALREADY_ACTIVE", 15));
-    ASSERT_EQ(QIR_Deactivate_FCB(&hdl), 0u);
-    EXPECT_EQ(QIR_Free_FCB(&hdl), 0u);
-}
-
-TEST_F(FlowFree, SectionWithoutFlowsIsAssertedAndWraps) {
-    FlowHdl hdl = FlowIn(e_STATUS_ALLOC, 0);
-    qirCtxt_gp->cfg.flowSection[0].cfgFlows = 0;
-    ExpectCall([&] { return QIR_Free_FCB(&hdl); }, 0, Assertion("qirapi", "QIR_Free_FCB", kNoFlows));
-    EXPECT_EQ(qirCtxt_gp->cfg.flowSection[0].cfgFlows, 0xFFFF);
-    EXPECT_EQ(FcbOf(hdl).status, 0u);
 }
 
 TEST_F(FlowFree, TableReplacedByARefusedCallIsTheOneReleased) {

@@ -203,62 +203,6 @@ std::string InfLines(const Operation &op, const std::vector<std::string> &texts,
     return lines;
 }
 
-TEST_F(FlowArgs, NullHandleIsRefusedBehindTheFirstParameterLine) {
-    for (const Operation &op : kOperations) {
-        SCOPED_TRACE(op.name);
-        const std::string refusal = Refusal(op.name, "e_RET_ERR_NULL_PTR", 2);
-        RaiseLog(1);
-        ExpectRefused([&] { return op.call(nullptr); }, 2, refusal);
-        for (const u32 level : {2u, 3u}) {
-            RaiseLog(level);
-            ExpectRefused([&] { return op.call(nullptr); }, 2,
-                          InfLines(op, op.params, "0x<nil>", 0) + refusal);
-        }
-    }
-}
-
-TEST_F(FlowArgs, HandleOutOfRangeIsRefusedBehindTheSecondParameterLine) {
-    for (const Operation &op : kOperations) {
-        for (const unsigned id : {512u, 513u, 0xFFFFu}) {
-            SCOPED_TRACE(testing::Message() << op.name << " " << id);
-            FlowHdl hdl = test::Flow(id);
-            RaiseLog(1);
-            ExpectRefused([&] { return op.call(&hdl); }, 3, HdlOutOfRange(op.name, id));
-            RaiseLog(2);
-            ExpectRefused([&] { return op.call(&hdl); }, 3,
-                          InfLines(op, op.params, "0x<ptr>", id) + InfLines(op, op.params2, "0x<ptr>", id) +
-                              HdlOutOfRange(op.name, id));
-        }
-    }
-}
-
-TEST_F(FlowArgs, HandleOfAFreeFcbIsRefusedBehindTheSecondParameterLine) {
-    FlowHdl freed = FlowIn(e_STATUS_CFG);
-    ASSERT_EQ(QIR_Free_FCB(&freed), 0u);
-    for (const Operation &op : kOperations) {
-        for (const unsigned id : {0u, 511u}) {
-            SCOPED_TRACE(testing::Message() << op.name << " " << id);
-            FlowHdl hdl = test::Flow(id);
-            hdl.f1.rsvd = 0xFFFF;
-            RaiseLog(1);
-            ExpectRefused([&] { return op.call(&hdl); }, 3, HdlFree(op.name, id));
-            RaiseLog(3);
-            ExpectRefused([&] { return op.call(&hdl); }, 3,
-                          InfLines(op, op.params, "0x<ptr>", id) + InfLines(op, op.params2, "0x<ptr>", id) +
-                              HdlFree(op.name, id));
-        }
-    }
-}
-
-TEST_F(FlowArgs, ParametersAreNotLoggedAtLevelOne) {
-    for (const Operation &op : kOperations) {
-        SCOPED_TRACE(op.name);
-        FlowHdl hdl = FlowIn(e_STATUS_ACTIVE);
-        FcbOf(hdl).fwdInfoSet = 1;
-        EXPECT_EQ(Call([&] { return op.call(&hdl); }).out.find("[INF"), std::string::npos);
-    }
-}
-
 TEST_F(FlowArgs, SuccessBeginsWithTheParameterLines) {
     for (const Operation &op : kOperations) {
         SCOPED_TRACE(op.name);
@@ -307,57 +251,6 @@ struct NullCase {
     u32 (*call)(FlowHdl *hdl_p);
     const char *params; // the last parameter line
 };
-
-TEST_F(FlowArgs, OtherNullPointersAreRefusedBeforeTheHandleIsLookedAt) {
-    const NullCase cases[] = {
-        {"QIR_Get_FCBHits", [](FlowHdl *h) { return QIR_Get_FCBHits(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>>"},
-        {"QIR_Alloc_Hdr", [](FlowHdl *h) { return QIR_Alloc_Hdr(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> hdr_p<0x<nil>>"},
-        {"QIR_Dump_HdrReqList", [](FlowHdl *h) { return QIR_Dump_HdrReqList(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> hdr_p<0x<nil>>"},
-        {"QIR_Set_FwdInfo", [](FlowHdl *h) { return QIR_Set_FwdInfo(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> fwdInfo_p<0x<nil>>"},
-        {"QIR_Get_FwdInfo", [](FlowHdl *h) { return QIR_Get_FwdInfo(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> fwdInfo_p<0x<nil>>"},
-        {"QIR_Add_DstPortInfo", [](FlowHdl *h) { return QIR_Add_DstPortInfo(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> dstMask_p<0x<nil>>"},
-        {"QIR_Rem_DstPortInfo", [](FlowHdl *h) { return QIR_Rem_DstPortInfo(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> dstMask_p<0x<nil>>"},
-        {"QIR_Get_AsOverride", [](FlowHdl *h) { return QIR_Get_AsOverride(h, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> asOverride_p<0x<nil>>"},
-        {"QIR_Set_EpInfo", [](FlowHdl *h) { return QIR_Set_EpInfo(h, 9, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> epTblSts<9> epTblHdl_p<0x<nil>>"},
-        {"QIR_Get_EpInfo", [](FlowHdl *h) { return QIR_Get_EpInfo(h, nullptr, &args->ep); },
-         "Params: flowHdl_p<0x<ptr>> epTblSts_p<0x<nil>> epTblHdl_p<0x<ptr>>"},
-        {"QIR_Get_EpInfo", [](FlowHdl *h) { return QIR_Get_EpInfo(h, &args->word, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> epTblSts_p<0x<ptr>> epTblHdl_p<0x<nil>>"},
-        {"QIR_Get_PacInfo", [](FlowHdl *h) { return QIR_Get_PacInfo(h, nullptr, &args->word2, &args->pac); },
-         "Params: flowHdl_p<0x<ptr>> pacTblSts_p<0x<nil>> pacTblHdl_p<0x<ptr>>"},
-        {"QIR_Get_PacInfo", [](FlowHdl *h) { return QIR_Get_PacInfo(h, &args->word, nullptr, &args->pac); },
-         "Params: flowHdl_p<0x<ptr>> pacTblSts_p<0x<ptr>> pacTblHdl_p<0x<ptr>>"},
-        {"QIR_Get_PacInfo", [](FlowHdl *h) { return QIR_Get_PacInfo(h, &args->word, &args->word2, nullptr); },
-         "Params: flowHdl_p<0x<ptr>> pacTblSts_p<0x<ptr>> pacTblHdl_p<0x<nil>>"},
-    };
-    for (const NullCase &row : cases) {
-        SCOPED_TRACE(row.params);
-        const std::string refusal = Refusal(row.name, "e_RET_ERR_NULL_PTR", 2);
-        FlowHdl bad = test::Flow(512);
-        RaiseLog(1);
-        ExpectRefused([&] { return row.call(&bad); }, 2, refusal);
-        RaiseLog(2);
-        ExpectRefused([&] { return row.call(&bad); }, 2, Inf(row.name, row.params) + refusal);
-    }
-}
-
-TEST_F(FlowArgs, NullTableHandleOfASetIsRefused) {
-    FlowHdl bad = test::Flow(512);
-    RaiseLog(2);
-    ExpectRefused([&] { return QIR_Set_PacInfo(&bad, 9, 8, nullptr); }, 2,
-                  Inf("QIR_Set_PacInfo", "Params: flowHdl_p<0x<ptr>> pacTblSts<9>") +
-                      Inf("QIR_Set_PacInfo", "Params: pacTblHdl_p<0x<nil>> pbitsSource<8>") +
-                      Refusal("QIR_Set_PacInfo", "e_RET_ERR_NULL_PTR", 2));
-}
 
 TEST_F(FlowArgs, RefusedCallsLeaveTheCallersRecords) {
     std::memset(static_cast<void *>(&args_.hits), 0x11, sizeof args_.hits);

@@ -108,61 +108,6 @@ const SetRow kSetRows[] = {
     {"priority", [](FwdInfo &fwd) { fwd.flowPrio = 32; }, 59, "e_RET_ERR_INVALID_FLOWPRIO"},
 };
 
-TEST_F(FlowForwarding, ArgumentsAreCheckedOneByOne) {
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG, e_STATUS_ACTIVE}) {
-        hdl_ = FlowIn(status);
-        for (const SetRow &row : kSetRows) {
-            SCOPED_TRACE(testing::Message() << row.what << " in state " << status);
-            FwdInfo fwd = PlainFwd();
-            row.change(fwd);
-            ExpectRefused(Set(fwd), row.rc, Refusal(kSet, row.code, row.rc));
-        }
-    }
-}
-
-TEST_F(FlowForwarding, TheEarlierOfTwoFailuresDecides) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    for (std::size_t i = 0; i + 1 < std::size(kSetRows); ++i) {
-        SCOPED_TRACE(kSetRows[i].what);
-        FwdInfo fwd = PlainFwd();
-        kSetRows[i].change(fwd);
-        kSetRows[i + 1].change(fwd);
-        ExpectRefused(Set(fwd), kSetRows[i].rc, Refusal(kSet, kSetRows[i].code, kSetRows[i].rc));
-    }
-    // The last of them before the record's own checks.
-    FwdInfo fwd = PlainFwd();
-    fwd.flowPrio = 32;
-    fwd.src.portMask = 0x80;
-    ExpectRefused(Set(fwd), 59, Refusal(kSet, "e_RET_ERR_INVALID_FLOWPRIO", 59));
-    // Those before the state.
-    fwd.flowPrio = 31;
-    ExpectRefused(Set(fwd), 57,
-                  Err("Validate_FwdInfo", "Invalid param srcPortMask<0x00000080> gemPortIdMask<0x00000000>") +
-                      CodeLine("Validate_FwdInfo", "e_RET_ERR_INVALID_GEMPORTIDX") + RetVal(kSet, 57));
-    // All the others together: the flags come first, the handle before them.
-    std::memset(static_cast<void *>(&fwd), 0, sizeof fwd);
-    fwd.fwdAction = 8;
-    fwd.flowPrio = 99;
-    ExpectRefused(Set(fwd), 30, Refusal(kSet, "e_RET_ERR_INVALID_FWDACTION", 30));
-    hdl_ = test::Flow(512);
-    ExpectRefused(Set(fwd), 3, HdlOutOfRange(kSet, 512));
-}
-
-TEST_F(FlowForwarding, RecordChecksAddOnlyTheClosingLine) {
-    hdl_ = FlowIn(e_STATUS_CFG);
-    FwdInfo fwd = PlainFwd();
-    fwd.dst.portQid[0] = 8;
-    ExpectRefused(Set(fwd), 40,
-                  Err("Validate_FwdInfo", "Invalid param dst qid<8> forport<0>") +
-                      CodeLine("Validate_FwdInfo", "e_RET_ERR_INVALID_DSTQID") + RetVal(kSet, 40));
-    fwd = PlainFwd();
-    fwd.dst.portMask = 0x80;
-    ExpectRefused(
-        Set(fwd), 41,
-        Err("Validate_FwdInfo", "Invalid param GPON port srcPortMask<0x00000080> gemPortIdMask<0x00000000>") +
-            CodeLine("Validate_FwdInfo", "e_RET_ERR_INVALID_GEMPORTIDXMASK") + RetVal(kSet, 41));
-}
-
 TEST_F(FlowForwarding, LimitsAreAcceptedOnTheirInnerSide) {
     hdl_ = FlowIn(e_STATUS_ALLOC);
     for (const u32 action : {0u, 1u, 7u}) {
@@ -194,11 +139,6 @@ TEST_F(FlowForwarding, NoDestinationIsForDropAlone) {
     fwd.fwdAction = e_FWD_ACTION_DROP;
     ExpectCall(Set(fwd), 0, "");
     EXPECT_TRUE(Same(FcbOf(hdl_).fwdInfo, fwd));
-}
-
-TEST_F(FlowForwarding, ActiveFlowIsLocked) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    ExpectRefused(Set(PlainFwd()), 17, Refusal(kSet, "e_RET_ERR_STATE_NOTCFG", 17));
 }
 
 TEST_F(FlowForwarding, ParametersAreLoggedAsTheyAreLookedAt) {
@@ -246,26 +186,6 @@ TEST_F(FlowForwarding, IsReadBackWhole) {
                       Inf(kGet, "flowPrio<4> fwdAction<4>"));
 }
 
-TEST_F(FlowForwarding, NeverSetIsRefusedInEveryState) {
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG, e_STATUS_ACTIVE}) {
-        SCOPED_TRACE(status);
-        hdl_ = FlowIn(status);
-        FwdInfo read = PlainFwd();
-        ExpectRefused([&] { return QIR_Get_FwdInfo(&hdl_, &read); }, 25,
-                      Err(kGet, "Forwarding Info not set") + Refusal(kGet, "e_RET_ERR_INVALID_PARAM", 25));
-        EXPECT_TRUE(Same(read, PlainFwd()));
-    }
-}
-
-TEST_F(FlowForwarding, SetButNotConfiguredIsRefused) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    FcbOf(hdl_).fwdInfoSet = 1;
-    FwdInfo read = PlainFwd();
-    ExpectRefused([&] { return QIR_Get_FwdInfo(&hdl_, &read); }, 17,
-                  Refusal(kGet, "e_RET_ERR_STATE_NOTCFG", 17));
-    EXPECT_TRUE(Same(read, PlainFwd()));
-}
-
 // ---- destinations ---------------------------------------------------------------------------------
 
 TEST_F(FlowDestination, ZeroPortMaskChangesNothing) {
@@ -298,14 +218,6 @@ TEST_F(FlowDestination, ChangesTheRecordOfAnInactiveFlowOnly) {
         EXPECT_EQ(fcb.fwdInfoSet, set);
         EXPECT_EQ(orxemu_numRequests(), 0u);
     }
-}
-
-TEST_F(FlowDestination, AddedPortTakesTheKeptQueue) {
-    Prepare(e_STATUS_CFG);
-    FcbOf(hdl_).fwdInfo.dst.portQid[2] = 1;
-    ExpectCall(Add(0x4), 0, "");
-    EXPECT_EQ(FcbOf(hdl_).fwdInfo.dst.portMask, 0x7u);
-    EXPECT_EQ(FcbOf(hdl_).fwdInfo.dst.portQid[2], 1);
 }
 
 TEST_F(FlowDestination, AddingWithoutAQueueStillSucceeds) {
@@ -384,38 +296,6 @@ TEST_F(FlowDestination, DeactivatedFlowIsNotUpdatedInHardware) {
     ExpectCall(Rem(0x1), 0, "");
     EXPECT_EQ(orxemu_numRequests(), 0u);
     EXPECT_EQ(FcbOf(hdl_).fwdInfo.dst.portMask, 0x42u);
-}
-
-TEST_F(FlowDestination, FailedUpdateKeepsTheOldRecord) {
-    struct Fault {
-        const char *what;
-        void (*arm)();
-        const char *err;
-    };
-    const Fault faults[] = {
-        {"request refused", [] { orxemu_failRequest(43, 1, EIO); }, "pktOrxDevIoctl <43> error\n"},
-        {"answer lost", [] { orxemu_loseAnswer(43, 1, EIO); }, "pktOrxDevIoctl <43> error\n"},
-        {"device busy", [] { orxemu_failOpen(1, EBUSY); }, "qel_dev_open </dev/pktorx> error no 16\n"},
-        {"device missing", [] { orxemu_setPresent(0); }, "qel_dev_open </dev/pktorx> error no 2\n"},
-    };
-    Prepare(e_STATUS_ACTIVE);
-    for (const Fault &fault : faults) {
-        SCOPED_TRACE(fault.what);
-        struct Row {
-            const char *name;
-            Op op;
-        };
-        for (const Row &row : {Row{kAdd, Add(0x40)}, Row{kRem, Rem(0x1)}}) {
-            const ContextSnapshot before;
-            fault.arm();
-            const Called called = Call(row.op);
-            orxemu_setPresent(1);
-            EXPECT_EQ(called.rc, 1u);
-            EXPECT_EQ(called.out, RetVal(row.name, 1));
-            EXPECT_EQ(called.err, fault.err);
-            EXPECT_TRUE(before.Unchanged());
-        }
-    }
 }
 
 } // namespace

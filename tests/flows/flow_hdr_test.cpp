@@ -52,78 +52,6 @@ TEST_F(FlowHeader, MplsSucceedsWithErrorLines) {
     ExpectRefused(Dump(0, e_FLOWHDR_MPLS), 0, Err("Dump_HdrReqList", "Unknown flow hdr <6> "));
 }
 
-TEST_F(FlowHeader, RefusalsLeaveTheFlowAsItWas) {
-    struct Row {
-        const char *what;
-        u32 blk;
-        u32 hdr;
-        u32 rc;
-        std::string out;
-    };
-    const std::string order =
-        CodeLine("IsSet_FilterAllReqdHdr", "e_RET_ERR_HDROUTOFORDER") + RetVal(kAlloc, 10);
-    const std::string actionOrder =
-        CodeLine("IsSet_ActionAllReqdHdr", "e_RET_ERR_HDROUTOFORDER") + RetVal(kAlloc, 10);
-    const std::string block = Refusal(kAlloc, "e_RET_ERR_INVALID_BLOCKTYPE", 43);
-    const std::string header = Refusal(kAlloc, "e_RET_ERR_INVALID_HDRTYPE", 42);
-    const Row rows[] = {
-        {"first block beyond", 3, 0, 43, block},
-        {"any block beyond", 0xFFFFFFFF, 0, 43, block},
-        {"block before header", 3, 8, 43, block},
-        {"first header beyond", 0, 8, 42, header},
-        {"any header beyond", 1, 0xFFFFFFFF, 42, header},
-        {"header before the block without headers", 2, 8, 42, header},
-        {"block without headers", 2, 0, 25,
-         Err("Alloc_Hdr", "Unknown block type <2> ") + CodeLine("Alloc_Hdr", "e_RET_ERR_INVALID_PARAM") +
-             RetVal(kAlloc, 25)},
-        {"block without headers, last header", 2, 7, 25,
-         Err("Alloc_Hdr", "Unknown block type <2> ") + CodeLine("Alloc_Hdr", "e_RET_ERR_INVALID_PARAM") +
-             RetVal(kAlloc, 25)},
-        {"outer tag without Ethernet", 0, 1, 10, order},
-        {"inner tag without Ethernet", 0, 2, 10, order},
-        {"PPPoE without Ethernet", 0, 5, 10, order},
-        {"IPv4 without Ethernet", 0, 7, 10, order},
-        {"outer tag action without Ethernet", 1, 1, 10, actionOrder},
-        {"IPv4 action without Ethernet", 1, 7, 10, actionOrder},
-    };
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG}) {
-        hdl_ = FlowIn(status);
-        for (const Row &row : rows) {
-            SCOPED_TRACE(row.what);
-            ExpectRefused(Alloc(row.blk, row.hdr), row.rc, row.out);
-        }
-    }
-}
-
-TEST_F(FlowHeader, HeaderThatIsThereIsRefused) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    AllocHdrs(FcbOf(hdl_), e_BLKTYPE_FILTER, {0, 1});
-    ExpectRefused(Alloc(0, e_FLOWHDR_ETH), 12,
-                  CodeLine("Alloc_Hdr", "e_RET_ERR_RESRC_UNAVAIL") + RetVal(kAlloc, 12));
-    ExpectRefused(Alloc(0, e_FLOWHDR_VLAN0), 12,
-                  CodeLine("Alloc_Hdr", "e_RET_ERR_RESRC_UNAVAIL") + RetVal(kAlloc, 12));
-    EXPECT_EQ(FcbOf(hdl_).status, 1u);
-    ExpectCall(Alloc(1, e_FLOWHDR_ETH), 0, "");
-}
-
-TEST_F(FlowHeader, ActiveFlowIsRefusedBehindTheArguments) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    ExpectRefused(Alloc(0, 0), 17, Refusal(kAlloc, "e_RET_ERR_STATE_NOTCFG", 17));
-    ExpectRefused(Alloc(2, 0), 17, Refusal(kAlloc, "e_RET_ERR_STATE_NOTCFG", 17));
-    ExpectRefused(Alloc(0, 7), 17, Refusal(kAlloc, "e_RET_ERR_STATE_NOTCFG", 17));
-    ExpectRefused(Alloc(3, 0), 43, Refusal(kAlloc, "e_RET_ERR_INVALID_BLOCKTYPE", 43));
-    ExpectRefused(Alloc(0, 8), 42, Refusal(kAlloc, "e_RET_ERR_INVALID_HDRTYPE", 42));
-}
-
-TEST_F(FlowHeader, HandleIsCheckedBeforeTheRecord) {
-    hdl_ = test::Flow(512);
-    ExpectRefused(Alloc(3, 8), 3, HdlOutOfRange(kAlloc, 512));
-    ExpectRefused(Dump(3, 8), 3, HdlOutOfRange(kDump, 512));
-    hdl_ = test::Flow(20);
-    ExpectRefused(Alloc(3, 8), 3, HdlFree(kAlloc, 20));
-    ExpectRefused(Dump(3, 8), 3, HdlFree(kDump, 20));
-}
-
 TEST_F(FlowHeader, WithoutANodeTheStatusStays) {
     hdl_ = FlowIn(e_STATUS_ALLOC);
     Fcb &fcb = FcbOf(hdl_);
@@ -197,24 +125,6 @@ TEST_F(FlowHeader, DumpPrintsTheListInAnyState) {
                 Inf(kDump, "Params2: flowHdl<" + std::to_string(hdl_.f1.id) + "> blk<0> flowHdr<1>") +
                 "------ Filter VlanHdr[0] ------\n");
         RaiseLog(1);
-    }
-}
-
-TEST_F(FlowHeader, DumpChecksBlockThenHeaderThenPresence) {
-    hdl_ = FlowIn(e_STATUS_CFG);
-    const std::string block = Refusal(kDump, "e_RET_ERR_INVALID_BLOCKTYPE", 43);
-    const std::string header = Refusal(kDump, "e_RET_ERR_INVALID_HDRTYPE", 42);
-    ExpectRefused(Dump(3, 8), 43, block);
-    ExpectRefused(Dump(3, 0), 43, block);
-    ExpectRefused(Dump(0xFFFFFFFF, 0), 43, block);
-    ExpectRefused(Dump(0, 8), 42, header);
-    ExpectRefused(Dump(2, 8), 42, header);
-    ExpectRefused(Dump(1, 0xFFFFFFFF), 42, header);
-    ExpectRefused(Dump(2, 0), 0, Err("Dump_HdrReqList", "Unknown block type <2> "));
-    for (const u32 blk : {0u, 1u}) {
-        ExpectRefused(Dump(blk, 7), 12,
-                      Err("Dump_HdrReqList", "Hdr not allocated") +
-                          CodeLine("Dump_HdrReqList", "e_RET_ERR_RESRC_UNAVAIL") + RetVal(kDump, 12));
     }
 }
 

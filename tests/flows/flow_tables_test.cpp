@@ -30,35 +30,6 @@ TEST_F(FlowAsOverride, IsStoredAndRead) {
     }
 }
 
-TEST_F(FlowAsOverride, IsZeroOrOne) {
-    for (const u32 status : {e_STATUS_ALLOC, e_STATUS_CFG, e_STATUS_ACTIVE}) {
-        FlowHdl hdl = FlowIn(status);
-        for (const u32 value : {2u, 3u, 0xFFFFFFFFu}) {
-            ExpectRefused([&] { return QIR_Set_AsOverride(&hdl, value); }, 50,
-                          Refusal(kSetAs, "e_RET_ERR_INVALID_ASOVRD", 50));
-        }
-    }
-    FlowHdl bad = test::Flow(512);
-    ExpectRefused([&] { return QIR_Set_AsOverride(&bad, 2); }, 3, HdlOutOfRange(kSetAs, 512));
-}
-
-TEST_F(FlowAsOverride, OfAnActiveFlowIsLockedButReadable) {
-    FlowHdl hdl = FlowIn(e_STATUS_ACTIVE);
-    ExpectRefused([&] { return QIR_Set_AsOverride(&hdl, 1); }, 17,
-                  Refusal(kSetAs, "e_RET_ERR_STATE_NOTCFG", 17));
-    u32 read = 9;
-    ExpectRefused([&] { return QIR_Get_AsOverride(&hdl, &read); }, 0, "");
-    EXPECT_EQ(read, 0u);
-}
-
-TEST_F(FlowAsOverride, OfAnUnconfiguredFlowIsNotRead) {
-    FlowHdl hdl = FlowIn(e_STATUS_ALLOC);
-    u32 read = 9;
-    ExpectRefused([&] { return QIR_Get_AsOverride(&hdl, &read); }, 17,
-                  Refusal(kGetAs, "e_RET_ERR_STATE_NOTCFG", 17));
-    EXPECT_EQ(read, 9u);
-}
-
 TEST_F(FlowAsOverride, LogsItsParameters) {
     FlowHdl hdl = FlowIn(e_STATUS_ALLOC);
     RaiseLog(3);
@@ -119,50 +90,6 @@ TEST_F(FlowEpTable, IsReadBack) {
                       Inf(kGetEp, "Params2: flowHdl<0>") + Inf(kGetEp, "flowHdl<0> epTblSts<1> epTblHdl<2>"));
     EXPECT_EQ(status, 1u);
     EXPECT_EQ(read.word, ep.word);
-}
-
-TEST_F(FlowEpTable, OfAnUnconfiguredFlowIsNotRead) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    u32 status = 9;
-    EpTblHdl read{};
-    ExpectRefused([&] { return QIR_Get_EpInfo(&hdl_, &status, &read); }, 17,
-                  Refusal(kGetEp, "e_RET_ERR_STATE_NOTCFG", 17));
-    EXPECT_EQ(status, 9u);
-    EXPECT_EQ(read.word, 0u);
-}
-
-TEST_F(FlowEpTable, HandlesOfEpTablesAreAlwaysFree) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    for (unsigned id = 0; id < 6; ++id) {
-        EpTblHdl ep = test::EpHdl(id);
-        ASSERT_EQ(QIR_Alloc_EpTable(&ep), 0u);
-        ExpectRefused(
-            Set(1, ep), 3,
-            Err("Validate_EpTblHdl", "Invalid epTblHdl<" + std::to_string(id) + ">, table is free") +
-                CodeLine("Validate_EpTblHdl", "e_RET_ERR_INVALID_HDL") + RetVal(kSetEp, 3));
-    }
-    ExpectRefused(Set(0, test::EpHdl(6)), 3,
-                  Err("Validate_EpTblHdl", "Value out of range for epTblHdl<6>") +
-                      CodeLine("Validate_EpTblHdl", "e_RET_ERR_INVALID_HDL") + RetVal(kSetEp, 3));
-}
-
-TEST_F(FlowEpTable, StatusIsZeroOrOne) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    for (const u32 status : {2u, 3u, 0xFFFFFFFFu}) {
-        ExpectRefused(Set(status, test::EpHdl(200)), 60, Refusal(kSetEp, "e_RET_ERR_INVALID_TBLSTATUS", 60));
-    }
-    hdl_ = test::Flow(512);
-    ExpectRefused(Set(2, test::EpHdl(200)), 3, HdlOutOfRange(kSetEp, 512));
-}
-
-TEST_F(FlowEpTable, TableIsCheckedBeforeTheAssociation) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    for (const u32 status : {0u, 1u}) {
-        FcbOf(hdl_).tblAssoc = static_cast<u16>(status);
-        ExpectRefused(Set(status, test::EpHdl(6)), 3,
-                      Err("Validate_EpTblHdl", "Value out of range for epTblHdl<6>") +
-                          CodeLine("Validate_EpTblHdl", "e_RET_ERR_INVALID_HDL") + RetVal(kSetEp, 3));
-    }
 }
 
 TEST_F(FlowEpTable, SecondAssociationKeepsOnlyTheHandle) {
@@ -295,52 +222,6 @@ TEST_F(FlowPacTable, NeverSetReadsBackAsTheFill) {
     EXPECT_EQ(read.word, kFill32);
 }
 
-TEST_F(FlowPacTable, OfAnUnconfiguredFlowIsNotRead) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    u32 status = 9;
-    u32 source = 8;
-    PacTblHdl read = test::PacHdl(7);
-    ExpectRefused([&] { return QIR_Get_PacInfo(&hdl_, &status, &source, &read); }, 17,
-                  Refusal(kGetPac, "e_RET_ERR_STATE_NOTCFG", 17));
-    EXPECT_EQ(status, 9u);
-    EXPECT_EQ(source, 8u);
-    EXPECT_EQ(read.word, 7u);
-}
-
-TEST_F(FlowPacTable, ArgumentsAreCheckedInOrder) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    const std::string sts = Refusal(kSetPac, "e_RET_ERR_INVALID_TBLSTATUS", 60);
-    const std::string source = Refusal(kSetPac, "e_RET_ERR_INVALID_PBITS_SOURCE", 63);
-    const std::string range = Err("Validate_PacTblHdl", "Value out of range for pacTblHdl<16>") +
-                              CodeLine("Validate_PacTblHdl", "e_RET_ERR_INVALID_HDL") + RetVal(kSetPac, 3);
-    const std::string isFree = Err("Validate_PacTblHdl", "Invalid pacTblHdl<15>, table is free") +
-                               CodeLine("Validate_PacTblHdl", "e_RET_ERR_INVALID_HDL") + RetVal(kSetPac, 3);
-    for (const u32 status : {2u, 3u, 0xFFFFFFFFu}) {
-        ExpectRefused(Set(status, 3, test::PacHdl(16)), 60, sts);
-    }
-    for (const u32 beyond : {3u, 4u, 0xFFFFFFFFu}) {
-        ExpectRefused(Set(1, beyond, test::PacHdl(16)), 63, source);
-        ExpectRefused(Set(0, beyond, test::PacHdl(16)), 63, source);
-    }
-    FcbOf(hdl_).tblAssoc = 0x2;
-    ExpectRefused(Set(1, 2, test::PacHdl(16)), 3, range);
-    ExpectRefused(Set(1, 2, test::PacHdl(15)), 3, isFree);
-    FcbOf(hdl_).tblAssoc = 0x0;
-    ExpectRefused(Set(0, 2, test::PacHdl(16)), 3, range);
-    ExpectRefused(Set(0, 2, test::PacHdl(15)), 3, isFree);
-    hdl_ = test::Flow(512);
-    ExpectRefused(Set(2, 3, test::PacHdl(16)), 3, HdlOutOfRange(kSetPac, 512));
-}
-
-TEST_F(FlowPacTable, SourcesAreZeroToTwo) {
-    const PacTblHdl pac = PacIn(e_STATUS_CFG);
-    for (const u32 source : {0u, 1u, 2u}) {
-        hdl_ = FlowIn(e_STATUS_ALLOC);
-        ExpectCall(Set(1, source, pac), 0, "");
-        EXPECT_EQ(FcbOf(hdl_).pbitsSource, source);
-    }
-}
-
 TEST_F(FlowPacTable, SecondAssociationKeepsOnlyTheHandle) {
     hdl_ = FlowIn(e_STATUS_ALLOC);
     Fcb &fcb = FcbOf(hdl_);
@@ -383,15 +264,6 @@ TEST_F(FlowPacTable, OfAnActiveFlowKeepsOnlyTheHandle) {
     }
 }
 
-TEST_F(FlowPacTable, AssociationIsCheckedBeforeTheState) {
-    hdl_ = FlowIn(e_STATUS_ACTIVE);
-    const PacTblHdl pac = PacIn(e_STATUS_CFG);
-    FcbOf(hdl_).tblAssoc = 0x2;
-    ExpectCall(Set(1, 0, pac), 15, Refusal(kSetPac, "e_RET_ERR_RESRC_ALREADY_ACTIVE", 15));
-    FcbOf(hdl_).tblAssoc = 0x0;
-    ExpectCall(Set(0, 0, pac), 14, Refusal(kSetPac, "e_RET_ERR_RESRC_NOT_ACTIVE", 14));
-}
-
 TEST_F(FlowPacTable, LogsTheAssociationBeforeAndAfter) {
     hdl_ = FlowIn(e_STATUS_ALLOC);
     const PacTblHdl pac = PacIn(e_STATUS_CFG);
@@ -413,17 +285,6 @@ TEST_F(FlowPacTable, LogsTheAssociationBeforeAndAfter) {
                               "[DBG orxapi] QIR_Set_PacInfo: After TblAssoc=<0> refCnt=<4>\n");
     RaiseLog(2);
     ExpectCall(Set(1, 1, pac), 0, params(1, 1));
-}
-
-TEST_F(FlowPacTable, UsedByAFlowIsNotFreed) {
-    hdl_ = FlowIn(e_STATUS_ALLOC);
-    PacTblHdl pac = PacIn(e_STATUS_CFG);
-    ASSERT_EQ(Set(1, 0, pac)(), 0u);
-    ExpectRefused([&] { return QIR_Free_PacTable(&pac); }, 13,
-                  Err("QIR_Free_PacTable", "Non-zero RefCnt <1>") +
-                      Refusal("QIR_Free_PacTable", "e_RET_ERR_RESRC_BUSY", 13));
-    ASSERT_EQ(QIR_Free_FCB(&hdl_), 0u);
-    EXPECT_EQ(QIR_Free_PacTable(&pac), 0u);
 }
 
 } // namespace

@@ -56,45 +56,6 @@ class RequestList : public FlowTest {
 const std::string kParams = "[DBG orxapi] getNextReq: params: *req_pp <0x<ptr>>\n\n";
 const std::string kParamsNull = "[DBG orxapi] getNextReq: params: *req_pp <0x<nil>>\n\n";
 
-TEST_F(RequestList, KeepsTheOrderOfArrival) {
-    Add(5);
-    Add(2);
-    Add(7);
-    EXPECT_EQ(Keys(), (std::vector<u32>{5, 2, 7}));
-    RaiseLog(3);
-    EXPECT_EQ(CaptureMasked([&] { qir::Dump_ReqList(&fcb_, head_); }),
-              "[DBG orxapi] Dump_ReqList: \n---- Req List ---- \n\n"
-              "[DBG orxapi] Dump_ReqList: Prev  Curr  Next \n\n"
-              "[DBG orxapi] Dump_ReqList:  <01> <02> <03> \n\n"
-              "[DBG orxapi] Dump_ReqList:  <02> <03> <04> \n\n"
-              "[DBG orxapi] Dump_ReqList:  <03> <04> <01> \n\n"
-              "[DBG orxapi] Dump_ReqList: --------------------\n\n\n");
-}
-
-TEST_F(RequestList, KeepsTheOrderOfArrivalForAnyKeys) {
-    const std::vector<u32> keys = {0, 0xFFFFFFFF, 1, 1, 0x80000000, 0, 3};
-    for (const u32 key : keys) {
-        Add(key);
-    }
-    EXPECT_EQ(Keys(), keys);
-}
-
-TEST_F(RequestList, AddingLinksTheNodeBehindTheLast) {
-    Add(9);
-    ReqNode *second = Take();
-    second->key = 4;
-    const ContextSnapshot before;
-    EXPECT_EQ(CaptureMasked([&] { qir::AddReq_ReqList(&fcb_, head_, second); }), "");
-    EXPECT_EQ(head_->next, 2);
-    EXPECT_EQ(head_->prev, 3);
-    EXPECT_EQ(fcb_.reqPool[2].prev, 1);
-    EXPECT_EQ(fcb_.reqPool[2].next, 3);
-    EXPECT_EQ(second->prev, 2);
-    EXPECT_EQ(second->next, 1);
-    EXPECT_TRUE(ChangedOnlyIn(
-        before, {Place(head_->prev), Place(fcb_.reqPool[2].next), Place(second->prev), Place(second->next)}));
-}
-
 TEST_F(RequestList, ExactSearchFindsNothing) {
     for (const u32 key : {5u, 2u, 7u, 3u}) {
         ReqNode *found = head_;
@@ -146,55 +107,6 @@ TEST_F(RequestList, RemovalUnlinksNothing) {
 }
 
 // ---- iteration ------------------------------------------------------------------------------------
-
-TEST_F(RequestList, IterationStartsAndEndsAtNull) {
-    ReqNode *first = Add(5);
-    ReqNode *second = Add(2);
-    RaiseLog(3);
-    const ContextSnapshot before;
-    void *req = nullptr;
-    EXPECT_EQ(Next(req), kParamsNull + "[DBG orxapi] getNextReq: first returned *req_pp<0x<ptr>>\n\n");
-    EXPECT_EQ(req, first->req);
-    EXPECT_EQ(Next(req), kParams + "[DBG orxapi] getNextReq: found next returned *req_pp<0x<ptr>>\n\n");
-    EXPECT_EQ(req, second->req);
-    EXPECT_EQ(Next(req), kParams);
-    EXPECT_EQ(req, nullptr);
-    EXPECT_TRUE(before.Unchanged());
-}
-
-TEST_F(RequestList, IterationOverAnEmptyListYieldsNull) {
-    RaiseLog(3);
-    void *req = nullptr;
-    EXPECT_EQ(Next(req), kParamsNull + "[DBG orxapi] getNextReq: first returned *req_pp<0x<nil>>\n\n");
-    EXPECT_EQ(req, nullptr);
-    req = fcb_.reqPool[3].req;
-    EXPECT_EQ(Next(req), kParams);
-    EXPECT_EQ(req, nullptr);
-}
-
-TEST_F(RequestList, IterationIsSilentBelowDebugLevel) {
-    Add(5);
-    RaiseLog(2);
-    void *req = nullptr;
-    EXPECT_EQ(Next(req), "");
-    EXPECT_EQ(req, fcb_.reqPool[2].req);
-    EXPECT_EQ(Next(req), "");
-    EXPECT_EQ(req, nullptr);
-}
-
-TEST_F(RequestList, PointerThatIsNotOnTheListYieldsNull) {
-    Add(5);
-    Add(2);
-    RaiseLog(3);
-    u8 elsewhere[48] = {};
-    const std::vector<void *> strangers = {fcb_.reqPool[20].req, elsewhere, &fcb_.reqPool[2],
-                                           fcb_.reqPool[2].req + 1};
-    for (void *stranger : strangers) {
-        void *req = stranger;
-        EXPECT_EQ(Next(req), kParams);
-        EXPECT_EQ(req, nullptr);
-    }
-}
 
 TEST_F(RequestList, IterationWithoutAListIsAssertedAndYieldsNull) {
     void *req = nullptr;

@@ -72,31 +72,6 @@ TEST_F(RequestPool, FreeListIsBuiltFromAnyContents) {
         ChangedOnlyIn(before, {Place(fcb_.freeReqList), Place(fcb_.freeReqCount), Place(fcb_.reqPool)}));
 }
 
-TEST_F(RequestPool, HandsOutNodesOneToThirtyOneInOrder) {
-    for (unsigned i = 1; i <= 31; ++i) {
-        SCOPED_TRACE(i);
-        ReqNode *node = Take();
-        ASSERT_EQ(node, &fcb_.reqPool[i]);
-        EXPECT_EQ(node->curr, i);
-        EXPECT_EQ(node->next, i);
-        EXPECT_EQ(node->prev, i);
-        EXPECT_EQ(node->key, kFill32);
-        EXPECT_EQ(fcb_.freeReqCount, 31 - i);
-        EXPECT_EQ(FreeNodes(), Ascending(i + 1, 31));
-    }
-    EXPECT_EQ(fcb_.reqPool[0].next, 0);
-    EXPECT_EQ(fcb_.reqPool[0].prev, 0);
-}
-
-TEST_F(RequestPool, TakingANodeTouchesOnlyItsNeighboursAndTheCount) {
-    Take();
-    const ContextSnapshot before;
-    Take();
-    EXPECT_TRUE(ChangedOnlyIn(before, {Place(fcb_.reqPool[0].next), Place(fcb_.reqPool[2].next),
-                                       Place(fcb_.reqPool[2].prev), Place(fcb_.reqPool[3].prev),
-                                       Place(fcb_.freeReqCount)}));
-}
-
 TEST_F(RequestPool, ThirtySecondAllocationFailsAndDumpsTheFcb) {
     fcb_.flowHdl.word = 0;
     for (int i = 0; i < 31; ++i) {

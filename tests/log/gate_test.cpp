@@ -16,16 +16,12 @@ struct AtProcessStart {
     int32_t globalLevel = qelLog_getGlobalLogLevel();
     std::array<QelModInfo, kModules> rows{};
     std::array<int32_t, kModules> levels{};
-    std::array<std::array<bool, kLevels>, kModules> mayLog{};
     std::array<std::array<bool, kDdLevels>, kModules> mayDump{};
 
     AtProcessStart() {
         for (uint32_t id = 0; id < kModules; ++id) {
             rows[id] = *qelLog_logIsEnabled(id, 0);
             levels[id] = qelLog_getLogLevel(id);
-            for (uint32_t level = 0; level < kLevels; ++level) {
-                mayLog[id][level] = qelLog_logIsEnabled(id, level) != nullptr;
-            }
             for (uint32_t level = 0; level < kDdLevels; ++level) {
                 mayDump[id][level] = qelLog_ddIsEnabled(id, level) != nullptr;
             }
@@ -35,28 +31,6 @@ struct AtProcessStart {
 
 const AtProcessStart atProcessStart;
 
-TEST(LogLimits, AreThoseOfThePlatform) {
-    EXPECT_EQ(QEL_LOG_ID_MAX, 24u);
-    EXPECT_EQ(QEL_LOG_LEVEL_MAX, 4u);
-    EXPECT_EQ(QEL_LOG_DD_MAX, 3u);
-    EXPECT_EQ(QEL_LOG_ID_QELLOG, 0u);
-    EXPECT_EQ(QEL_LOG_ID_ORXAPI, 12u);
-    EXPECT_EQ(QEL_LOG_LEVEL_ERROR, 0u);
-    EXPECT_EQ(QEL_LOG_LEVEL_INFO, 2u);
-    EXPECT_EQ(QEL_LOG_LEVEL_DEBUG, 3u);
-}
-
-TEST(LogModuleRow, HoldsIdNameLogLevelAndDumpLevelInThisOrder) {
-    EXPECT_EQ(offsetof(QelModInfo, id), 0u);
-    EXPECT_LT(offsetof(QelModInfo, id), offsetof(QelModInfo, name));
-    EXPECT_LT(offsetof(QelModInfo, name), offsetof(QelModInfo, logLevel));
-    EXPECT_LT(offsetof(QelModInfo, logLevel), offsetof(QelModInfo, ddLevel));
-    EXPECT_TRUE((std::is_same_v<decltype(QelModInfo::id), uint32_t>));
-    EXPECT_TRUE((std::is_same_v<decltype(QelModInfo::name), const char *>));
-    EXPECT_TRUE((std::is_same_v<decltype(QelModInfo::logLevel), uint32_t>));
-    EXPECT_TRUE((std::is_same_v<decltype(QelModInfo::ddLevel), uint32_t>));
-}
-
 TEST(LogAtProcessStart, EveryModuleIsQuietAndTheGlobalLevelIsOpen) {
     EXPECT_EQ(atProcessStart.globalLevel, 3);
     for (uint32_t id = 0; id < kModules; ++id) {
@@ -65,16 +39,6 @@ TEST(LogAtProcessStart, EveryModuleIsQuietAndTheGlobalLevelIsOpen) {
         EXPECT_EQ(atProcessStart.rows[id].logLevel, 1u);
         EXPECT_EQ(atProcessStart.rows[id].ddLevel, 0u);
         EXPECT_EQ(atProcessStart.levels[id], 1);
-    }
-}
-
-TEST(LogAtProcessStart, EveryModulePassesErrorsAndRefusesInformationAndDebug) {
-    for (uint32_t id = 0; id < kModules; ++id) {
-        SCOPED_TRACE("module " + std::to_string(id));
-        EXPECT_TRUE(atProcessStart.mayLog[id][0]);
-        EXPECT_TRUE(atProcessStart.mayLog[id][1]);
-        EXPECT_FALSE(atProcessStart.mayLog[id][2]);
-        EXPECT_FALSE(atProcessStart.mayLog[id][3]);
     }
 }
 
@@ -156,49 +120,11 @@ TEST_F(LogTest, TheLevelsOfOtherModulesDoNotMatter) {
     }
 }
 
-TEST_F(LogTest, LogLevelsDoNotOpenTheDataDumpGate) {
-    for (uint32_t level = 0; level < kLevels; ++level) {
-        SetAllModules(level);
-        SetLevels(3, 12, level);
-        for (uint32_t id = 0; id < kModules; ++id) {
-            SCOPED_TRACE("module " + std::to_string(id) + " at level " + std::to_string(level));
-            EXPECT_NE(qelLog_ddIsEnabled(id, 0), nullptr);
-            EXPECT_EQ(qelLog_ddIsEnabled(id, 1), nullptr);
-            EXPECT_EQ(qelLog_ddIsEnabled(id, 2), nullptr);
-            EXPECT_EQ(qelLog_logIsEnabled(id, 0)->ddLevel, 0u);
-        }
-    }
-}
-
 TEST_F(LogTest, TheDataDumpGateDoesNotLookAtLogLevels) {
     SetAllModules(0);
     Quietly([] { qelLog_setGlobalLogLevel(0); });
     for (uint32_t id = 0; id < kModules; ++id) {
         EXPECT_NE(qelLog_ddIsEnabled(id, 0), nullptr) << "module " << id;
-    }
-}
-
-// ---- Named cases ----
-
-TEST_F(LogTest, OrxapiInitiallyRefusesInformationAndPassesErrorsUnderItsName) {
-    EXPECT_EQ(qelLog_logIsEnabled(12, 2), nullptr);
-    const QelModInfo *row = qelLog_logIsEnabled(12, 0);
-    ASSERT_NE(row, nullptr);
-    EXPECT_EQ(row->id, 12u);
-    EXPECT_STREQ(row->name, "orxapi");
-}
-
-TEST_F(LogTest, ARaisedModulePassesDebugUntilTheGlobalLevelIsLowered) {
-    qelLog_setLogLevel(12, 3);
-    EXPECT_NE(qelLog_logIsEnabled(12, 3), nullptr);
-    qelLog_setGlobalLogLevel(2);
-    EXPECT_EQ(qelLog_logIsEnabled(12, 3), nullptr);
-    EXPECT_NE(qelLog_logIsEnabled(12, 2), nullptr);
-}
-
-TEST_F(LogTest, AnyModuleInitiallyRefusesDumpLevelOne) {
-    for (uint32_t id = 0; id < kModules; ++id) {
-        EXPECT_EQ(qelLog_ddIsEnabled(id, 1), nullptr) << "module " << id;
     }
 }
 

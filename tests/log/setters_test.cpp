@@ -77,25 +77,6 @@ TEST_F(LogTest, TheModuleSetterConfirmsWhenQellogMayInformAfterwards) {
     }
 }
 
-TEST_F(LogTest, ConfirmationsAreWordedForTheOperationAndTheTarget) {
-    qelLog_setGlobalLogLevel(3);
-    EXPECT_EQ(test::Capture([] { qelLog_setLogLevel(0, 3); }),
-              "[INF qellog] qelLog_setLogLevel: Log level of qellog was set to 3\n");
-    EXPECT_EQ(test::Capture([] { qelLog_setLogLevel(12, 0); }),
-              "[INF qellog] qelLog_setLogLevel: Log level of orxapi was set to 0\n");
-    EXPECT_EQ(test::Capture([] { qelLog_setGlobalLogLevel(2); }),
-              "[INF qellog] qelLog_setGlobalLogLevel: Global log level was set to 2\n");
-}
-
-TEST_F(LogTest, ConfirmationsGoToStandardOutput) {
-    const test::Output printed = test::CaptureBoth([] {
-        qelLog_setLogLevel(0, 2);
-        qelLog_setGlobalLogLevel(2);
-    });
-    EXPECT_EQ(printed.out, ModuleConfirmation("qellog", 2) + GlobalConfirmation(2));
-    EXPECT_EQ(printed.err, "");
-}
-
 TEST_F(LogTest, GettersPrintNothing) {
     SetAllModules(3);
     EXPECT_EQ(test::Capture([] {
@@ -106,20 +87,6 @@ TEST_F(LogTest, GettersPrintNothing) {
                   }
               }),
               "");
-}
-
-// ---- Named cases ----
-
-TEST_F(LogTest, RaisingQellogToInformationConfirmsItself) {
-    EXPECT_EQ(test::Capture([] { qelLog_setLogLevel(0, 2); }),
-              "[INF qellog] qelLog_setLogLevel: Log level of qellog was set to 2\n");
-}
-
-TEST_F(LogTest, WithQellogAtLevelOneASetterPrintsNothing) {
-    EXPECT_EQ(test::Capture([] { qelLog_setLogLevel(12, 2); }), "");
-    EXPECT_EQ(test::Capture([] { qelLog_setLogLevel(0, 1); }), "");
-    EXPECT_EQ(qelLog_getLogLevel(12), 2);
-    EXPECT_EQ(qelLog_getLogLevel(0), 1);
 }
 
 } // namespace

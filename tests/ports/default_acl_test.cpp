@@ -52,32 +52,6 @@ TEST_F(DefaultAclTest, LinesAtEveryLevel) {
     });
 }
 
-TEST_F(DefaultAclTest, SetterRefusesPortsBeforeTypes) {
-    ASSERT_EQ(QIR_Set_PortDefAcl(0, 1), 0u);
-    struct Row {
-        const char *what;
-        u32 srcPort;
-        u32 aclType;
-        u32 code;
-        const char *name;
-    };
-    std::vector<Refused> refused;
-    for (const Row &row : {
-             Row{"port 9", 9, 1, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"port 10", 10, 0, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"port all ones", kAllOnes, 1, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"type 2", 8, 2, 51, "e_RET_ERR_INVALID_ACLTYPE"},
-             Row{"type 3", 0, 3, 51, "e_RET_ERR_INVALID_ACLTYPE"},
-             Row{"type all ones", 0, kAllOnes, 51, "e_RET_ERR_INVALID_ACLTYPE"},
-             Row{"port 9 and type 2", 9, 2, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"both all ones", kAllOnes, kAllOnes, 36, "e_RET_ERR_INVALID_SRCPORT"},
-         }) {
-        refused.push_back({row.what, Set(row.srcPort, row.aclType), row.code,
-                           SetParams(row.srcPort, row.aclType), Refusal(kSet, row.name, row.code)});
-    }
-    ExpectRefused(refused);
-}
-
 TEST_F(DefaultAclTest, GetterYieldsTheTypeThatWasKept) {
     for (const u32 odd : {0u, 1u}) {
         for (u32 srcPort = 0; srcPort < 9; ++srcPort) {
@@ -93,20 +67,6 @@ TEST_F(DefaultAclTest, GetterYieldsTheTypeThatWasKept) {
             }
         });
     }
-}
-
-TEST_F(DefaultAclTest, GetterRefusesPortsBeforeNull) {
-    u32 read = 0x12345678;
-    const std::string port = Refusal(kGet, "e_RET_ERR_INVALID_SRCPORT", 36);
-    const std::string null = Refusal(kGet, "e_RET_ERR_NULL_PTR", 2);
-    ExpectRefused({
-        {"port 9", [&] { return QIR_Get_PortDefAcl(9, &read); }, 36, GetParams(9, "ptr"), port},
-        {"port all ones", [&] { return QIR_Get_PortDefAcl(kAllOnes, &read); }, 36,
-         GetParams(4294967295, "ptr"), port},
-        {"null", [] { return QIR_Get_PortDefAcl(8, nullptr); }, 2, GetParams(8, "nil"), null},
-        {"port 9 and null", [] { return QIR_Get_PortDefAcl(9, nullptr); }, 36, GetParams(9, "nil"), port},
-    });
-    EXPECT_EQ(read, 0x12345678u);
 }
 
 TEST_F(DefaultAclTest, LinesToTheBlank) {

@@ -71,36 +71,6 @@ TEST_F(PadLengthTest, EveryLengthBelow64CountsAsZero) {
     }
 }
 
-TEST_F(PadLengthTest, SetterRefusesPortsBeforeLengths) {
-    for (u32 srcPort = 0; srcPort < 8; ++srcPort) {
-        ASSERT_EQ(QIR_Set_PortPadLen(srcPort, 64 + srcPort), 0u);
-    }
-    struct Row {
-        const char *what;
-        u32 srcPort;
-        u32 padLen;
-        u32 code;
-        const char *name;
-    };
-    std::vector<Refused> refused;
-    for (const Row &row : {
-             Row{"port 8", 8, 100, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"port 8, shortest", 8, 0, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"port 9", 9, 100, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"port all ones", kAllOnes, 100, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"length 256", 7, 256, 67, "e_RET_ERR_INVALID_PADLEN"},
-             Row{"length 257", 0, 257, 67, "e_RET_ERR_INVALID_PADLEN"},
-             Row{"length 256 + 63", 0, 319, 67, "e_RET_ERR_INVALID_PADLEN"},
-             Row{"length all ones", 3, kAllOnes, 67, "e_RET_ERR_INVALID_PADLEN"},
-             Row{"port 8 and length 256", 8, 256, 36, "e_RET_ERR_INVALID_SRCPORT"},
-             Row{"both all ones", kAllOnes, kAllOnes, 36, "e_RET_ERR_INVALID_SRCPORT"},
-         }) {
-        refused.push_back({row.what, Set(row.srcPort, row.padLen), row.code,
-                           SetParams(row.srcPort, row.padLen), Refusal(kSet, row.name, row.code)});
-    }
-    ExpectRefused(refused);
-}
-
 TEST_F(PadLengthTest, GetterYieldsTheLengthThatWasKept) {
     for (u32 srcPort = 0; srcPort < 8; ++srcPort) {
         ASSERT_EQ(QIR_Set_PortPadLen(srcPort, 60 + srcPort), 0u);
@@ -114,21 +84,6 @@ TEST_F(PadLengthTest, GetterYieldsTheLengthThatWasKept) {
             EXPECT_EQ(read, srcPort < 4 ? 0 : 60 + srcPort);
         }
     });
-}
-
-TEST_F(PadLengthTest, GetterRefusesPortsBeforeNull) {
-    u32 read = 0x12345678;
-    const std::string port = Refusal(kGet, "e_RET_ERR_INVALID_SRCPORT", 36);
-    const std::string null = Refusal(kGet, "e_RET_ERR_NULL_PTR", 2);
-    ExpectRefused({
-        {"port 8", [&] { return QIR_Get_PortPadLen(8, &read); }, 36, GetParams(8), port},
-        {"port 9", [&] { return QIR_Get_PortPadLen(9, &read); }, 36, GetParams(9), port},
-        {"port all ones", [&] { return QIR_Get_PortPadLen(kAllOnes, &read); }, 36, GetParams(4294967295),
-         port},
-        {"null", [] { return QIR_Get_PortPadLen(7, nullptr); }, 2, GetParams(7), null},
-        {"port 8 and null", [] { return QIR_Get_PortPadLen(8, nullptr); }, 36, GetParams(8), port},
-    });
-    EXPECT_EQ(read, 0x12345678u);
 }
 
 TEST_F(PadLengthTest, LinesToTheBlank) {

@@ -137,35 +137,6 @@ TEST_F(TpidTest, GetterYieldsTheStoredPortIdToo) {
     EXPECT_TRUE(SameBytes(read, {.portId = 0x87654321, .tpid = {9, 8, 7, 6}}));
 }
 
-// Null comes first; a port out of range is not shown, let alone the TPIDs.
-TEST_F(TpidTest, SetterRefusesNullAndPorts) {
-    const TpidCfg last = CfgOf(8);
-    ASSERT_EQ(QIR_Set_Tpid(&last), 0u);
-    const TpidCfg port9 = {.portId = 9, .tpid = {1, 2, 3, 4}};
-    const TpidCfg far = {.portId = kAllOnes, .tpid = {1, 2, 3, 4}};
-    const std::string port = Refusal(kSet, "e_RET_ERR_INVALID_SRCPORT", 36);
-    ExpectRefused({
-        {"null", Set(nullptr), 2, Params(kSet, "nil"), Refusal(kSet, "e_RET_ERR_NULL_PTR", 2)},
-        {"port 9", Set(&port9), 36, Params(kSet, "ptr"), port},
-        {"port all ones", Set(&far), 36, Params(kSet, "ptr"), port},
-    });
-}
-
-TEST_F(TpidTest, GetterRefusesNullAndPorts) {
-    const TpidCfg port9 = {.portId = 9, .tpid = {1, 2, 3, 4}};
-    const TpidCfg far = {.portId = kAllOnes, .tpid = {1, 2, 3, 4}};
-    TpidCfg read9 = port9;
-    TpidCfg readFar = far;
-    const std::string port = Refusal(kGet, "e_RET_ERR_INVALID_SRCPORT", 36);
-    ExpectRefused({
-        {"null", Get(nullptr), 2, Params(kGet, "nil"), Refusal(kGet, "e_RET_ERR_NULL_PTR", 2)},
-        {"port 9", Get(&read9), 36, Params(kGet, "ptr") + PortParam(kGet, 9), port},
-        {"port all ones", Get(&readFar), 36, Params(kGet, "ptr") + PortParam(kGet, 4294967295), port},
-    });
-    EXPECT_TRUE(SameBytes(read9, port9));
-    EXPECT_TRUE(SameBytes(readFar, far));
-}
-
 TEST_F(TpidTest, LinesShowTheCallersAddress) {
     TpidCfg cfg = {.portId = 9, .tpid = {}};
     test::RaiseLog(2);

@@ -7,84 +7,6 @@ namespace {
 
 class RlAndDriver : public test::LibraryTest {};
 
-TEST_F(RlAndDriver, FailedActivationLeavesTheLimiterConfigured) {
-    for (const Limiter &rl : kCorners) {
-        for (const Failure &failure : kFailures) {
-            AtEveryLevel([&](u32 level) {
-                Prepare(rl, e_STATUS_CFG);
-                Hardware expected;
-                Put(expected, rl, true, kOldEnt);
-                ExpectFailed(level, failure, Activate(rl), "QIR_Activate_RL", Params("QIR_Activate_RL", rl),
-                             ActivateRecord(rl, kOldEnt));
-                ExpectSlot(rl, kOldEnt, e_STATUS_CFG);
-                EXPECT_EQ(expected.IsNow(), failure.taken);
-            });
-        }
-    }
-}
-
-TEST_F(RlAndDriver, FailedDeactivationLeavesTheLimiterActive) {
-    for (const Limiter &rl : kCorners) {
-        for (const Failure &failure : kFailures) {
-            AtEveryLevel([&](u32 level) {
-                Prepare(rl, e_STATUS_ACTIVE);
-                Hardware expected;
-                Put(expected, rl, false, kZeroEnt);
-                ExpectFailed(level, failure, Deactivate(rl), "QIR_Deactivate_RL",
-                             Params("QIR_Deactivate_RL", rl), DeactivateRecord(rl, 0));
-                ExpectSlot(rl, kOldEnt, e_STATUS_ACTIVE);
-                EXPECT_EQ(expected.IsNow(), failure.taken);
-            });
-        }
-    }
-}
-
-TEST_F(RlAndDriver, StepSucceedsOnceTheFailureIsOver) {
-    const Limiter rl = {1, 4};
-    for (const Failure &failure : kFailures) {
-        if (failure.taken) {
-            continue;
-        }
-        SCOPED_TRACE(failure.how);
-        Prepare(rl, e_STATUS_CFG);
-        failure.arm(41);
-        EXPECT_EQ(Call(Activate(rl)).rc, 1u);
-        orxemu_setPresent(1);
-        EXPECT_EQ(Call(Activate(rl)).rc, 0u);
-        ExpectSlot(rl, kOldEnt, e_STATUS_ACTIVE);
-        failure.arm(42);
-        EXPECT_EQ(Call(Deactivate(rl)).rc, 1u);
-        orxemu_setPresent(1);
-        EXPECT_EQ(Call(Deactivate(rl)).rc, 0u);
-        ExpectSlot(rl, kOldEnt, e_STATUS_CFG);
-        EXPECT_EQ(orxemu_state()->rl[1][4].active, 0);
-    }
-}
-
-// The two sides disagree after a lost answer, and the hardware has the last word.
-TEST_F(RlAndDriver, LostAnswerLeavesTheTwoSidesApart) {
-    const Limiter rl = {0, 9};
-    Prepare(rl, e_STATUS_CFG);
-    orxemu_loseAnswer(41, 1, EINTR);
-    EXPECT_EQ(Call(Activate(rl)).rc, 1u);
-    EXPECT_EQ(orxemu_state()->rl[0][9].active, 1);
-    const Called again = Call(Activate(rl));
-    EXPECT_EQ(again.rc, 1u);
-    EXPECT_EQ(again.err, "pktOrxDevIoctl <41> error\n");
-    EXPECT_EQ(orxemu_request(orxemu_numRequests() - 1)->err, EBUSY);
-    ExpectSlot(rl, kOldEnt, e_STATUS_CFG);
-    EXPECT_EQ(Call(Deactivate(rl)).rc, 14u);
-
-    Prepare(rl, e_STATUS_ACTIVE);
-    orxemu_loseAnswer(42, 1, EINTR);
-    EXPECT_EQ(Call(Deactivate(rl)).rc, 1u);
-    EXPECT_EQ(orxemu_state()->rl[0][9].active, 0);
-    EXPECT_EQ(Call(Deactivate(rl)).rc, 1u);
-    EXPECT_EQ(orxemu_request(orxemu_numRequests() - 1)->err, ENOENT);
-    ExpectSlot(rl, kOldEnt, e_STATUS_ACTIVE);
-    EXPECT_EQ(Call(Free(rl)).rc, 13u);
-}
-
 TEST_F(RlAndDriver, OnlyStatusTciActivationAndDeactivationReachTheDriver) {
     const Limiter rl = {1, 1};
     RlEnt rlEnt = kZeroEnt;
@@ -168,49 +90,6 @@ TEST_F(RlAndDriver, SecondStartForgetsTheLimiters) {
     EXPECT_EQ(LastRequest().err, EBUSY);
     ExpectSlot(rl, kNewEnt, e_STATUS_CFG);
     EXPECT_TRUE(hardware.IsNow());
-}
-
-// ---- requests past the library --------------------------------------------------------------------
-
-TEST_F(RlAndDriver, HardwareRefusesDirectionsIndexesAndRatesOutOfRange) {
-    Prepare({0, 0}, e_STATUS_ACTIVE);
-    const ContextSnapshot context;
-    const Hardware hardware;
-    for (const Limiter &rl :
-         {Limiter{2, 0}, Limiter{0, 16}, Limiter{2, 16}, Limiter{kAllOnes, 0}, Limiter{1, kAllOnes}}) {
-        SCOPED_TRACE(TextOf(rl));
-        EXPECT_EQ(SendDirectly(ActivateRecord(rl, kOldEnt)), EINVAL);
-        EXPECT_EQ(SendDirectly(DeactivateRecord(rl, 0)), EINVAL);
-        EXPECT_TRUE(hardware.IsNow());
-    }
-    const RlEnt ents[] = {{.tci = 0, .cirRate = 8065, .cirUnit = 0, .cbs = 0},
-                          {.tci = 0, .cirRate = 1001, .cirUnit = 1, .cbs = 0},
-                          {.tci = 0, .cirRate = 0, .cirUnit = 2, .cbs = 0},
-                          {.tci = 0, .cirRate = kAllOnes, .cirUnit = kAllOnes, .cbs = 0}};
-    for (const RlEnt &rlEnt : ents) {
-        SCOPED_TRACE(rlEnt.cirRate);
-        EXPECT_EQ(SendDirectly(ActivateRecord({1, 1}, rlEnt)), EINVAL);
-        EXPECT_TRUE(hardware.IsNow());
-    }
-    EXPECT_TRUE(context.Unchanged());
-}
-
-TEST_F(RlAndDriver, HardwareKeepsTheStateOfActivation) {
-    const Limiter rl = {1, 15};
-    EXPECT_EQ(SendDirectly(DeactivateRecord(rl, 0)), ENOENT);
-    Hardware expected;
-    EXPECT_EQ(SendDirectly(ActivateRecord(rl, kNewEnt)), 0);
-    Put(expected, rl, true, kNewEnt);
-    EXPECT_TRUE(expected.IsNow());
-    EXPECT_EQ(SendDirectly(ActivateRecord(rl, kOldEnt)), EBUSY);
-    EXPECT_TRUE(expected.IsNow());
-    EXPECT_EQ(SendDirectly(DeactivateRecord({0, 15}, 0)), ENOENT);
-    EXPECT_EQ(SendDirectly(DeactivateRecord({1, 14}, 0)), ENOENT);
-    EXPECT_TRUE(expected.IsNow());
-    EXPECT_EQ(SendDirectly(DeactivateRecord(rl, 0xFFFF)), 0);
-    Put(expected, rl, false, kZeroEnt);
-    EXPECT_TRUE(expected.IsNow());
-    EXPECT_EQ(SendDirectly(DeactivateRecord(rl, 0)), ENOENT);
 }
 
 } // namespace

@@ -35,8 +35,6 @@ struct Limiter {
     u32 dir;
     u32 index;
 };
-// The corners of the table.
-constexpr Limiter kCorners[] = {{0, 0}, {0, 15}, {1, 0}, {1, 15}};
 
 inline std::string TextOf(const Limiter &rl) {
     return "limiter " + std::to_string(rl.dir) + ":" + std::to_string(rl.index);

@@ -68,60 +68,11 @@ TEST_F(RlTciTest, GetterYieldsAndShowsWhatWasKept) {
     });
 }
 
-TEST_F(RlTciTest, SetterRefusesDirections) {
-    ASSERT_EQ(QIR_Set_RLTciCfg(1, RlTciCfg{{1, 2}}), 0u);
-    const std::string refusal = Refusal(kSet, "e_RET_ERR_INVALID_RLDIR", 70);
-    ExpectRefused({
-        {"2", SetTci(2, 3, 4), 70, Inf(kSet, "Params: rlDir<2> rlTciCfg<0x   3:0x   4>"), refusal},
-        {"3", SetTci(3, 0, 0), 70, Inf(kSet, "Params: rlDir<3> rlTciCfg<0x   0:0x   0>"), refusal},
-        {"all ones", SetTci(kAllOnes, 0xFFFF, 0xFFFF), 70,
-         Inf(kSet, "Params: rlDir<4294967295> rlTciCfg<0xffff:0xffff>"), refusal},
-    });
-}
-
-TEST_F(RlTciTest, GetterRefusesDirectionsBeforeNull) {
-    RlTciCfg read = {{0xDEAD, 0xBEEF}};
-    const std::string dir = Refusal(kGet, "e_RET_ERR_INVALID_RLDIR", 70);
-    const std::string null = Refusal(kGet, "e_RET_ERR_NULL_PTR", 2);
-    ExpectRefused({
-        {"direction 2", GetTci(2, &read), 70, Inf(kGet, "Params: rlDir<2> rlTciCfg_p<0x<ptr>>"), dir},
-        {"direction all ones", GetTci(kAllOnes, &read), 70,
-         Inf(kGet, "Params: rlDir<4294967295> rlTciCfg_p<0x<ptr>>"), dir},
-        {"null", GetTci(1, nullptr), 2, Inf(kGet, "Params: rlDir<1> rlTciCfg_p<0x<nil>>"), null},
-        {"direction 2 and null", GetTci(2, nullptr), 70, Inf(kGet, "Params: rlDir<2> rlTciCfg_p<0x<nil>>"),
-         dir},
-    });
-    ExpectTci(read, 0xDEAD, 0xBEEF);
-}
-
 TEST_F(RlTciTest, GetterShowsTheCallersAddress) {
     RlTciCfg read = {};
     ExpectUnmasked(GetTci(0, &read),
                    "[INF orxapi] QIR_Get_RLTciCfg: Params: rlDir<0> rlTciCfg_p<" + AddressText(&read) +
                        ">\n[INF orxapi] QIR_Get_RLTciCfg: Params: rlDir<0> rlTciCfg<0x   0:0x   0>\n");
-}
-
-TEST_F(RlTciTest, FailedRequestLeavesTheHalvesAsTheyWere) {
-    for (u32 dir = 0; dir < kDirs; ++dir) {
-        for (const Failure &failure : kFailures) {
-            AtEveryLevel([&](u32 level) {
-                Restart();
-                ASSERT_EQ(QIR_Set_RLTciCfg(dir, RlTciCfg{{0x1111, 0x2222}}), 0u);
-                Hardware expected;
-                expected->rlTci[dir][0] = 0xABC;
-                expected->rlTci[dir][1] = 0xDEF0;
-                const std::string inf =
-                    Inf(kSet, "Params: rlDir<" + std::to_string(dir) + "> rlTciCfg<0x abc:0xdef0>");
-                ExpectFailed(level, failure, SetTci(dir, 0xABC, 0xDEF0), kSet, inf,
-                             TciRecord(dir, 0xABC, 0xDEF0));
-                ExpectTci(qirCtxt_gp->rlTciCfgTbl[dir], 0x1111, 0x2222);
-                EXPECT_EQ(expected.IsNow(), failure.taken);
-                EXPECT_EQ(Call(SetTci(dir, 0xABC, 0xDEF0)).rc, 0u);
-                ExpectTci(qirCtxt_gp->rlTciCfgTbl[dir], 0xABC, 0xDEF0);
-                EXPECT_TRUE(expected.IsNow());
-            });
-        }
-    }
 }
 
 TEST_F(RlTciTest, HalvesOutliveASecondStart) {
@@ -143,19 +94,6 @@ TEST_F(RlTciTest, HalvesAreZeroAtFirst) {
         EXPECT_EQ(QIR_Get_RLTciCfg(dir, &read), 0u);
         ExpectTci(read, 0, 0);
     }
-}
-
-TEST_F(RlTciTest, HardwareRefusesOtherDirections) {
-    ASSERT_EQ(QIR_Set_RLTciCfg(1, RlTciCfg{{1, 2}}), 0u);
-    const Hardware hardware;
-    for (const u32 dir : {2u, 3u, kAllOnes}) {
-        EXPECT_EQ(SendDirectly(TciRecord(dir, 5, 6)), EINVAL);
-        EXPECT_TRUE(hardware.IsNow());
-    }
-    EXPECT_EQ(SendDirectly(TciRecord(1, 5, 6)), 0);
-    EXPECT_EQ(orxemu_state()->rlTci[1][0], 5);
-    EXPECT_EQ(orxemu_state()->rlTci[1][1], 6);
-    ExpectTci(qirCtxt_gp->rlTciCfgTbl[1], 1, 2);
 }
 
 } // namespace

@@ -19,7 +19,13 @@ Outcome CallAtLast(Scene &scene, const std::function<uint32_t()> &call) {
         change();
     }
     Outcome outcome;
+    const test::ContextSnapshot before;
+    const std::size_t opens = orxemu_numOpens();
+    test::RaiseLog(levelOfCalls);
     outcome.printed = test::CaptureBoth([&] { outcome.code = call(); });
+    test::RaiseLog(1);
+    outcome.changedContext = !before.Unchanged();
+    outcome.openedDevice = orxemu_numOpens() != opens;
     outcome.printed.out = test::Mask(outcome.printed.out);
     return outcome;
 }

@@ -47,6 +47,8 @@ struct Row {
 struct Outcome {
     uint32_t code = 0;
     test::Output printed;
+    bool changedContext = false;
+    bool openedDevice = false;
 };
 
 // A way of a row, by their indexes.
@@ -89,7 +91,10 @@ void Must(uint32_t code);
 std::string NoDevice();
 std::string Refused(int request);
 
-// Calls, with the scene's last changes made, and notes what is printed.
+// The log level of calls.
+inline uint32_t levelOfCalls = 1;
+
+// Calls, with the scene's last changes made, and notes what is printed and touched.
 Outcome CallAtLast(Scene &scene, const std::function<uint32_t()> &call);
 
 template <class S> class Describe {

@@ -6,16 +6,12 @@
 
 #include "tests/support/library.h"
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <fcntl.h>
 #include <functional>
 #include <memory>
 #include <string>
-#include <sys/ioctl.h>
-#include <unistd.h>
 #include <vector>
 
 namespace calls {
@@ -24,10 +20,7 @@ using qir::u16;
 using qir::u32;
 using qir::u8;
 using test::ContextSnapshot;
-using test::Err;
 using test::Inf;
-using test::Refusal;
-using test::RetVal;
 
 constexpr u32 kAllOnes = 0xFFFFFFFF;
 // Parameter lines are printed from this level on.
@@ -165,22 +158,6 @@ inline void ExpectSeen(const OrxEmuRequest &seen, const Request &request, int er
     EXPECT_EQ(std::memcmp(seen.in, seen.out, sizeof seen.in), 0);
 }
 
-// Sends the request past the library, with 0xA5 in the bytes that are not set. 0 or the answer's errno.
-inline int SendDirectly(const Request &request) {
-    std::vector<u8> record(request.recordSize, u8{0xA5});
-    for (const Field &field : request.fields) {
-        const u16 half = static_cast<u16>(field.value);
-        const void *value = field.size == sizeof half ? static_cast<const void *>(&half) : &field.value;
-        std::memcpy(record.data() + field.offset, value, field.size);
-    }
-    const int fd = ::open("/dev/pktorx", O_RDWR);
-    EXPECT_GE(fd, 0);
-    const int result = ::ioctl(fd, static_cast<unsigned long>(request.number), record.data());
-    const int err = result == 0 ? 0 : errno;
-    ::close(fd);
-    return err;
-}
-
 // ---- outcomes -------------------------------------------------------------------------------------
 
 // The call succeeds, prints nothing but its parameter lines, sends these requests one by one, each over a
@@ -207,79 +184,6 @@ inline void ExpectDone(u32 level, const Op &op, const std::string &inf, const st
 // nothing.
 inline void ExpectRead(u32 level, const Op &op, const std::string &inf) {
     ExpectDone(level, op, inf, {}, {});
-}
-
-// A call that is refused: its code, its parameter lines, its error lines.
-struct Refused {
-    std::string what;
-    Op call;
-    u32 code;
-    std::string inf;
-    std::string err;
-};
-
-// The call returns the code and prints its lines, changes no byte of the context and does not even open the
-// device.
-inline void ExpectRefused(u32 level, const Refused &row) {
-    SCOPED_TRACE(row.what + ": code " + std::to_string(row.code));
-    const ContextSnapshot before;
-    const Hardware hardware;
-    const std::size_t numOpens = orxemu_numOpens();
-    const Called called = Call(row.call, level);
-    EXPECT_EQ(called.rc, row.code);
-    EXPECT_EQ(called.out, (level >= kInfLevel ? row.inf : "") + row.err);
-    EXPECT_EQ(called.err, "");
-    EXPECT_TRUE(before.Unchanged());
-    EXPECT_TRUE(hardware.IsNow());
-    EXPECT_EQ(orxemu_numOpens(), numOpens);
-}
-
-inline void ExpectRefused(const std::vector<Refused> &rows) {
-    AtEveryLevel([&](u32 level) {
-        for (const Refused &row : rows) {
-            ExpectRefused(level, row);
-        }
-    });
-}
-
-// The ways in which the driver fails a request.
-struct Failure {
-    const char *how;
-    void (*arm)(int request);
-    bool opens; // the device opens
-    bool taken; // the hardware took the request all the same
-    int err;    // errno of the failing call
-};
-inline const Failure kFailures[] = {
-    {"device missing", [](int) { orxemu_setPresent(0); }, false, false, 2},
-    {"device not openable", [](int) { orxemu_failOpen(1, EACCES); }, false, false, EACCES},
-    {"request fails", [](int request) { orxemu_failRequest(request, 1, EIO); }, true, false, EIO},
-    {"answer lost", [](int request) { orxemu_loseAnswer(request, 1, EINTR); }, true, true, EINTR},
-};
-
-// With this failure the call returns 1, says so on both streams and leaves the context as it was; `request`
-// is what the driver saw if the device opened. The failure is over afterwards.
-inline void ExpectFailed(u32 level, const Failure &failure, const Op &op, const std::string &fn,
-                         const std::string &inf, const Request &request) {
-    SCOPED_TRACE(fn + ", " + failure.how);
-    const ContextSnapshot before;
-    const Hardware hardware;
-    const std::size_t numRequests = orxemu_numRequests();
-    failure.arm(request.number);
-    const Called called = Call(op, level);
-    orxemu_setPresent(1);
-    EXPECT_EQ(called.rc, 1u);
-    EXPECT_EQ(called.out, (level >= kInfLevel ? inf : "") + RetVal(fn, 1));
-    EXPECT_EQ(called.err, failure.opens
-                              ? "pktOrxDevIoctl <" + std::to_string(request.number) + "> error\n"
-                              : "qel_dev_open </dev/pktorx> error no " + std::to_string(failure.err) + "\n");
-    EXPECT_TRUE(before.Unchanged());
-    EXPECT_EQ(hardware.IsNow(), !failure.taken);
-    EXPECT_EQ(orxemu_openDescriptors(), 0);
-    ASSERT_EQ(orxemu_numRequests() - numRequests, failure.opens ? 1u : 0u);
-    if (failure.opens) {
-        ExpectSeen(*orxemu_request(numRequests), request, failure.err);
-    }
 }
 
 } // namespace calls

@@ -67,27 +67,6 @@ class TableAccessors : public LibraryTest {
     }
 };
 
-TEST_F(TableAccessors, ReferenceCountAssertionsRead) {
-    qir::DscpTblInfo dscp{};
-    EXPECT_EQ(CaptureMasked([&] { qir::decrDscpTblRefCnt(&dscp); }),
-              "[ASSERT qirapi_access] decrDscpTblRefCnt,#: (tbl_p->refCnt != 0 )\n");
-    qir::PacTblInfo pac{};
-    EXPECT_EQ(CaptureMasked([&] { qir::decrPacTblRefCnt(&pac); }),
-              "[ASSERT qirapi_access] decrPacTblRefCnt,#: (tbl_p->refCnt != 0)\n");
-    pac.refCnt = 512;
-    EXPECT_EQ(CaptureMasked([&] { qir::incrPacTblRefCnt(&pac); }),
-              "[ASSERT qirapi_access] incrPacTblRefCnt,#: (tbl_p->refCnt < QIR_MAX_FLOWS)\n");
-}
-
-TEST_F(TableAccessors, AsConfigurationInAndOut) {
-    auto *info = &qirCtxt_gp->asTblPool[5];
-    const auto cfg = Numbered<AsTblCfg>();
-    ExpectStored(info, Image::Of(*info).Bytes(8, &cfg, 4), [&](auto *p) { qir::setAsTblCfg(p, &cfg); });
-    AsTblCfg out{};
-    ExpectStored(info, Image::Of(*info), [&](auto *p) { qir::getAsTblCfg(p, &out); });
-    EXPECT_EQ(out.srcPortMask, cfg.srcPortMask);
-}
-
 TEST_F(TableAccessors, AsConfigurationByIndex) {
     const AsTblCfg cfg{0x80000001};
     for (uint8_t id = 0; id < 16; ++id) {
@@ -102,87 +81,6 @@ TEST_F(TableAccessors, AsConfigurationRecordIsFilled) {
         AsTblCfg cfg{0x12345678};
         EXPECT_EQ(Capture([&] { qir::Fill_AsTblCfg(&cfg, mask); }), "");
         EXPECT_EQ(cfg.srcPortMask, mask);
-    }
-}
-
-// The slot's status word lies behind the entry's 52 bytes and is not the accessors' business.
-TEST_F(TableAccessors, AsEntryInAndOutLeavesTheSlotStatusAlone) {
-    auto *info = &qirCtxt_gp->asTblPool[5];
-    for (uint8_t slot = 0; slot < 8; ++slot) {
-        SCOPED_TRACE(unsigned{slot});
-        const auto ent = Numbered<AsEnt>(static_cast<uint8_t>(1 + slot));
-        ExpectStored(info, Image::Of(*info).Bytes(20u + 56u * slot, &ent, 52),
-                     [&](auto *p) { qir::setAsTblEntry(p, slot, &ent); });
-        EXPECT_EQ(info->ent[slot].status, e_STATUS_FREE);
-        AsEnt out{};
-        ExpectStored(info, Image::Of(*info), [&](auto *p) { qir::getAsTblEntry(p, slot, &out); });
-        EXPECT_TRUE(Image::Of(ent).Is(&out));
-    }
-}
-
-TEST_F(TableAccessors, DscpDefaultIsCopiedWholeAndWrittenIntoAllRows) {
-    auto *info = &qirCtxt_gp->dscpTblPool[5];
-    auto def = Numbered<DscpDefPbits>(0x10);
-    def.pbits = 6;
-    ExpectStored(info, Image::Of(*info).Bytes(8, &def, 8).Fill(24, 64, 6),
-                 [&](auto *p) { qir::setDscpToPbitsTable_DefPbits(p, &def); });
-    DscpDefPbits out{};
-    ExpectStored(info, Image::Of(*info), [&](auto *p) { qir::getDscpToPbitsTable_DefPbits(p, &out); });
-    EXPECT_TRUE(Image::Of(def).Is(&out));
-}
-
-TEST_F(TableAccessors, DscpRangeIsWrittenWithBothEnds) {
-    struct Row {
-        uint8_t start, end;
-    };
-    for (const Row &row : {Row{0, 0}, Row{0, 63}, Row{10, 10}, Row{10, 20}, Row{63, 63}, Row{62, 63}}) {
-        SCOPED_TRACE(std::to_string(row.start) + " to " + std::to_string(row.end));
-        auto *info = &qirCtxt_gp->dscpTblPool[3];
-        qir::Init_DscpTbl(3);
-        const DscpMapping mapping{0xEE, row.start, row.end, 7};
-        ExpectStored(
-            info,
-            Image::Of(*info).Fill(24u + row.start, static_cast<std::size_t>(row.end - row.start + 1), 7),
-            [&](auto *p) { qir::setDscpToPbitsTable(p, &mapping); });
-    }
-}
-
-TEST_F(TableAccessors, DscpRowOut) {
-    auto *info = &qirCtxt_gp->dscpTblPool[3];
-    for (uint8_t dscp = 0; dscp < 64; ++dscp) {
-        info->pbits[dscp] = static_cast<uint8_t>(dscp + 100);
-    }
-    for (uint8_t dscp = 0; dscp < 64; ++dscp) {
-        SCOPED_TRACE(unsigned{dscp});
-        uint8_t pbits = 0;
-        ExpectStored(info, Image::Of(*info), [&](auto *p) { qir::getDscpToPbitsTable(p, dscp, &pbits); });
-        EXPECT_EQ(pbits, dscp + 100);
-    }
-}
-
-TEST_F(TableAccessors, PacConfigurationIsCopiedWholeAndIntoAllEntries) {
-    auto *info = &qirCtxt_gp->pacTblPool[5];
-    const auto cfg = Numbered<PacTblCfg>();
-    Image expected = Image::Of(*info).Bytes(8, &cfg, 28);
-    for (std::size_t pbits = 0; pbits < 8; ++pbits) {
-        expected.Bytes(44 + 28 * pbits, &cfg, 28);
-    }
-    ExpectStored(info, expected, [&](auto *p) { qir::setPacTblCfg(p, &cfg); });
-    PacTblCfg out{};
-    ExpectStored(info, expected, [&](auto *p) { qir::getPacTblCfg(p, &out); });
-    EXPECT_TRUE(Image::Of(cfg).Is(&out));
-}
-
-TEST_F(TableAccessors, PacEntryInAndOut) {
-    auto *info = &qirCtxt_gp->pacTblPool[5];
-    for (uint8_t pbits = 0; pbits < 8; ++pbits) {
-        SCOPED_TRACE(unsigned{pbits});
-        const auto ent = Numbered<PacTblCfg>(static_cast<uint8_t>(1 + pbits));
-        ExpectStored(info, Image::Of(*info).Bytes(44u + 28u * pbits, &ent, 28),
-                     [&](auto *p) { qir::setPacTblEntry(p, pbits, &ent); });
-        PacTblCfg out{};
-        ExpectStored(info, Image::Of(*info), [&](auto *p) { qir::getPacTblEntry(p, pbits, &out); });
-        EXPECT_TRUE(Image::Of(ent).Is(&out));
     }
 }
 

@@ -63,17 +63,5 @@ TEST_F(EpTables, TablesInAnyStateStayAsTheyAre) {
     }
 }
 
-TEST_F(EpTables, FlowsRefuseEveryEpHandleBecauseItsTableIsFree) {
-    FlowHdl flow{};
-    ASSERT_EQ(QIR_Alloc_FCB(1, &flow), 0u);
-    for (unsigned id = 0; id < 6; ++id) {
-        EpTblHdl hdl = EpHdl(id);
-        ASSERT_EQ(QIR_Alloc_EpTable(&hdl), 0u);
-        const Said said = Call([&] { return QIR_Set_EpInfo(&flow, e_TBLSTATUS_ENABLE, &hdl); });
-        EXPECT_EQ(said.code, 3u);
-        EXPECT_EQ(said.out, TableIsFree("Ep", "epTblHdl", id) + RetVal("QIR_Set_EpInfo", 3));
-    }
-}
-
 } // namespace
 } // namespace test

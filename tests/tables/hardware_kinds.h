@@ -13,16 +13,6 @@ inline uint32_t WordAt(const uint8_t *bytes) {
 }
 
 struct AsInHardware : AsKind {
-    static constexpr int kActivateRequest = 21;
-    static constexpr int kDeactivateRequest = 22;
-    static constexpr const char *kActivateName = "QIR_Activate_AsTable";
-    static constexpr const char *kDeactivateName = "QIR_Deactivate_AsTable";
-    static constexpr auto Alloc = QIR_Alloc_AsTable;
-    static constexpr auto Free = QIR_Free_AsTable;
-    static constexpr auto Activate = QIR_Activate_AsTable;
-    static constexpr auto Deactivate = QIR_Deactivate_AsTable;
-    static constexpr auto ActivateRecord = qir::Activate_AsTable;
-    static constexpr auto DeactivateRecord = qir::Deactivate_AsTable;
     static const OrxEmuTable *Hardware() { return orxemu_state()->asTbl; }
 
     static void Configure(unsigned id) {
@@ -61,16 +51,6 @@ struct AsInHardware : AsKind {
 };
 
 struct DscpInHardware : DscpKind {
-    static constexpr int kActivateRequest = 23;
-    static constexpr int kDeactivateRequest = 24;
-    static constexpr const char *kActivateName = "QIR_Activate_DscpToPbitsTable";
-    static constexpr const char *kDeactivateName = "QIR_Deactivate_DscpToPbitsTable";
-    static constexpr auto Alloc = QIR_Alloc_DscpToPbitsTable;
-    static constexpr auto Free = QIR_Free_DscpToPbitsTable;
-    static constexpr auto Activate = QIR_Activate_DscpToPbitsTable;
-    static constexpr auto Deactivate = QIR_Deactivate_DscpToPbitsTable;
-    static constexpr auto ActivateRecord = qir::Activate_DscpToPbitsTable;
-    static constexpr auto DeactivateRecord = qir::Deactivate_DscpToPbitsTable;
     static const OrxEmuTable *Hardware() { return orxemu_state()->dscpTbl; }
 
     static void Configure(unsigned id) {
@@ -92,16 +72,6 @@ struct DscpInHardware : DscpKind {
 };
 
 struct PacInHardware : PacKind {
-    static constexpr int kActivateRequest = 27;
-    static constexpr int kDeactivateRequest = 28;
-    static constexpr const char *kActivateName = "QIR_Activate_PacTable";
-    static constexpr const char *kDeactivateName = "QIR_Deactivate_PacTable";
-    static constexpr auto Alloc = QIR_Alloc_PacTable;
-    static constexpr auto Free = QIR_Free_PacTable;
-    static constexpr auto Activate = QIR_Activate_PacTable;
-    static constexpr auto Deactivate = QIR_Deactivate_PacTable;
-    static constexpr auto ActivateRecord = qir::Activate_PacTable;
-    static constexpr auto DeactivateRecord = qir::Deactivate_PacTable;
     static const OrxEmuTable *Hardware() { return orxemu_state()->pacTbl; }
 
     static void Configure(unsigned id) {

@@ -1,8 +1,5 @@
-// Tables and the driver: the bytes of each request, the driver's index in the record, and what is left after
-// every kind of failure.
+// Tables and the driver: the bytes of each request and the driver's index in the record.
 #include "tests/tables/hardware_kinds.h"
-
-#include <cerrno>
 
 namespace test {
 namespace {
@@ -43,28 +40,15 @@ template <class Kind> class TableInHardware : public LibraryTest {
         EXPECT_EQ(request->fcbSize, 0u);
     }
 
-    // A call that the driver layer fails: 1, the closing line alone, one line on standard error, and of the
-    // context nothing but the driver's index of table `id` may change.
-    static void ExpectDriverFailure(const Op &call, const char *fn, unsigned id, const std::string &err) {
-        const uint32_t status = Table(id)->status;
-        const ContextSnapshot before;
-        const Said said = Call(call);
-        EXPECT_EQ(said.code, 1u);
-        EXPECT_EQ(said.out, RetVal(fn, 1));
-        EXPECT_EQ(said.err, err);
-        EXPECT_EQ(Table(id)->status, status);
-        EXPECT_TRUE(OnlyChanged(before, &Table(id)->hwTblIdx, sizeof(uint32_t)));
-        EXPECT_EQ(orxemu_openDescriptors(), 0);
+    // The parameter lines of an operation on table `id`.
+    static std::string Params(const std::string &verb, unsigned id) {
+        const std::string fn = "QIR_" + verb + "_" + Kind::kTable;
+        const std::string hdl = Kind::kHdl;
+        return Inf(fn, "Params: " + hdl + "_p<0x<ptr>>") +
+               Inf(fn, "Params2: " + hdl + "<" + std::to_string(id) + ">");
     }
 };
 TYPED_TEST_SUITE(TableInHardware, HardwareKinds, KindName);
-
-std::string IoctlFailed(int request) {
-    return "pktOrxDevIoctl <" + std::to_string(request) + "> error\n";
-}
-std::string OpenFailed(const char *number) {
-    return std::string("qel_dev_open </dev/pktorx> error no ") + number + "\n";
-}
 
 TYPED_TEST(TableInHardware, ConfiguredRecordHasTheseBytes) {
     for (unsigned id = 0; id < 3; ++id) {
@@ -124,20 +108,6 @@ TYPED_TEST(TableInHardware, IndexIsTheDriversAndNotThePools) {
     EXPECT_EQ(WordAt(orxemu_request(0)->in), 2u);
 }
 
-TYPED_TEST(TableInHardware, TheWholePoolFits) {
-    for (unsigned id = 3; id < TypeParam::kPoolSize; ++id) {
-        auto hdl = HdlOf<typename TypeParam::Hdl>(0);
-        ASSERT_EQ(TypeParam::Alloc(&hdl), 0u);
-        TypeParam::Configure(id);
-    }
-    for (unsigned id = 0; id < TypeParam::kPoolSize; ++id) {
-        SCOPED_TRACE(id);
-        this->ExpectSilentSuccess(On(TypeParam::Activate, id));
-        EXPECT_EQ(this->Table(id)->hwTblIdx, id);
-        EXPECT_TRUE(TypeParam::Configured(id).Is(TypeParam::Hardware()[id].record));
-    }
-}
-
 TYPED_TEST(TableInHardware, AChangedTableIsSentAnewAfterDeactivation) {
     this->ExpectSilentSuccess(On(TypeParam::Activate, 0));
     this->ExpectSilentSuccess(On(TypeParam::Deactivate, 0));
@@ -148,215 +118,31 @@ TYPED_TEST(TableInHardware, AChangedTableIsSentAnewAfterDeactivation) {
     EXPECT_TRUE(TypeParam::Changed(0).Is(TypeParam::Hardware()[0].record));
 }
 
-// The index word of the request is taken over although the driver refused; nobody has set it then.
-TYPED_TEST(TableInHardware, RefusedActivationStillTakesTheIndexWordOver) {
-    this->Table(1)->hwTblIdx = 0x13572468;
-    orxemu_failRequest(TypeParam::kActivateRequest, 1, EIO);
-    this->ExpectDriverFailure(On(TypeParam::Activate, 1), TypeParam::kActivateName, 1,
-                              IoctlFailed(TypeParam::kActivateRequest));
-    this->ExpectRequest(TypeParam::kActivateRequest, TypeParam::Configured(1).U32(kHwIdxOffset, 0x13572468),
-                        EIO);
-    EXPECT_EQ(this->Table(1)->hwTblIdx, WordAt(orxemu_request(0)->in));
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_CFG);
-    EXPECT_EQ(TypeParam::Hardware()[0].active, 0);
-}
-
-TYPED_TEST(TableInHardware, ActivationWithALostAnswerKeepsTheIndexButStaysConfigured) {
-    orxemu_loseAnswer(TypeParam::kActivateRequest, 1, EINTR);
-    this->ExpectDriverFailure(On(TypeParam::Activate, 1), TypeParam::kActivateName, 1,
-                              IoctlFailed(TypeParam::kActivateRequest));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0u);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_CFG);
-    EXPECT_EQ(TypeParam::Hardware()[0].active, 1);
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 1u) << "the driver knows nothing of a second attempt";
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-}
-
-// What is written then is not said; that it is written shows when two different values both go.
-TYPED_TEST(TableInHardware, ActivationWithoutADeviceStillWritesTheIndex) {
-    const uint32_t marks[] = {0x13572468, 0x2468ACE0};
-    unsigned kept = 0;
-    for (const uint32_t mark : marks) {
-        this->Table(1)->hwTblIdx = mark;
-        orxemu_setPresent(0);
-        this->ExpectDriverFailure(On(TypeParam::Activate, 1), TypeParam::kActivateName, 1, OpenFailed("2"));
-        kept += this->Table(1)->hwTblIdx == mark ? 1 : 0;
-    }
-    EXPECT_LT(kept, std::size(marks));
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_CFG);
-    EXPECT_EQ(orxemu_numRequests(), 0u);
-    orxemu_setPresent(1);
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0u);
-}
-
-TYPED_TEST(TableInHardware, ActivationThatMayNotOpenTheDeviceReportsTheErrno) {
-    orxemu_failOpen(1, EACCES);
-    this->ExpectDriverFailure(On(TypeParam::Activate, 1), TypeParam::kActivateName, 1, OpenFailed("13"));
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_CFG);
-    EXPECT_EQ(orxemu_numRequests(), 0u);
-}
-
-TYPED_TEST(TableInHardware, RefusedDeactivationStaysActiveAndForgetsTheIndex) {
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 2));
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    orxemu_clearLog();
-    orxemu_failRequest(TypeParam::kDeactivateRequest, 1, EBUSY);
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1,
-                              IoctlFailed(TypeParam::kDeactivateRequest));
-    this->ExpectRequest(
-        TypeParam::kDeactivateRequest,
-        TypeParam::Configured(1).U32(kHwIdxOffset, 1).U32(TypeParam::kStatusOffset, e_STATUS_ACTIVE), EBUSY);
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-    EXPECT_EQ(TypeParam::Hardware()[1].active, 1);
-
-    // The next attempt has no index to give, and the driver refuses it.
-    orxemu_clearLog();
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1,
-                              IoctlFailed(TypeParam::kDeactivateRequest));
-    EXPECT_EQ(WordAt(orxemu_request(0)->in), 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-}
-
-TYPED_TEST(TableInHardware, DeactivationWithALostAnswerStaysActiveAndForgetsTheIndex) {
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    orxemu_loseAnswer(TypeParam::kDeactivateRequest, 1, EINTR);
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1,
-                              IoctlFailed(TypeParam::kDeactivateRequest));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-    EXPECT_EQ(TypeParam::Hardware()[0].active, 0);
-}
-
-TYPED_TEST(TableInHardware, DeactivationWithoutADeviceStaysActiveAndForgetsTheIndex) {
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    orxemu_setPresent(0);
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1, OpenFailed("2"));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-    orxemu_setPresent(1);
-    this->Table(1)->hwTblIdx = 0;
-    orxemu_failOpen(1, EMFILE);
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1, OpenFailed("24"));
-    EXPECT_EQ(this->Table(1)->hwTblIdx, 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(1)->status, e_STATUS_ACTIVE);
-}
-
-TYPED_TEST(TableInHardware, DriverRefusesAnIndexThatIsNotActive) {
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 1));
-    this->Table(1)->hwTblIdx = TypeParam::kPoolSize - 1;
-    this->ExpectDriverFailure(On(TypeParam::Deactivate, 1), TypeParam::kDeactivateName, 1,
-                              IoctlFailed(TypeParam::kDeactivateRequest));
-    EXPECT_EQ(TypeParam::Hardware()[0].active, 1);
-}
-
-// The parameter lines come before the driver's failure, the closing line after it.
-TYPED_TEST(TableInHardware, FailureAtLevel2) {
-    const std::string hdl = TypeParam::kHdl;
-    const auto lines = [&](const char *fn) {
-        return Inf(fn, "Params: " + hdl + "_p<0x<ptr>>") + Inf(fn, "Params2: " + hdl + "<1>") + RetVal(fn, 1);
-    };
-    orxemu_setPresent(0);
-    EXPECT_EQ(Call(On(TypeParam::Activate, 1), 2).out, lines(TypeParam::kActivateName));
-    this->Table(1)->status = e_STATUS_ACTIVE;
-    EXPECT_EQ(Call(On(TypeParam::Deactivate, 1), 2).out, lines(TypeParam::kDeactivateName));
-}
-
-// The wrappers alone: the request and the index, no status, no line, any record in memory.
-TYPED_TEST(TableInHardware, WrappersWriteTheIndexOnly) {
-    typename TypeParam::Info info = *this->Table(2);
-    ASSERT_TRUE(TypeParam::Configured(2).Is(&info));
-    const ContextSnapshot before;
-
-    this->ExpectSilentSuccess([&] { return TypeParam::ActivateRecord(&info); });
-    this->ExpectRequest(TypeParam::kActivateRequest, TypeParam::Configured(2), 0);
-    EXPECT_TRUE(TypeParam::Configured(2).U32(kHwIdxOffset, 0).Is(&info));
-
-    orxemu_clearLog();
-    this->ExpectSilentSuccess([&] { return TypeParam::DeactivateRecord(&info); });
-    this->ExpectRequest(TypeParam::kDeactivateRequest, TypeParam::Configured(2).U32(kHwIdxOffset, 0), 0);
-    EXPECT_EQ(WordAt(orxemu_request(0)->in), 0u);
-    EXPECT_TRUE(TypeParam::Configured(2).Is(&info));
-    EXPECT_TRUE(before.Unchanged());
-}
-
-TYPED_TEST(TableInHardware, WrappersReturn1OnFailureAndSayWhyOnStandardError) {
-    typename TypeParam::Info info = *this->Table(2);
-    orxemu_failRequest(TypeParam::kActivateRequest, 1, EIO);
-    Said said = Call([&] { return TypeParam::ActivateRecord(&info); });
-    EXPECT_EQ(said.code, 1u);
-    EXPECT_EQ(said.out, "");
-    EXPECT_EQ(said.err, IoctlFailed(TypeParam::kActivateRequest));
-    EXPECT_EQ(info.hwTblIdx, WordAt(orxemu_request(0)->in));
-
-    orxemu_setPresent(0);
-    info.hwTblIdx = 5;
-    said = Call([&] { return TypeParam::DeactivateRecord(&info); });
-    EXPECT_EQ(said.code, 1u);
-    EXPECT_EQ(said.out, "");
-    EXPECT_EQ(said.err, OpenFailed("2"));
-    EXPECT_EQ(info.hwTblIdx, 0xFFFFFFFFu);
-}
-
-// Every state in turn, and the driver's index in each.
-TYPED_TEST(TableInHardware, LifeFromAllocationToFree) {
-    auto hdl = HdlOf<typename TypeParam::Hdl>(0xEE);
-    ASSERT_EQ(TypeParam::Alloc(&hdl), 0u);
-    ASSERT_EQ(this->Table(3)->status, e_STATUS_ALLOC);
-    EXPECT_EQ(this->Table(3)->hwTblIdx, 0xFFFFFFFFu);
-    TypeParam::Configure(3);
-    ASSERT_EQ(this->Table(3)->status, e_STATUS_CFG);
-    EXPECT_EQ(this->Table(3)->hwTblIdx, 0xFFFFFFFFu);
-    this->ExpectSilentSuccess(On(TypeParam::Activate, 3));
-    ASSERT_EQ(this->Table(3)->status, e_STATUS_ACTIVE);
-    EXPECT_EQ(this->Table(3)->hwTblIdx, 0u);
-    this->ExpectSilentSuccess(On(TypeParam::Deactivate, 3));
-    ASSERT_EQ(this->Table(3)->status, e_STATUS_CFG);
-    EXPECT_EQ(this->Table(3)->hwTblIdx, 0xFFFFFFFFu);
-    EXPECT_EQ(this->Table(3)->refCnt, 0u);
-    this->ExpectSilentSuccess(On(TypeParam::Free, 3));
-    EXPECT_EQ(this->Table(3)->status, e_STATUS_FREE);
-    EXPECT_EQ(orxemu_numRequests(), 2u) << "activation and deactivation";
-}
-
 class TablesInHardware : public LibraryTest {};
 
-TEST_F(TablesInHardware, DriverFailuresRead) {
-    AsTblHdl hdl{};
-    const AsTblCfg cfg{1};
-    ASSERT_EQ(QIR_Alloc_AsTable(&hdl), 0u);
-    ASSERT_EQ(QIR_Set_AsTableCfg(&hdl, &cfg), 0u);
-    orxemu_setPresent(0);
-    Said said = Call([&] { return QIR_Activate_AsTable(&hdl); });
-    EXPECT_EQ(said.out, "[ERROR orxapi] QIR_Activate_AsTable,#: retVal <1>\n");
-    EXPECT_EQ(said.err, "qel_dev_open </dev/pktorx> error no 2\n");
-    orxemu_setPresent(1);
-    orxemu_failRequest(0, 1, ENOSPC);
-    said = Call([&] { return QIR_Activate_AsTable(&hdl); });
-    EXPECT_EQ(said.out, "[ERROR orxapi] QIR_Activate_AsTable,#: retVal <1>\n");
-    EXPECT_EQ(said.err, "pktOrxDevIoctl <21> error\n");
+// Free changes the status and keeps all else. Only PAC tables ask whether a flow uses them.
+TYPED_TEST(TableInHardware, FreeTakesAllocatedAndConfiguredTables) {
+    for (const uint32_t status : {e_STATUS_ALLOC, e_STATUS_CFG}) {
+        for (uint32_t level = 0; level <= 3; ++level) {
+            this->Table(1)->status = status;
+            this->Table(1)->refCnt = std::is_same_v<TypeParam, PacInHardware> ? 0 : 1;
+            Image expected = Image::Of(*this->Table(1)).U32(TypeParam::kStatusOffset, e_STATUS_FREE);
+            const ContextSnapshot before;
+            ExpectAccepted(On(TypeParam::Free, 1), this->Params("Free", 1), level);
+            EXPECT_TRUE(expected.Is(this->Table(1)));
+            EXPECT_TRUE(OnlyChanged(before, this->Table(1), TypeParam::kRecordSize));
+        }
+    }
+    EXPECT_EQ(orxemu_numRequests(), 0u);
 }
 
-// Tables of different kinds have indexes of their own.
-TEST_F(TablesInHardware, KindsDoNotShareIndexes) {
-    AsTblHdl as{};
-    DscpTblHdl dscp{};
-    PacTblHdl pac{};
-    ASSERT_EQ(QIR_Alloc_AsTable(&as), 0u);
-    ASSERT_EQ(QIR_Alloc_DscpToPbitsTable(&dscp), 0u);
-    ASSERT_EQ(QIR_Alloc_PacTable(&pac), 0u);
-    AsInHardware::Configure(0);
-    DscpInHardware::Configure(0);
-    PacInHardware::Configure(0);
-    EXPECT_EQ(QIR_Activate_AsTable(&as), 0u);
-    EXPECT_EQ(QIR_Activate_DscpToPbitsTable(&dscp), 0u);
-    EXPECT_EQ(QIR_Activate_PacTable(&pac), 0u);
-    EXPECT_EQ(qirCtxt_gp->asTblPool[0].hwTblIdx, 0u);
-    EXPECT_EQ(qirCtxt_gp->dscpTblPool[0].hwTblIdx, 0u);
-    EXPECT_EQ(qirCtxt_gp->pacTblPool[0].hwTblIdx, 0u);
-    EXPECT_EQ(orxemu_numOpens(), 3u) << "each request opens the device";
+TYPED_TEST(TableInHardware, ActivateAndDeactivatePrintPointerAndIndex) {
+    for (uint32_t level = 0; level <= 3; ++level) {
+        ExpectAccepted(On(TypeParam::Activate, 2), this->Params("Activate", 2), level);
+        EXPECT_EQ(this->Table(2)->status, e_STATUS_ACTIVE);
+        ExpectAccepted(On(TypeParam::Deactivate, 2), this->Params("Deactivate", 2), level);
+        EXPECT_EQ(this->Table(2)->status, e_STATUS_CFG);
+    }
 }
 
 } // namespace

@@ -1,38 +1,51 @@
-// The four kinds of table, described once: the functions of each family and the names and numbers that
-// differ between them.
+// The kinds of table, described once: what differs between them, and the operations of those that can be allocated.
 #ifndef TESTS_TABLES_KINDS_H
 #define TESTS_TABLES_KINDS_H
 
+#include "qirapi/access/table_access.h"
+#include "qirapi/private/tables.h"
 #include "tests/tables/support.h"
 
 namespace test {
 
-struct AsKind {
-    using Hdl = AsTblHdl;
-    using Info = qir::AsTblInfo;
-    static constexpr const char *kName = "As";
-    static constexpr const char *kHdl = "asTblHdl";
-    static constexpr const char *kIdx = "asTblIdx";
-    static constexpr const char *kLimit = "QIR_ASTBL_MAXNUM";
-    static constexpr unsigned kPoolSize = 16;
-    static constexpr std::size_t kRecordSize = 468;
-    static constexpr std::size_t kRefCntOffset = 12;
-    static constexpr std::size_t kStatusOffset = 16;
-    static constexpr const char *kDecrCondition = "(tbl_p->refCnt != 0)";
-    static constexpr auto Idx = qir::GetIdxFromAsTblHdl;
-    static constexpr auto FromIdx = qir::GetAsTblHdlFromIdx;
-    static constexpr auto Ptr = qir::GetPtrFromAsTblHdl;
-    static constexpr auto Validate = qir::Validate_AsTblHdl;
-    static constexpr auto Init = qir::Init_AsTbl;
-    static constexpr auto InitPool = qir::Init_AsTblPool;
-    static constexpr auto Incr = qir::incrAsTblRefCnt;
-    static constexpr auto Decr = qir::decrAsTblRefCnt;
-    static Info *Pool() { return qirCtxt_gp->asTblPool; }
+// A record after initialisation; the status stands behind the reference count.
+inline Image FreshRecord(std::size_t recordSize, std::size_t refCntOffset) {
+    return Image(recordSize).U32(4, 0xFFFFFFFF).U16(refCntOffset, 0).U32(refCntOffset + 4, 0);
+}
 
-    // A record after initialisation.
+#define TABLE_KIND(Kind, kind, poolSize, recordSize, refCntOffset)                                           \
+    using Hdl = Kind##TblHdl;                                                                                \
+    using Info = qir::Kind##TblInfo;                                                                         \
+    static constexpr const char *kName = #Kind;                                                              \
+    static constexpr const char *kHdl = #kind "TblHdl";                                                      \
+    static constexpr unsigned kPoolSize = poolSize;                                                          \
+    static constexpr std::size_t kRecordSize = recordSize;                                                   \
+    static constexpr std::size_t kRefCntOffset = refCntOffset;                                               \
+    static constexpr std::size_t kStatusOffset = (refCntOffset) + 4;                                         \
+    static constexpr auto Init = qir::Init_##Kind##Tbl;                                                      \
+    static constexpr auto Incr = qir::incr##Kind##TblRefCnt;                                                 \
+    static constexpr auto Decr = qir::decr##Kind##TblRefCnt;                                                 \
+    static Info *Pool() {                                                                                    \
+        return qirCtxt_gp->kind##TblPool;                                                                    \
+    }
+
+#define TABLE_OPERATIONS(Table, activateRequest, noneFree)                                                   \
+    static constexpr auto Alloc = QIR_Alloc_##Table;                                                         \
+    static constexpr auto Free = QIR_Free_##Table;                                                           \
+    static constexpr auto Activate = QIR_Activate_##Table;                                                   \
+    static constexpr auto Deactivate = QIR_Deactivate_##Table;                                               \
+    static constexpr auto Dump = QIR_Dump_##Table;                                                           \
+    static constexpr const char *kTable = #Table;                                                            \
+    static constexpr const char *kNoneFree = noneFree;                                                       \
+    static constexpr int kActivateRequest = activateRequest;                                                 \
+    static constexpr int kDeactivateRequest = (activateRequest) + 1;
+
+struct AsKind {
+    TABLE_KIND(As, as, 16, 468, 12)
+    TABLE_OPERATIONS(AsTable, 21, "No free AS table available")
+    static constexpr const char *kDecrCondition = "(tbl_p->refCnt != 0)";
     static Image Fresh() {
-        Image image(kRecordSize);
-        image.U32(4, 0xFFFFFFFF).U32(8, 0x5).U16(12, 0).U32(16, 0);
+        Image image = FreshRecord(kRecordSize, kRefCntOffset).U32(8, 0x5);
         for (std::size_t slot = 0; slot < 8; ++slot) {
             image.U32(20 + 56 * slot + 52, 0);
         }
@@ -41,93 +54,30 @@ struct AsKind {
 };
 
 struct DscpKind {
-    using Hdl = DscpTblHdl;
-    using Info = qir::DscpTblInfo;
-    static constexpr const char *kName = "Dscp";
-    static constexpr const char *kHdl = "dscpTblHdl";
-    static constexpr const char *kIdx = "dscpTblIdx";
-    static constexpr const char *kLimit = "QIR_DSCPTBL_MAXNUM";
-    static constexpr unsigned kPoolSize = 6;
-    static constexpr std::size_t kRecordSize = 88;
-    static constexpr std::size_t kRefCntOffset = 16;
-    static constexpr std::size_t kStatusOffset = 20;
+    TABLE_KIND(Dscp, dscp, 6, 88, 16)
+    TABLE_OPERATIONS(DscpToPbitsTable, 23, "No Free DSCP Table available")
     static constexpr const char *kDecrCondition = "(tbl_p->refCnt != 0 )";
-    static constexpr auto Idx = qir::GetIdxFromDscpTblHdl;
-    static constexpr auto FromIdx = qir::GetDscpTblHdlFromIdx;
-    static constexpr auto Ptr = qir::GetPtrFromDscpTblHdl;
-    static constexpr auto Validate = qir::Validate_DscpTblHdl;
-    static constexpr auto Init = qir::Init_DscpTbl;
-    static constexpr auto InitPool = qir::Init_DscpTblPool;
-    static constexpr auto Incr = qir::incrDscpTblRefCnt;
-    static constexpr auto Decr = qir::decrDscpTblRefCnt;
-    static Info *Pool() { return qirCtxt_gp->dscpTblPool; }
-
-    static Image Fresh() {
-        Image image(kRecordSize);
-        image.U32(4, 0xFFFFFFFF).U16(16, 0).U32(20, 0);
-        return image;
-    }
+    static Image Fresh() { return FreshRecord(kRecordSize, kRefCntOffset); }
 };
 
 struct EpKind {
-    using Hdl = EpTblHdl;
-    using Info = qir::EpTblInfo;
-    static constexpr const char *kName = "Ep";
-    static constexpr const char *kHdl = "epTblHdl";
-    static constexpr const char *kIdx = "epTblIdx";
-    static constexpr const char *kLimit = "QIR_EPTBL_MAXNUM";
-    static constexpr unsigned kPoolSize = 6;
-    static constexpr std::size_t kRecordSize = 84;
-    static constexpr std::size_t kRefCntOffset = 12;
-    static constexpr std::size_t kStatusOffset = 16;
+    TABLE_KIND(Ep, ep, 6, 84, 12)
     static constexpr const char *kDecrCondition = "(tbl_p->refCnt != 0)";
-    static constexpr auto Idx = qir::GetIdxFromEpTblHdl;
-    static constexpr auto FromIdx = qir::GetEpTblHdlFromIdx;
-    static constexpr auto Ptr = qir::GetPtrFromEpTblHdl;
-    static constexpr auto Validate = qir::Validate_EpTblHdl;
-    static constexpr auto Init = qir::Init_EpTbl;
-    static constexpr auto InitPool = qir::Init_EpTblPool;
-    static constexpr auto Incr = qir::incrEpTblRefCnt;
-    static constexpr auto Decr = qir::decrEpTblRefCnt;
-    static Info *Pool() { return qirCtxt_gp->epTblPool; }
-
-    static Image Fresh() {
-        Image image(kRecordSize);
-        image.U32(4, 0xFFFFFFFF).U16(12, 0).U32(16, 0);
-        return image;
-    }
+    static Image Fresh() { return FreshRecord(kRecordSize, kRefCntOffset); }
 };
 
 struct PacKind {
-    using Hdl = PacTblHdl;
-    using Info = qir::PacTblInfo;
-    static constexpr const char *kName = "Pac";
-    static constexpr const char *kHdl = "pacTblHdl";
-    static constexpr const char *kIdx = "pacTblIdx";
-    static constexpr const char *kLimit = "QIR_PACTBL_MAXNUM";
-    static constexpr unsigned kPoolSize = 16;
-    static constexpr std::size_t kRecordSize = 268;
-    static constexpr std::size_t kRefCntOffset = 36;
-    static constexpr std::size_t kStatusOffset = 40;
+    TABLE_KIND(Pac, pac, 16, 268, 36)
+    TABLE_OPERATIONS(PacTable, 27, "No Free PAC Table available")
     static constexpr const char *kDecrCondition = "(tbl_p->refCnt != 0)";
-    static constexpr auto Idx = qir::GetIdxFromPacTblHdl;
-    static constexpr auto FromIdx = qir::GetPacTblHdlFromIdx;
-    static constexpr auto Ptr = qir::GetPtrFromPacTblHdl;
-    static constexpr auto Validate = qir::Validate_PacTblHdl;
-    static constexpr auto Init = qir::Init_PacTbl;
-    static constexpr auto InitPool = qir::Init_PacTblPool;
-    static constexpr auto Incr = qir::incrPacTblRefCnt;
-    static constexpr auto Decr = qir::decrPacTblRefCnt;
-    static Info *Pool() { return qirCtxt_gp->pacTblPool; }
-
-    static Image Fresh() {
-        Image image(kRecordSize);
-        image.U32(4, 0xFFFFFFFF).U16(36, 0).U32(40, 0).Fill(44, 224, 0);
-        return image;
-    }
+    static Image Fresh() { return FreshRecord(kRecordSize, kRefCntOffset).Fill(44, 224, 0); }
 };
 
+#undef TABLE_KIND
+#undef TABLE_OPERATIONS
+
 using AllKinds = ::testing::Types<AsKind, DscpKind, EpKind, PacKind>;
+using AllocKinds = ::testing::Types<AsKind, DscpKind, PacKind>;
 
 struct KindName {
     template <class Kind> static std::string GetName(int) { return Kind::kName; }

@@ -25,11 +25,9 @@ template <class Change> PacTblCfg PacRecord(Change change) {
     return record;
 }
 
-// Tables 0 allocated, 1 configured, 2 active (both with the full record); 3 free, 16 behind the pool.
+// Tables 0 allocated, 1 configured, 2 active (both with the full record); 3 free.
 class PacTables : public LibraryTest {
   protected:
-    static constexpr unsigned kBeyond = 16;
-
     void SetUp() override {
         LibraryTest::SetUp();
         for (unsigned id = 0; id < 3; ++id) {

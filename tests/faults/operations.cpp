@@ -1,4 +1,4 @@
-#include "tests/driver/operations.h"
+#include "tests/faults/operations.h"
 
 #include "tests/support/library.h"
 
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace driver_test {
+namespace faults {
 
 namespace {
 
@@ -341,4 +341,4 @@ std::vector<Operation> Operations() {
     return all;
 }
 
-} // namespace driver_test
+} // namespace faults

@@ -1,15 +1,15 @@
 // The public operations that reach the driver, a row per call, on a library and a driver that have something
 // of everything: what each row sends, what both sides hold once the driver has accepted it, and what becomes
 // of the same call made again after a failure.
-#ifndef TESTS_DRIVER_OPERATIONS_H
-#define TESTS_DRIVER_OPERATIONS_H
+#ifndef TESTS_FAULTS_OPERATIONS_H
+#define TESTS_FAULTS_OPERATIONS_H
 
 #include "emu/orxemu.h"
 #include "qirapi/private/context.h"
 
 #include <vector>
 
-namespace driver_test {
+namespace faults {
 
 // What the object's word of the driver's index becomes, whatever the driver answers.
 enum class IndexWord {
@@ -41,6 +41,6 @@ void PrepareObjects();
 // To be asked for after PrepareObjects().
 std::vector<Operation> Operations();
 
-} // namespace driver_test
+} // namespace faults
 
 #endif
