@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace test {
+namespace test::action_rules {
 namespace {
 
 class ActionRules : public LibraryTest {};
@@ -193,4 +193,4 @@ TEST_F(ActionRules, LinesOfTheCheck) {
 }
 
 } // namespace
-} // namespace test
+} // namespace test::action_rules

@@ -102,10 +102,10 @@ TEST_F(JournalLocks, WhatIsLeftIsLockedByADescriptorForWriting) {
 class AsNobody {
   public:
     explicit AsNobody(const std::string &folder) {
-        constexpr uid_t kNobody = 65534;
+        constexpr uid_t nobody = 65534;
         if (geteuid() == 0) {
-            EXPECT_EQ(0, chown(folder.c_str(), kNobody, static_cast<gid_t>(-1)));
-            EXPECT_EQ(0, seteuid(kNobody));
+            EXPECT_EQ(0, chown(folder.c_str(), nobody, static_cast<gid_t>(-1)));
+            EXPECT_EQ(0, seteuid(nobody));
         }
     }
     AsNobody(const AsNobody &) = delete;

@@ -1,7 +1,7 @@
 // The switch-wide enable of the rate limiters.
 #include "tests/rate_limiters/limiters.h"
 
-namespace rate_limiters {
+namespace rate_limiters::status {
 namespace {
 
 const std::string kSet = "QIR_Set_RLStatus";
@@ -125,4 +125,4 @@ TEST_F(RlStatusTest, HardwareRefusesOtherStatuses) {
 }
 
 } // namespace
-} // namespace rate_limiters
+} // namespace rate_limiters::status

@@ -1,7 +1,7 @@
 // The TCI configuration of the two directions.
 #include "tests/rate_limiters/limiters.h"
 
-namespace rate_limiters {
+namespace rate_limiters::tci {
 namespace {
 
 const std::string kSet = "QIR_Set_RLTciCfg";
@@ -159,4 +159,4 @@ TEST_F(RlTciTest, HardwareRefusesOtherDirections) {
 }
 
 } // namespace
-} // namespace rate_limiters
+} // namespace rate_limiters::tci
