@@ -65,7 +65,7 @@ targets=()
 for preset in powerpc mips; do
     install_for "$preset"
     tree=$here/build/bench-$preset
-    quietly "Configuring $preset" cmake --preset "$preset" -B "$tree" -DQIR_BUILD_TESTS=OFF
+    configure "$preset" "$tree" -DQIR_BUILD_TESTS=OFF
     quietly "Building $preset" cmake --build "$tree" --parallel "$(nproc)" --target orxtest_static
     targets+=("$preset=$tree")
 done

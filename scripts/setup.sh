@@ -51,16 +51,28 @@ install_missing() {
     fi
 }
 
+# What the tests need besides what building needs.
+# shellcheck disable=SC2034 # for the scripts that source this one
+test_packages=(libgtest-dev libcli11-dev nlohmann-json3-dev pkgconf doxygen)
+
 # install_for PRESET [PACKAGE...]: installs what building a preset needs, and further packages.
 install_for() {
     local preset=$1
     shift
     case $preset in
-    powerpc | mips) install_missing cmake make "g++-$preset-linux-gnu" qemu-user "$@" ;;
-    clang) install_missing cmake make g++ clang "$@" ;;
-    fuzz) install_missing cmake make g++ clang libclang-rt-dev "$@" ;;
-    *) install_missing cmake make g++ "$@" ;;
+    powerpc | mips) set -- "g++-$preset-linux-gnu" qemu-user googletest "$@" ;;
+    clang) set -- clang "$@" ;;
+    fuzz) set -- clang libclang-rt-dev "$@" ;;
     esac
+    install_missing cmake ninja-build g++ "$@"
+}
+
+# configure PRESET DIR [CMAKE OPTION...]: from the start when another generator has made the folder.
+configure() {
+    local preset=$1 dir=$2 fresh=()
+    shift 2
+    grep -qs '^CMAKE_GENERATOR:INTERNAL=Ninja$' "$dir/CMakeCache.txt" || fresh=(--fresh)
+    quietly "Configuring $preset" cmake --preset "$preset" -B "$dir" "${fresh[@]}" "$@"
 }
 
 # build PRESET [CMAKE OPTION...] [-- TARGET...]: configures and builds one preset.
@@ -76,6 +88,6 @@ build() {
         targets=(--target "$@")
     fi
     cd -- "$repo" || exit 1
-    quietly "Configuring $preset" cmake --preset "$preset" "${options[@]}"
-    quietly "Building $preset" cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
+    configure "$preset" "$repo/build/$preset" "${options[@]}"
+    quietly "Building $preset" cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}" -- --quiet
 }

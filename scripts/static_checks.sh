@@ -2,17 +2,14 @@
 # Checks the sources without running them: scripts/static_checks.sh [format|shell|cppcheck|tidy...], by default
 # all of them.
 #
-# format and shell take every file of the tree; cppcheck and tidy every file that any preset compiles. Nothing
-# is built, but for what a source includes and a build makes. Installs what is missing first. All checks run
-# to their end; the status is that of the worst.
-set -u
+# All files of the tree are checked, by clang-tidy those that any preset compiles, with their headers. Nothing is
+# built, but for what a source includes and a build makes. Installs what is missing first. All checks run to their
+# end; the status is that of the worst.
+set -u -o pipefail
 
 here=$(dirname -- "$(readlink -f -- "$0")")
 # shellcheck source=scripts/setup.sh
 . "$here/setup.sh" || exit 1
-
-work=$repo/build/static/checks
-cores=$(nproc)
 
 # sources PATTERN...: the files of the tree whose names match, not those of builds.
 sources() {
@@ -33,102 +30,33 @@ check_shell() {
         --source-path="$repo"
 }
 
-# A list of what clang would compile, and its batches.
-prepare() {
-    build static
-    rm -rf "$work"
-    mkdir -p "$work/files" "$work/batches"
-    awk -v repo="$repo" -v out="$work" -f "$here/tidy_batches.awk" "$repo/build/static/compile_commands.json"
-    local checks
-    while read -r checks; do # found beside what is checked
-        cp "$checks" "$work/batches/${checks#"$repo/"}"
-    done < <(sources .clang-tidy)
-}
-
-# All files, whatever they are compiled with. The 32-bit platform has nothing more to say.
+# The 32-bit platform has nothing more to say.
 check_cppcheck() {
-    cppcheck --platform=unix64 --project="$work/files/compile_commands.json" --include="$here/cppcheck_macros.h" \
-        --suppressions-list="$repo/.cppcheck" --inline-suppr --library=googletest --std=c++20 \
-        --enable=warning,style,performance,portability --template=gcc --error-exitcode=1 -q -j "$cores"
+    sources '*.c' '*.cpp' | cppcheck --file-list=- -I "$repo" --platform=unix64 --max-configs=1 \
+        --include="$here/cppcheck_macros.h" --suppressions-list="$repo/.cppcheck" --inline-suppr \
+        --library=googletest --std=c++20 --enable=warning,style,performance,portability --template=gcc \
+        --error-exitcode=1 -q -j "$(nproc)"
 }
 
-# with_source_lines FILE: names the sources of a batch and their lines where its own are named.
-with_source_lines() {
-    awk -v batch="${1#"$repo/"}" '
-        NR == FNR {
-            if ($1 == "#line") {
-                first[++sources] = FNR + 1
-                source[sources] = $3
-                gsub(/"/, "", source[sources])
-            }
-            next
-        }
-        (at = index($0, batch ":")) > 0 {
-            rest = substr($0, at + length(batch) + 1)
-            for (i = sources; i > 1 && first[i] > rest + 0; --i) {
-            }
-            sub(/^[0-9]+/, rest + 1 - first[i], rest)
-            $0 = source[i] ":" rest
-        }
-        { print }' "$1" -
-}
-
-# own_headers: an expression for the headers of this tree, and of no other that is a part of its path.
-own_headers() {
-    local root folders
-    root=$(printf '%s' "$repo" | sed 's/[][\.*^$+?(){}|]/\\&/g')
-    folders=$(sources '*.h' | cut -c "$((${#repo} + 2))-" | cut -d / -f 1 | sort -u | paste -sd '|')
-    printf '^%s/(%s)/' "$root" "$folders"
-}
-
-# tidy DIR FILE: what clang-tidy finds in a file of the list in that folder, and nothing else.
-tidy() {
-    clang-tidy --quiet --header-filter="$headers" -p "$1" "$2" >"$work/found.$$" 2>"$work/said.$$"
-    local status=$?
-    if [ "$status" -ne 0 ] && [ ! -s "$work/found.$$" ]; then
-        cat "$work/said.$$"
-    else
-        cat "$work/found.$$"
-    fi
-    rm -f "$work/found.$$" "$work/said.$$"
-    return "$status"
-}
-
-# tidy_batch FILE: or its sources one by one, when they are no translation unit together.
-tidy_batch() {
-    local found status=0 file
-    found=$(tidy "$work/batches" "$1") && return 0
-    if [ "$(wc -l <"$1.files")" -gt 1 ] && grep -q '\[clang-diagnostic-error' <<<"$found"; then
-        while read -r file; do
-            tidy "$work/files" "$file" || status=1
-        done <"$1.files"
-        return "$status"
-    fi
-    with_source_lines "$1" <<<"$found"
-    return 1
-}
-
-# The largest first, so that no core is left with one at the end.
+# Each source is checked as it is built first; those of test programs as they are built, a few at a time.
+# clang-tidy looks for its checks beside what it reads: those of a folder go where the folder's build is.
 check_tidy() {
-    local headers
-    headers=$(own_headers)
-    export repo work headers
-    export -f with_source_lines tidy tidy_batch
-    # shellcheck disable=SC2016 # the inner shell's argument
-    find "$work/batches" -name '*.files' -printf '%p\n' | sed 's/\.files$//' | xargs ls -S |
-        xargs -P "$cores" -I {} bash -c 'tidy_batch "$1"' tidy {}
+    local dir=$repo/build/static checks
+    build static -- link_operations
+    mkdir -p "$dir/checks"
+    jq 'unique_by(.file)' "$dir/compile_commands.json" >"$dir/checks/compile_commands.json" || return 1
+    while read -r checks; do
+        cp "$checks" "$dir/${checks#"$repo/"}"
+    done < <(sources .clang-tidy | grep -vFx "$repo/.clang-tidy")
+    if ! run-clang-tidy -quiet -p "$dir/checks" -header-filter='.*' >"$setup_log" 2>&1; then
+        grep -vE '^clang-tidy-|^[0-9]+ warnings? |^$' "$setup_log"
+        return 1
+    fi
 }
 
 if [ $# -eq 0 ]; then
     set -- format shell cppcheck tidy
 fi
-install_for clang clang-format clang-tidy cppcheck shellcheck libclang-rt-dev \
-    libbenchmark-dev libgtest-dev libcli11-dev nlohmann-json3-dev valgrind
-case "$*" in
-*cppcheck* | *tidy*) prepare ;;
-esac
-
-failed=()
 for check in "$@"; do
     case $check in
     format | shell | cppcheck | tidy) ;;
@@ -137,6 +65,12 @@ for check in "$@"; do
         exit 2
         ;;
     esac
+done
+install_for clang clang-format clang-tidy cppcheck jq shellcheck libclang-rt-dev \
+    libbenchmark-dev libgtest-dev libcli11-dev nlohmann-json3-dev valgrind
+
+failed=()
+for check in "$@"; do
     say "Checking with $check"
     "check_$check" || failed+=("$check")
 done

@@ -7,6 +7,10 @@
 
 namespace bad_arguments {
 
+// The modules that assertion lines name.
+inline constexpr const char *kAccess = "qirapi_access";
+inline constexpr const char *kPrivate = "qirapi_private";
+
 // What `op` prints on standard output, masked, in a process of its own. `ended_p`: whether the process ended in
 // the middle of it.
 std::string LastWords(const std::function<void()> &op, bool *ended_p = nullptr);

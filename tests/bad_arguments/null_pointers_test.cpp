@@ -17,7 +17,7 @@
 
 namespace {
 
-using bad_arguments::LastWords;
+using namespace bad_arguments;
 using test::Assertion;
 
 class NullPointers : public test::LibraryTest {};
@@ -42,8 +42,6 @@ void ExpectAsserted(const std::vector<NullCall> &calls) {
     }
 }
 
-constexpr const char *kAccess = "qirapi_access";
-constexpr const char *kPrivate = "qirapi_private";
 constexpr const char *kFcb = "(fcb_p != NULL)";
 constexpr const char *kTbl = "(tbl_p != NULL)";
 constexpr const char *kCfg = "(cfg_p != NULL)";

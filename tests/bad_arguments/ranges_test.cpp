@@ -13,16 +13,13 @@
 
 namespace {
 
-using bad_arguments::LastWords;
+using namespace bad_arguments;
 using qir::u16;
 using qir::u32;
 using qir::u8;
 using test::Assertion;
 
 class Ranges : public test::LibraryTest {};
-
-constexpr const char *kAccess = "qirapi_access";
-constexpr const char *kPrivate = "qirapi_private";
 
 struct Range {
     const char *module;

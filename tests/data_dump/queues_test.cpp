@@ -1,7 +1,7 @@
 // Queues: which one is taken, which one is given back.
 #include "tests/data_dump/data_dump_test.h"
 
-namespace data_dump {
+namespace data_dump::queues {
 namespace {
 
 const std::string kFull =
@@ -108,4 +108,4 @@ TEST_F(DataDumpQueues, NothingGoesToStandardError) {
 }
 
 } // namespace
-} // namespace data_dump
+} // namespace data_dump::queues

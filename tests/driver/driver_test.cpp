@@ -142,8 +142,8 @@ void LoadFcb(unsigned idx, unsigned seed) {
 
 constexpr TpidCfg kTpidCfg = {.portId = 8, .tpid = {0x8100, 0x88A8, 0x9100, 0xFFFF}};
 
-FwdInfo fwdInfo;
-FcbHits hits;
+FwdInfo givenFwdInfo;
+FcbHits readHits;
 
 // A forwarding record of patterned bytes, with a priority and flags that the driver accepts.
 std::vector<u8> FwdBytes() {
@@ -209,8 +209,8 @@ void DriverTest::Prepare() {
     LoadRl(kRlNewDir, kRlNewIdx);
     ctxt.rlTciCfgTbl[0] = {{0x8123, 0x4567}};
     ctxt.rlTciCfgTbl[1] = {{0x89AB, 0xCDEF}};
-    Load(&hits, 36, kNewSeed);
-    std::memcpy(&fwdInfo, FwdBytes().data(), 68);
+    Load(&readHits, 36, kNewSeed);
+    std::memcpy(&givenFwdInfo, FwdBytes().data(), 68);
 
     // Another of each kind takes the driver's index 0.
     ASSERT_EQ(qir::Activate_AsTable(&ctxt.asTblPool[0]), 0u);
@@ -261,9 +261,9 @@ std::vector<Wrapper> AllWrappers() {
          IndexOf(FcbAt(kFlowNew), kFlowIdx), Wrapper::Taken},
         {"Deactivate_FCB", 30, [] { return qir::Deactivate_FCB(FcbAt(kFlowLive)); },
          FlowWire(kFlowLive).U32(0, kLiveIdx), IndexOf(FcbAt(kFlowLive), kFlowIdx), Wrapper::None},
-        {"Get_FCBHits", 38, [] { return qir::Get_FCBHits(FcbAt(kFlowLive), &hits); },
+        {"Get_FCBHits", 38, [] { return qir::Get_FCBHits(FcbAt(kFlowLive), &readHits); },
          Wire(40).U32(0, kLiveIdx).Zero(4, 36), IndexOf(FcbAt(kFlowLive), kFlowIdx), Wrapper::None},
-        {"Update_FwdInfo", 43, [] { return qir::Update_FwdInfo(FcbAt(kFlowLive), &fwdInfo); },
+        {"Update_FwdInfo", 43, [] { return qir::Update_FwdInfo(FcbAt(kFlowLive), &givenFwdInfo); },
          Wire(72).U32(0, kLiveIdx).Copy(4, FwdBytes()), IndexOf(FcbAt(kFlowLive), kFlowIdx), Wrapper::None},
 
         {"Set_RLStatus", 39, [] { return qir::Set_RLStatus(1); }, Wire(4).U32(0, 1), nullptr, Wrapper::None},

@@ -7,7 +7,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace emu_test {
+namespace emu_test::paths {
 
 namespace {
 
@@ -121,4 +121,4 @@ TEST_F(EmuPathsTest, NoDescriptorIsNeededToLook) {
 
 } // namespace
 
-} // namespace emu_test
+} // namespace emu_test::paths

@@ -14,7 +14,7 @@ using qir::u32;
 using qir::u8;
 
 // What nobody has written: the index word of a request, and hwFlowIdx of a flow that was never sent.
-constexpr u32 kUnset = 0xA5A5A5A5;
+constexpr u32 kUnsetWord = 0xA5A5A5A5;
 constexpr int32_t kNoTable = -1;
 
 // Words of a flow record.
@@ -144,21 +144,21 @@ class Forecast {
     bool IsHeldBack(const Step &step) const { return step.pac && !activePacTbls_.contains(*step.pac); }
 
     void HoldBack(const Step &step) {
-        Settle(step, e_STATUS_CFG, kUnset);
+        Settle(step, e_STATUS_CFG, kUnsetWord);
         transcript_.Note(step.kind,
                          test::Refusal(InfoOf(step.kind).operation, "e_RET_ERR_STATE_NOT_ACTIVE", 18), false);
     }
 
     void Send(const Step &step, const OrxEmuRequest &undisturbed, const Fault *fault) {
         OrxEmuRequest request = undisturbed;
-        PutWord(request.in, kIndexWord, kUnset);
+        PutWord(request.in, kIndexWord, kUnsetWord);
         if (step.pac) {
             PutWord(request.in, kPacTblIdxWord, activePacTbls_.at(*step.pac));
         }
         std::memcpy(request.out, request.in, sizeof request.out);
         request.err = fault != nullptr ? fault->err : 0;
 
-        u32 hwIdx = kUnset;
+        u32 hwIdx = kUnsetWord;
         if (fault == nullptr || fault->isTaken) {
             hwIdx = PutIn(*run_.hardware, step.kind, request);
             PutWord(request.out, kIndexWord, hwIdx);

@@ -2,7 +2,7 @@
 // each state of the flow.
 #include "tests/flows/flow_test.h"
 
-namespace flows {
+namespace flows::flow_args {
 namespace {
 
 // Arguments that are valid for a flow that has the two headers and the two tables of FlowArgs.
@@ -273,4 +273,4 @@ TEST_F(FlowArgs, RefusedCallsLeaveTheCallersRecords) {
 }
 
 } // namespace
-} // namespace flows
+} // namespace flows::flow_args

@@ -1,7 +1,7 @@
 // The public operations on headers.
 #include "tests/flows/flow_test.h"
 
-namespace flows {
+namespace flows::flow_hdr {
 namespace {
 
 class FlowHeader : public FlowTest {
@@ -129,4 +129,4 @@ TEST_F(FlowHeader, DumpPrintsTheListInAnyState) {
 }
 
 } // namespace
-} // namespace flows
+} // namespace flows::flow_hdr

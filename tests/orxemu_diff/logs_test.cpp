@@ -42,7 +42,7 @@ std::vector<std::string> Compare(const Log &a, const Log &b) {
 using Lines = std::vector<std::string>;
 
 // Tables and flows that refer to each other: requests 1 to 9.
-Log Sample() {
+Log SampleLog() {
     PacTblHdl first = PacTable(1);
     PacTblHdl second = PacTable(2);
     EXPECT_EQ(QIR_Activate_PacTable(&first), e_RET_OK);
@@ -105,25 +105,25 @@ void ShiftIndexes(Log &log, std::uint32_t by) {
 class OrxemuDiffLogs : public JournalTest {};
 
 TEST_F(OrxemuDiffLogs, ALogIsEqualToItself) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     EXPECT_EQ(Compare(log, log), Lines());
     EXPECT_EQ(Compare(Log(), Log()), Lines());
 }
 
 TEST_F(OrxemuDiffLogs, ByteOrderDoesNotCount) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     EXPECT_EQ(Compare(log, InOtherOrder(log)), Lines());
 }
 
 TEST_F(OrxemuDiffLogs, AssignedIndexesDoNotCount) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log shifted = log;
     ShiftIndexes(shifted, 3);
     EXPECT_EQ(Compare(log, shifted), Lines());
 }
 
 TEST_F(OrxemuDiffLogs, UnsetBytesAddressesAndHandlesDoNotCount) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log other = log;
     // cppcheck-suppress constVariable ; Store writes to its bytes
     for (LogEntry &entry : other.entries) {
@@ -146,7 +146,7 @@ TEST_F(OrxemuDiffLogs, UnsetBytesAddressesAndHandlesDoNotCount) {
 }
 
 TEST_F(OrxemuDiffLogs, AnAdditionalRequestIsThatAndNoMore) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log more = log;
     // A table in front of all others: each index behind it would be another.
     LogEntry activation = log.entries[0];
@@ -162,7 +162,7 @@ TEST_F(OrxemuDiffLogs, AnAdditionalRequestIsThatAndNoMore) {
 }
 
 TEST_F(OrxemuDiffLogs, AChangedRequestSaysItsFields) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log other = log;
     Store(other.entries[2].fcb, offsetof(qir::Fcb, fwdInfo) + offsetof(FwdInfo, dst.gemPortIdxMask), 4,
           other.order, 0x4);
@@ -275,7 +275,7 @@ TEST_F(OrxemuDiffLogs, TheOrderOfActionsCountsAndThatOfFiltersDoesNot) {
 }
 
 TEST_F(OrxemuDiffLogs, AReferenceToAnotherObjectIsADifference) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log other = log;
     Store(other.entries[3].in, 12, 4, other.order, 0); // the other PAC table
     Store(other.entries[4].in, 0, 4, other.order, 0);  // hits of the other flow
@@ -285,14 +285,14 @@ TEST_F(OrxemuDiffLogs, AReferenceToAnotherObjectIsADifference) {
 }
 
 TEST_F(OrxemuDiffLogs, ReferencesFollowAChangedObject) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log other = log;
     Store(other.entries[1].in, 4 + 8 + 2, 1, other.order, 17); // GEM port of the second table
     EXPECT_EQ(Compare(log, other), Lines({"~ 2 2 activate-pac-table: fields.tbl.cfg.dstGemPort [2] [17]"}));
 }
 
 TEST_F(OrxemuDiffLogs, ReferencesIntoTheTimeBeforeTheLog) {
-    Log log = Sample();
+    Log log = SampleLog();
     log.entries.erase(log.entries.begin()); // the first table was there before
     Log other = log;
     Store(other.entries[1].in, 12, 4, other.order, 7);
@@ -303,7 +303,7 @@ TEST_F(OrxemuDiffLogs, ReferencesIntoTheTimeBeforeTheLog) {
 }
 
 TEST_F(OrxemuDiffLogs, AReleasedObjectIsNoLongerTheSame) {
-    Log log = Sample();
+    Log log = SampleLog();
     log.entries.push_back(log.entries[4]); // hits of the flow that request 7 took out
     Log other = log;
     other.entries.erase(other.entries.begin() + 6);
@@ -315,7 +315,7 @@ TEST_F(OrxemuDiffLogs, AReleasedObjectIsNoLongerTheSame) {
 }
 
 TEST_F(OrxemuDiffLogs, AnswersCount) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log other = log;
     other.entries[5].err = EIO;
     EXPECT_EQ(Compare(log, other), Lines({"~ 6 6 set-global: answer.errno [] [EIO]"}));
@@ -328,7 +328,7 @@ TEST_F(OrxemuDiffLogs, AnswersCount) {
 }
 
 TEST_F(OrxemuDiffLogs, AnObjectThatTheDriverRefusedIsNoTarget) {
-    const Log log = Sample();
+    const Log log = SampleLog();
     Log refused = log;
     refused.entries[3].err = ENOSPC; // the second flow: the index that it is said to have is nobody's
     EXPECT_EQ(Compare(log, refused),
@@ -341,7 +341,7 @@ TEST_F(OrxemuDiffLogs, AnObjectThatTheDriverRefusedIsNoTarget) {
 }
 
 TEST_F(OrxemuDiffLogs, OpeningsUnknownRequestsUnreadRecordsAndTheEnd) {
-    Log log = Sample();
+    Log log = SampleLog();
     LogEntry open;
     open.isOpen = true;
     open.err = ENOENT;
@@ -362,7 +362,7 @@ TEST_F(OrxemuDiffLogs, OpeningsUnknownRequestsUnreadRecordsAndTheEnd) {
 }
 
 TEST_F(OrxemuDiffLogs, TheMostAlikeOfAChangedNeighbourhoodGoTogether) {
-    Log log = Sample();
+    Log log = SampleLog();
     log.entries.resize(3);
     Log other = log;
     // In front of the changed flow another one, quite different.

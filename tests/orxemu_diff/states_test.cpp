@@ -37,7 +37,7 @@ Lines Compare(const OrxEmuState &a, const OrxEmuState &b) {
 }
 
 // Two tables, three flows: the first two on the tables, the third on none.
-State Sample() {
+State SampleState() {
     PacTblHdl tables[] = {PacTable(1), PacTable(2)};
     for (PacTblHdl &table : tables) {
         EXPECT_EQ(QIR_Activate_PacTable(&table), e_RET_OK);
@@ -57,14 +57,14 @@ State Sample() {
 class OrxemuDiffStates : public JournalTest {};
 
 TEST_F(OrxemuDiffStates, AStateIsEqualToItself) {
-    const State state = Sample();
+    const State state = SampleState();
     EXPECT_EQ(Compare(*state, *state), Lines());
     const auto empty = std::make_unique<OrxEmuState>();
     EXPECT_EQ(Compare(*empty, *empty), Lines());
 }
 
 TEST_F(OrxemuDiffStates, IndexesDoNotCount) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     std::swap(other->pacTbl[0], other->pacTbl[1]);
     other->pacTbl[7] = other->pacTbl[1];
@@ -77,7 +77,7 @@ TEST_F(OrxemuDiffStates, IndexesDoNotCount) {
 }
 
 TEST_F(OrxemuDiffStates, SettingsAreTheirOwn) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     other->flowMissAction = 2;
     other->rlStatus = 1;
@@ -94,7 +94,7 @@ TEST_F(OrxemuDiffStates, SettingsAreTheirOwn) {
 }
 
 TEST_F(OrxemuDiffStates, AFlowOnAnotherTable) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     other->flow[0].pacTblIdx = 1;
     other->flow[1].pacTblIdx = -1;
@@ -105,7 +105,7 @@ TEST_F(OrxemuDiffStates, AFlowOnAnotherTable) {
 }
 
 TEST_F(OrxemuDiffStates, ReferencesFollowAChangedTable) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     other->pacTbl[0].record[8 + 2] = 30;
     std::swap(other->pacTbl[0], other->pacTbl[5]);
@@ -114,7 +114,7 @@ TEST_F(OrxemuDiffStates, ReferencesFollowAChangedTable) {
 }
 
 TEST_F(OrxemuDiffStates, TheMostAlikeGoTogether) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     // The first and the third flow change places and a field each.
     std::swap(other->flow[0], other->flow[2]);
@@ -126,7 +126,7 @@ TEST_F(OrxemuDiffStates, TheMostAlikeGoTogether) {
 }
 
 TEST_F(OrxemuDiffStates, ObjectsOfOneSideOnly) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     other->flow[1] = {};
     other->pacTbl[1] = {};
@@ -139,7 +139,7 @@ TEST_F(OrxemuDiffStates, ObjectsOfOneSideOnly) {
 }
 
 TEST_F(OrxemuDiffStates, ALimitersConfigurationCounts) {
-    const State state = Sample();
+    const State state = SampleState();
     const State other = CopyOf(*state);
     std::swap(other->rl[1][9].record[0], other->rl[1][9].record[3]);
     const Lines lines = Compare(*state, *other);

@@ -1,7 +1,7 @@
 // What happens to frames that match no flow.
 #include "tests/support/calls.h"
 
-namespace ports_test {
+namespace ports_test::flow_miss_action {
 
 using namespace calls;
 
@@ -60,4 +60,4 @@ TEST_F(FlowMissActionTest, GetterShowsTheCallersAddress) {
 }
 
 } // namespace
-} // namespace ports_test
+} // namespace ports_test::flow_miss_action

@@ -1,7 +1,7 @@
 // The length that the frames of a port are padded to: ports 0 to 7, one fewer than the other settings have.
 #include "tests/support/calls.h"
 
-namespace ports_test {
+namespace ports_test::pad_length {
 
 using namespace calls;
 
@@ -95,4 +95,4 @@ TEST_F(PadLengthTest, LinesToTheBlank) {
 }
 
 } // namespace
-} // namespace ports_test
+} // namespace ports_test::pad_length

@@ -1,7 +1,7 @@
 // The TPIDs that are recognised on a port: ports 0 to 8, four of any value.
 #include "tests/support/calls.h"
 
-namespace ports_test {
+namespace ports_test::tpids {
 
 using namespace calls;
 
@@ -147,4 +147,4 @@ TEST_F(TpidTest, LinesShowTheCallersAddress) {
 }
 
 } // namespace
-} // namespace ports_test
+} // namespace ports_test::tpids

@@ -1,7 +1,7 @@
 // The life of a limiter: every operation in every state, with what it prints, sends and leaves behind.
 #include "tests/rate_limiters/limiters.h"
 
-namespace rate_limiters {
+namespace rate_limiters::life_cycle {
 namespace {
 
 class RlLifeCycle : public test::LibraryTest {};
@@ -111,4 +111,4 @@ TEST_F(RlLifeCycle, EveryStepAtEveryLogLevel) {
 }
 
 } // namespace
-} // namespace rate_limiters
+} // namespace rate_limiters::life_cycle

@@ -1,7 +1,7 @@
 // The switch-wide enable of the rate limiters.
 #include "tests/rate_limiters/limiters.h"
 
-namespace rate_limiters {
+namespace rate_limiters::status {
 namespace {
 
 const std::string kSet = "QIR_Set_RLStatus";
@@ -62,4 +62,4 @@ TEST_F(RlStatusTest, SecondStartDisablesInTheShadowOnly) {
 }
 
 } // namespace
-} // namespace rate_limiters
+} // namespace rate_limiters::status

@@ -1,7 +1,7 @@
 // The TCI configuration of the two directions.
 #include "tests/rate_limiters/limiters.h"
 
-namespace rate_limiters {
+namespace rate_limiters::tci {
 namespace {
 
 const std::string kSet = "QIR_Set_RLTciCfg";
@@ -97,4 +97,4 @@ TEST_F(RlTciTest, HalvesAreZeroAtFirst) {
 }
 
 } // namespace
-} // namespace rate_limiters
+} // namespace rate_limiters::tci

@@ -24,16 +24,16 @@ Operation DumpTable(const std::string &table, const std::string &hdl, const std:
         .Otherwise();
 }
 
-struct HdrScene : FlowScene {
-    HdrScene() { AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_ETH); }
+struct DumpedHdrScene : FlowScene {
+    DumpedHdrScene() { AllocHdr(e_BLKTYPE_FILTER, e_FLOWHDR_ETH); }
 
     FlowHdr hdr = {e_BLKTYPE_FILTER, e_FLOWHDR_ETH};
     FlowHdr *hdr_p = &hdr;
 };
 
 Operation DumpHdr() {
-    Describe<HdrScene> op("QIR_Dump_HdrReqList",
-                          [](HdrScene &s) { return QIR_Dump_HdrReqList(s.hdl_p, s.hdr_p); });
+    Describe<DumpedHdrScene> op("QIR_Dump_HdrReqList",
+                          [](DumpedHdrScene &s) { return QIR_Dump_HdrReqList(s.hdl_p, s.hdr_p); });
     OpenFlow(op, {{"hdr_p", [](auto &s) { s.hdr_p = nullptr; }}});
     return op.When("`blk` is 3 or more", e_RET_ERR_INVALID_BLOCKTYPE, [](auto &s) { s.hdr.blk = 3; })
         .When("`flowHdr` is 8 or more", e_RET_ERR_INVALID_HDRTYPE, [](auto &s) { s.hdr.flowHdr = 8; })

@@ -239,9 +239,9 @@ struct EpScene : AssociationScene<EpTblHdl> {
     EpScene() { qirCtxt_gp->epTblPool[0].status = e_STATUS_ALLOC; }
 };
 
-struct PacScene : AssociationScene<PacTblHdl> {
+struct PacInfoScene : AssociationScene<PacTblHdl> {
     static constexpr uint16_t kBit = qir::kTblAssocPac;
-    PacScene() {
+    PacInfoScene() {
         PacTblHdl own{};
         const PacTblCfg cfg{};
         Must(QIR_Alloc_PacTable(&own));
@@ -289,7 +289,7 @@ Operation GetEpInfo() {
 }
 
 Operation SetPacInfo() {
-    Describe<PacScene> op("QIR_Set_PacInfo", [](PacScene &s) {
+    Describe<PacInfoScene> op("QIR_Set_PacInfo", [](PacInfoScene &s) {
         return QIR_Set_PacInfo(s.hdl_p, s.status, s.pbitsSource, s.table_p);
     });
     OpenFlow(op, {{"pacTblHdl_p", kNoTable}});
@@ -314,7 +314,7 @@ Operation SetPacInfo() {
 }
 
 Operation GetPacInfo() {
-    Describe<PacScene> op("QIR_Get_PacInfo", [](PacScene &s) {
+    Describe<PacInfoScene> op("QIR_Get_PacInfo", [](PacInfoScene &s) {
         return QIR_Get_PacInfo(s.hdl_p, s.status_p, s.pbitsSource_p, s.table_p);
     });
     OpenFlow(op, {{"pacTblSts_p", kNoStatus},

@@ -6,8 +6,8 @@ namespace {
 
 constexpr int kStatusRequest = 39;
 constexpr int kTciRequest = 40;
-constexpr int kActivateRequest = 41;
-constexpr int kDeactivateRequest = 42;
+constexpr int kActivateLimiter = 41;
+constexpr int kDeactivateLimiter = 42;
 
 // One limiter, free, with a configuration to give to it.
 struct LimiterScene : Scene {
@@ -141,13 +141,13 @@ Family RateLimiters() {
                 .When("the limiter is ACTIVE", e_RET_ERR_STATE_ALREADY_ACTIVE, In<e_STATUS_ACTIVE>)
                 .When("the limiter is not configured", e_RET_ERR_STATE_NOTCFG, In<e_STATUS_ALLOC>)
                 .Or(In<e_STATUS_FREE>)
-                .Driver(kActivateRequest)
+                .Driver(kActivateLimiter)
                 .Otherwise(),
             IndexFirst("QIR_Deactivate_RL", QIR_Deactivate_RL)
                 .Given(In<e_STATUS_ACTIVE>)
                 .When("the limiter is not ACTIVE", e_RET_ERR_RESRC_NOT_ACTIVE, In<e_STATUS_CFG>)
                 .Or(In<e_STATUS_FREE>)
-                .Driver(kDeactivateRequest)
+                .Driver(kDeactivateLimiter)
                 .Otherwise(),
         },
     };

@@ -1,7 +1,7 @@
 // DSCP-to-pbits tables: default, ranges, rows, states and the order of checks.
 #include "tests/tables/support.h"
 
-namespace test {
+namespace test::dscp_api {
 namespace {
 
 const char *const kSetDef = "QIR_Set_DscpToPbitsTable_DefPbits";
@@ -153,4 +153,4 @@ TEST_F(DscpTables, GetRowReadsEveryRowOfConfiguredAndActiveTables) {
 }
 
 } // namespace
-} // namespace test
+} // namespace test::dscp_api
