@@ -1,11 +1,11 @@
 // The stand-in for the ORX kernel driver, as tests see it.
 //
-// The shared library liborxemu stands in front of the C library's open, openat, ioctl and close, and of what
-// else closes descriptors (close_range, closefrom, dup2, dup3). It takes the device node "/dev/pktorx" and
-// the descriptors it handed out for it; everything else passes through, and so does what the kernel does to a
-// descriptor of any kind (FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC). It keeps what the hardware would hold,
-// refuses what a sound driver would refuse (with an errno that says why), and keeps a log of every request. A
-// test that links it asks it what it holds and makes chosen requests fail.
+// The shared library liborxemu stands in front of the C library's open, openat and ioctl. It takes the device
+// node "/dev/pktorx" and the descriptors it handed out for it; everything else passes through, and so does what
+// the kernel does to a descriptor of any kind (FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC). It keeps what the hardware
+// would hold, refuses what a sound driver would refuse (with an errno that says why), and keeps a log of every
+// request. A test that links it asks it what it holds and makes chosen requests fail, while no request is under
+// way.
 //
 // It knows the driver's records and nothing else of the library: it is the other side of the wire.
 //
@@ -23,7 +23,7 @@
 //           table other than -1, because EP tables have no requests
 //   ENOSPC  all indexes of the kind are in use
 //   EBUSY   activation of a rate limiter that is active
-//   ENODEV  the process has lost the lock of its session (emu/session.h); openings fail with it, too
+//   ENODEV  `orxemu run`, which has the hardware of this process, has ended; openings fail with it, too
 //
 // Everything else in table records, FCBs and forwarding records is the library's own bookkeeping or has
 // meaning only to the hardware: it is kept as it came. A PAC table may be deactivated while a flow uses it,
@@ -51,9 +51,8 @@ enum {
     ORXEMU_PORTS = 9,
     ORXEMU_RL_DIRS = 2,
     ORXEMU_RL_INDEXES = 16,
-    ORXEMU_MAX_LOG = 8192,      // requests that the log keeps; later ones are only counted
-    ORXEMU_MAX_FAULTS = 64,     // faults that can be armed at a time; one more aborts the program
-    ORXEMU_MAX_DESCRIPTORS = 64 // descriptors of the device open at a time; one more fails with EMFILE
+    ORXEMU_MAX_LOG = 8192, // requests that the log keeps; later ones are only counted
+    ORXEMU_MAX_FAULTS = 64 // faults that can be armed at a time; one more aborts the program
 };
 
 // One request as it came in and as it was answered.
@@ -120,7 +119,8 @@ size_t orxemu_numRequests(void);
 const OrxEmuRequest *orxemu_request(size_t i);
 void orxemu_clearLog(void);
 
-// Descriptors of the device that are open now; successful openings of the device since the last reset.
+// Descriptors of the device that this process has opened and that are open now, copies of them included;
+// successful openings of the device since the last reset.
 int orxemu_openDescriptors(void);
 size_t orxemu_numOpens(void);
 

@@ -13,9 +13,6 @@ std::filesystem::path FileBehind(const std::filesystem::path &path);
 
 // Whether what is written to one is read from the other.
 bool NameOneFile(const std::string &a, const std::string &b);
-inline bool LogIsInTheWay(const std::string &log, const std::string &state) {
-    return NameOneFile(log, state);
-}
 
 } // namespace orxemu::journal
 

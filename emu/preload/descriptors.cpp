@@ -1,5 +1,3 @@
-#include "emu/preload/descriptors.h"
-
 #include "emu/preload/carrier.h"
 
 #include <atomic>
@@ -52,7 +50,11 @@ int OpenDevice(bool closeOnExec) {
     return fd;
 }
 
-int CountOpen() {
+} // namespace orxemu
+
+// Copies of the socket that this process has opened, and not those that it has inherited.
+int orxemu_openDescriptors() {
+    using orxemu::ownSocket;
     struct stat own = {};
     if (ownSocket < 0 || fstat(ownSocket, &own) != 0) {
         return 0;
@@ -73,10 +75,8 @@ int CountOpen() {
     return open;
 }
 
-void ForgetSocket() {
+void orxemu::ForgetSocket() {
     if (ownSocket >= 0) {
         close(ownSocket.exchange(-1));
     }
 }
-
-} // namespace orxemu

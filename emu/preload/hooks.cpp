@@ -1,5 +1,5 @@
-// The hooks: open in all its forms and ioctl, in front of the C library's. What is about the device goes to a
-// carrier, everything else to the C library.
+// The hooks: open in all its forms and ioctl, in front of the C library's. What is about the device goes to the
+// process's carrier, everything else to the C library.
 //
 // The macros below make the headers declare inline wrappers or other symbol names for these functions.
 #undef _FORTIFY_SOURCE
@@ -9,12 +9,10 @@
 #include "emu/device/device.h"
 #include "emu/preload/caller_memory.h"
 #include "emu/preload/carrier.h"
-#include "emu/preload/descriptors.h"
 
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -22,54 +20,18 @@
 
 namespace orxemu {
 
-namespace {
-
-// --- The C library's functions behind the hooks
-
-// They are looked up when the stand-in is loaded: dlsym waits for whoever loads a library, who may wait for
-// the thread that calls. A hook that is called before that looks for its own.
-struct Next {
-    const char *name;
-    std::atomic<void *> found;
-};
-
-constinit Next nextOpen = {"open", nullptr};
-constinit Next nextOpen64 = {"open64", nullptr};
-constinit Next nextOpenAt = {"openat", nullptr};
-constinit Next nextOpenAt64 = {"openat64", nullptr};
-constinit Next nextIoctl = {"ioctl", nullptr};
-#ifdef __GLIBC__
-constinit Next nextFortifiedOpen = {"__open_2", nullptr};
-constinit Next nextFortifiedOpen64 = {"__open64_2", nullptr};
-constinit Next nextFortifiedOpenAt = {"__openat_2", nullptr};
-constinit Next nextFortifiedOpenAt64 = {"__openat64_2", nullptr};
-#endif
-#if defined(__GLIBC__) && __TIMESIZE == 32
-constinit Next nextIoctlTime64 = {"__ioctl_time64", nullptr};
-#endif
-
-template <class Fn> Fn Found(Next &next) {
-    if (next.found == nullptr) {
-        next.found = dlsym(RTLD_NEXT, next.name);
-    }
-    return reinterpret_cast<Fn>(next.found.load());
-}
-
-} // namespace
-
 constinit pthread_mutex_t Turn::mutex = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
-// --- What is the device's
-
-template <class Pass> int HookedOpen(const char *given, int flags, Pass pass) {
-    // The headers promise that no path is null. A compiler that believes them leaves out the check.
+// The headers promise that no path is null. A compiler that believes them leaves out the check.
+bool IsDevicePath(const char *given) {
     const char *volatile unpromised = given;
     const char *path = unpromised;
-    if (path == nullptr || std::strcmp(path, qir::kPktOrxDevice) != 0) {
-        return pass();
-    }
+    return path != nullptr && std::strcmp(path, qir::kPktOrxDevice) == 0;
+}
+
+int HookedOpen(int flags) {
     const Turn turn;
     return OpenDevice((flags & O_CLOEXEC) != 0);
 }
@@ -80,143 +42,119 @@ mode_t ModeOf(int flags, std::va_list args) {
     return passed ? va_arg(args, mode_t) : 0;
 }
 
-// What the kernel does to a descriptor of any kind: no driver hears of it.
-bool IsForAnyDescriptor(unsigned long request) {
-    switch (static_cast<std::uint32_t>(request)) {
-    case static_cast<std::uint32_t>(FIOCLEX):
-    case static_cast<std::uint32_t>(FIONCLEX):
-    case static_cast<std::uint32_t>(FIONBIO):
-    case static_cast<std::uint32_t>(FIOASYNC):
-        return true;
-    default:
-        return false;
+// Whether a request is the device's. What the kernel does to a descriptor of any kind no driver hears of.
+bool IsDevices(int fd, unsigned long request) {
+    for (const unsigned long any : {FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC}) {
+        if (static_cast<uint32_t>(request) == static_cast<uint32_t>(any)) {
+            return false;
+        }
     }
-}
-
-// What the record says, and whether the driver's answer can be written into it: that is looked at before the
-// hardware takes the request.
-void Fetch(Call &call) {
-    if (call.info == nullptr) {
-        return;
-    }
-    const qir::AnswerPlace &place = call.info->answer;
-    const std::size_t size = call.info->recordSize;
-    const int err = place.size == 0 ? CopyFromCaller(call.copy, call.record, size)
-                                    : CopyFromCaller(call.copy, call.record, size, place.offset, place.size,
-                                                     call.canAnswer);
-    call.isRead = err == 0;
-    if (call.isRead) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the wire carries the address as a word
-        call.fcb = reinterpret_cast<const void *>(std::uintptr_t{FcbAddressIn(*call.info, call.copy)});
-    }
-}
-
-template <class Pass> int HookedIoctl(int fd, unsigned long request, void *record, Pass pass) {
-    const Carrier &carrier = TheCarrier();
     const int savedErrno = errno;
-    if (IsForAnyDescriptor(request) || !carrier.isDevice(fd)) {
-        errno = savedErrno;
-        return pass();
+    const bool isDevices = TheCarrier().isDevice(fd);
+    errno = savedErrno;
+    return isDevices;
+}
+
+// Whether the driver's answer can be written is looked at before the hardware takes the request.
+Call CallOf(int number, void *record, uint8_t *copy) {
+    Call call = {number, qir::FindRequest(number), static_cast<uint8_t *>(record), nullptr, false, 0};
+    if (call.info == nullptr) {
+        return call;
     }
-    // Like the kernel, the device looks at the low 32 bits of the number only.
-    const int number = static_cast<int>(request);
-    Call call = {number, record, qir::FindRequest(number), {}, false, false, nullptr};
-    Fetch(call);
-    int err;
-    {
-        const Turn turn;
-        err = carrier.serve(fd, call);
-    }
+    const std::size_t size = call.info->recordSize;
+    call.canAnswer = call.info->answer.size != 0 && CanWrite(record, size);
+    call.bytes = call.canAnswer ? call.record : static_cast<const uint8_t *>(Reach(record, copy, size));
+    call.fcb = call.bytes != nullptr ? FcbAddressIn(*call.info, call.bytes) : 0;
+    return call;
+}
+
+int HookedIoctl(int fd, int number, void *record) {
+    const int savedErrno = errno;
+    const Turn turn;
+    uint8_t copy[ORXEMU_MAX_RECORD];
+    const int err = TheCarrier().serve(fd, CallOf(number, record, copy));
     errno = err != 0 ? err : savedErrno;
     return err != 0 ? -1 : 0;
 }
 
 void ForgetParent() {
     Turn::mutex = PTHREAD_MUTEX_INITIALIZER; // another thread of the parent may have had it
-    ForgetPid();
     ForgetSocket();
 }
 
 __attribute__((constructor)) void Load() {
     pthread_atfork(nullptr, nullptr, ForgetParent);
-    for (Next *next : {&nextOpen, &nextOpen64, &nextOpenAt, &nextOpenAt64, &nextIoctl}) {
-        Found<void *>(*next);
-    }
     TheCarrier();
+}
+
+// The C library's function behind a hook, looked up once.
+template <class Fn> Fn Next(std::atomic<void *> &found, const char *name) {
+    if (found == nullptr) {
+        found = dlsym(RTLD_NEXT, name);
+    }
+    return reinterpret_cast<Fn>(found.load());
 }
 
 } // namespace
 
 } // namespace orxemu
 
-using orxemu::Found;
-using orxemu::HookedIoctl;
-using orxemu::HookedOpen;
-using orxemu::ModeOf;
-
-extern "C" {
-
-#pragma GCC visibility push(default)
-
-using OpenFn = int (*)(const char *, int, ...);
-using OpenAtFn = int (*)(int, const char *, int, ...);
-using IoctlFn = int (*)(int, unsigned long, ...);
+#define ORXEMU_NEXT(name)                                                                                    \
+    static constinit std::atomic<void *> found = nullptr;                                                    \
+    return orxemu::Next<decltype(&(name))>(found, #name)
 
 // The device's path begins at the root, so that the folder of openat does not matter.
-#define ORXEMU_OPEN(name, next)                                                                              \
-    int name(const char *path, int flags, ...) {                                                             \
+#define ORXEMU_OPEN(name, ...)                                                                               \
+    int name(__VA_OPT__(int folder, ) const char *path, int flags, ...) {                                    \
+        if (orxemu::IsDevicePath(path)) {                                                                    \
+            return orxemu::HookedOpen(flags);                                                                \
+        }                                                                                                    \
         std::va_list args;                                                                                   \
         va_start(args, flags);                                                                               \
-        const mode_t mode = ModeOf(flags, args);                                                             \
+        const mode_t mode = orxemu::ModeOf(flags, args);                                                     \
         va_end(args);                                                                                        \
-        return HookedOpen(path, flags, [=] { return Found<OpenFn>(next)(path, flags, mode); });              \
+        ORXEMU_NEXT(name)(__VA_OPT__(folder, ) path, flags, mode);                                           \
     }
-#define ORXEMU_OPENAT(name, next)                                                                            \
-    int name(int folder, const char *path, int flags, ...) {                                                 \
-        std::va_list args;                                                                                   \
-        va_start(args, flags);                                                                               \
-        const mode_t mode = ModeOf(flags, args);                                                             \
-        va_end(args);                                                                                        \
-        return HookedOpen(path, flags, [=] { return Found<OpenAtFn>(next)(folder, path, flags, mode); });    \
+
+// What fortified programs call when the flags are no constant and no mode is given.
+#define ORXEMU_FORTIFIED_OPEN(name, ...)                                                                     \
+    int name(__VA_OPT__(int folder, ) const char *path, int flags) {                                         \
+        if (orxemu::IsDevicePath(path)) {                                                                    \
+            return orxemu::HookedOpen(flags);                                                                \
+        }                                                                                                    \
+        ORXEMU_NEXT(name)(__VA_OPT__(folder, ) path, flags);                                                 \
     }
-#define ORXEMU_IOCTL(name, next)                                                                             \
+
+// Like the kernel, the device looks at the low 32 bits of the number only.
+#define ORXEMU_IOCTL(name)                                                                                   \
     int name(int fd, unsigned long request, ...) noexcept {                                                  \
         std::va_list args;                                                                                   \
         va_start(args, request);                                                                             \
         void *arg = va_arg(args, void *);                                                                    \
         va_end(args);                                                                                        \
-        return HookedIoctl(fd, request, arg, [=] { return Found<IoctlFn>(next)(fd, request, arg); });        \
+        if (orxemu::IsDevices(fd, request)) {                                                                \
+            return orxemu::HookedIoctl(fd, static_cast<int>(request), arg);                                  \
+        }                                                                                                    \
+        ORXEMU_NEXT(name)(fd, request, arg);                                                                 \
     }
 
-ORXEMU_OPEN(open, orxemu::nextOpen)
-ORXEMU_OPEN(open64, orxemu::nextOpen64)
-ORXEMU_OPENAT(openat, orxemu::nextOpenAt)
-ORXEMU_OPENAT(openat64, orxemu::nextOpenAt64)
-ORXEMU_IOCTL(ioctl, orxemu::nextIoctl)
+#pragma GCC visibility push(default)
+extern "C" {
 
-// What fortified programs call when the flags are no constant and no mode is given.
+ORXEMU_OPEN(open)
+ORXEMU_OPEN(open64)
+ORXEMU_OPEN(openat, folder)
+ORXEMU_OPEN(openat64, folder)
+ORXEMU_IOCTL(ioctl)
 #ifdef __GLIBC__
-#define ORXEMU_FORTIFIED_OPEN(name, next)                                                                    \
-    int name(const char *path, int flags) {                                                                  \
-        return HookedOpen(path, flags,                                                                       \
-                          [=] { return Found<int (*)(const char *, int)>(next)(path, flags); });             \
-    }
-#define ORXEMU_FORTIFIED_OPENAT(name, next)                                                                  \
-    int name(int folder, const char *path, int flags) {                                                      \
-        return HookedOpen(                                                                                   \
-            path, flags, [=] { return Found<int (*)(int, const char *, int)>(next)(folder, path, flags); }); \
-    }
-ORXEMU_FORTIFIED_OPEN(__open_2, orxemu::nextFortifiedOpen)
-ORXEMU_FORTIFIED_OPEN(__open64_2, orxemu::nextFortifiedOpen64)
-ORXEMU_FORTIFIED_OPENAT(__openat_2, orxemu::nextFortifiedOpenAt)
-ORXEMU_FORTIFIED_OPENAT(__openat64_2, orxemu::nextFortifiedOpenAt64)
+ORXEMU_FORTIFIED_OPEN(__open_2)
+ORXEMU_FORTIFIED_OPEN(__open64_2)
+ORXEMU_FORTIFIED_OPEN(__openat_2, folder)
+ORXEMU_FORTIFIED_OPEN(__openat64_2, folder)
+#if __TIMESIZE == 32 // what ioctl is called in programs whose time has 64 bits all the same
+ORXEMU_IOCTL(__ioctl_time64)
 #endif
-
-// What ioctl is called in programs whose time has 64 bits though the C library's had 32 at first.
-#if defined(__GLIBC__) && __TIMESIZE == 32
-ORXEMU_IOCTL(__ioctl_time64, orxemu::nextIoctlTime64)
 #endif
-
-#pragma GCC visibility pop
 
 } // extern "C"
+#pragma GCC visibility pop

@@ -1,6 +1,5 @@
 // The device of a session: the server in `orxemu run` has it.
 #include "emu/preload/carrier.h"
-#include "emu/preload/descriptors.h"
 #include "emu/server/wire.h"
 
 #include <cerrno>
@@ -40,23 +39,25 @@ long Move(long number, int fd, iovec *parts, size_t num, int flags = 0) {
 
 // The server answers within microseconds. Who sleeps meanwhile is woken up for longer than that, so that the
 // answer is waited for awake at first.
-long Receive(int fd, iovec *parts, size_t num) {
-    constexpr long kAwake = 3000;
-    constexpr long kNanoseconds = 1'000'000'000;
+void StayAwake() {
+    constexpr long kNanoseconds = 3000;
+    constexpr long kSecond = 1'000'000'000;
     timespec start;
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &start);
     do {
         clock_gettime(CLOCK_MONOTONIC, &now);
-    } while ((now.tv_sec - start.tv_sec) * kNanoseconds + now.tv_nsec - start.tv_nsec < kAwake);
+    } while ((now.tv_sec - start.tv_sec) * kSecond + now.tv_nsec - start.tv_nsec < kNanoseconds);
+}
+
+// The program may have made its descriptor one that does not wait.
+long Receive(int fd, iovec *parts, size_t num) {
+    StayAwake();
     long size = Move(SYS_recvmsg, fd, parts, num, MSG_DONTWAIT);
     while (size < 0 && errno == EAGAIN) {
-        size = Move(SYS_recvmsg, fd, parts, num);
-        pollfd answer = {fd, POLLIN, 0}; // the program may have made the descriptor one that does not wait
-        if (size < 0 && errno == EAGAIN) {
-            poll(&answer, 1, -1);
-            errno = EAGAIN;
-        }
+        pollfd answer = {fd, POLLIN, 0};
+        poll(&answer, 1, -1);
+        size = Move(SYS_recvmsg, fd, parts, num, MSG_DONTWAIT);
     }
     return size;
 }
@@ -109,20 +110,16 @@ int Open(int socket) {
     return asksForOpenings ? Ask(socket, HeadOf(wire::Kind::Open)) : 0;
 }
 
-// The kernel copies the FCB from where it is, and refuses to when it cannot be read: then the request goes
-// without.
+// The kernel copies record and FCB from where they are, and refuses to when one cannot be read: then the
+// request goes without the FCB.
 bool SendRequest(int fd, const Call &call) {
     wire::Head head = HeadOf(wire::Kind::Request, call.number, call.canAnswer);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the wire carries the address as a word
+    auto *fcb = reinterpret_cast<void *>(std::uintptr_t{call.fcb});
     iovec parts[] = {{&head, sizeof head},
-                     {const_cast<uint8_t *>(call.copy), call.isRead ? call.info->recordSize : 0},
-                     {const_cast<void *>(call.fcb), ORXEMU_FCB_BYTES}};
-    if (call.fcb != nullptr) {
-        const long sent = Move(SYS_sendmsg, fd, parts, 3);
-        if (sent >= 0 || errno != EFAULT) {
-            return sent >= 0;
-        }
-    }
-    return Move(SYS_sendmsg, fd, parts, 2) >= 0;
+                     {const_cast<uint8_t *>(call.bytes), call.bytes != nullptr ? call.info->recordSize : 0},
+                     {fcb, ORXEMU_FCB_BYTES}};
+    return (call.fcb != 0 && Move(SYS_sendmsg, fd, parts, 3) >= 0) || Move(SYS_sendmsg, fd, parts, 2) >= 0;
 }
 
 int Serve(int fd, const Call &call) {
@@ -132,17 +129,13 @@ int Serve(int fd, const Call &call) {
     int32_t err = 0;
     iovec parts[] = {{&err, sizeof err}, {}};
     if (call.canAnswer) {
-        parts[1] = {static_cast<uint8_t *>(call.record) + call.info->answer.offset, call.info->answer.size};
+        parts[1] = {call.record + call.info->answer.offset, call.info->answer.size};
     }
-    const long size = Receive(fd, parts, call.canAnswer ? 2 : 1);
-    if (size < static_cast<long>(sizeof err)) {
-        return size < 0 && errno == EFAULT ? EFAULT : kNoSession;
-    }
-    return err;
+    return Receive(fd, parts, 2) >= static_cast<long>(sizeof err) ? err : kNoSession;
 }
 
 __attribute__((destructor)) void Leave() {
-    const int open = server.sun_family == AF_UNIX ? CountOpen() : 0;
+    const int open = server.sun_family == AF_UNIX ? orxemu_openDescriptors() : 0;
     const int fd = open != 0 ? ConnectSocket() : -1;
     if (fd >= 0) {
         Send(fd, HeadOf(wire::Kind::LeftOpen, open));

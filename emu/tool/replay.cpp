@@ -45,31 +45,9 @@ bool LoadLog(const std::string &path, journal::Log &log) {
     return true;
 }
 
-// What the hardware holds at first. There is no file before the first run, and that is power-on.
-bool LoadState(const std::string &path, OrxEmuState &state) {
-    journal::Problem problem;
-    bool isThere = false;
-    if (!LookAtStatePlace(path, isThere, problem)) {
-        return Trouble(problem);
-    }
-    if (!isThere) {
-        return true;
-    }
-    JournalFile file;
-    if (!LoadJournal(path, file)) {
-        return false;
-    }
-    if (file.kind != journal::FileKind::State) {
-        return Trouble({path, 0, "is a log, and --state takes a state"});
-    }
-    state = *file.state;
-    return true;
-}
-
 bool SaveState(const std::string &path, const OrxEmuState &state) {
     journal::Problem problem;
-    return journal::WriteFileAtomically(path, journal::StateText(state), problem) ||
-           Trouble(problem);
+    return journal::WriteFileAtomically(path, journal::StateText(state), problem) || Trouble(problem);
 }
 
 std::string Number(std::size_t count) {
@@ -126,8 +104,12 @@ int RunReplay(const Options &options) {
     }
     journal::Log log;
     const auto device = std::make_unique<Device>(); // the stand-in, when it is the target
-    if (!LoadLog(options.path, log) ||
-        (!options.statePath.empty() && !LoadState(options.statePath, device->state))) {
+    if (!LoadLog(options.path, log)) {
+        return kStatusTrouble;
+    }
+    journal::Problem problem;
+    if (!options.statePath.empty() && !LoadState(options.statePath, device->state, problem)) {
+        Trouble(problem);
         return kStatusTrouble;
     }
     journal::LogWriter writer;

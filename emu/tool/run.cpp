@@ -56,19 +56,11 @@ class UsageFormatter : public CLI::Formatter {
     }
 };
 
-journal::FaultMark MarkOf(FaultKind fault) {
-    return fault == FaultKind::None         ? journal::FaultMark::None
-           : fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
-                                            : journal::FaultMark::Fail;
-}
-
 journal::LogEntry EntryOf(const Request &request, const Answer &answer) {
     OrxEmuRequest kept;
     Record(request, answer, kept);
     journal::LogEntry entry;
     entry.request = request.number;
-    entry.err = answer.err;
-    entry.fault = MarkOf(answer.fault);
     entry.recordRead = request.record != nullptr;
     if (entry.recordRead) {
         entry.in.assign(kept.in, kept.in + kept.recordSize);
@@ -78,181 +70,133 @@ journal::LogEntry EntryOf(const Request &request, const Answer &answer) {
     return entry;
 }
 
-journal::LogEntry FailedOpen(const Answer &answer) {
+journal::LogEntry FailedOpen() {
     journal::LogEntry entry;
     entry.isOpen = true;
-    entry.err = answer.err;
-    entry.fault = MarkOf(answer.fault);
     return entry;
 }
 
-// One run: the hardware, the log that is written while the program runs, and the state that it leaves.
-class Run {
+// The log of a run, if it has one. The program does not wait for it: lines are written when it asks for
+// nothing.
+class RunLog {
   public:
-    explicit Run(const RunOptions &options) : options_(options) {}
+    void Open(const RunOptions &options) {
+        if (journal::NameOneFile(options.log, options.state)) {
+            throw RunTrouble("--log and --state are the same file");
+        }
+        if (!writer_.Open(options.log, journal::kHostOrder)) {
+            throw RunTrouble(writer_.problem().Text());
+        }
+    }
 
-    // The exit status. Throws RunTrouble when the program does not run.
-    int Do();
+    void Add(journal::LogEntry entry, const Answer &answer) {
+        constexpr std::size_t kMost = 1024;
+        ++(entry.isOpen ? end_.failedOpens : end_.requests);
+        if (!writer_.IsOpen()) {
+            return;
+        }
+        entry.err = answer.err;
+        entry.fault = answer.fault == FaultKind::None         ? journal::FaultMark::None
+                      : answer.fault == FaultKind::LoseAnswer ? journal::FaultMark::AnswerLost
+                                                              : journal::FaultMark::Fail;
+        unwritten_.push_back(std::move(entry));
+        if (unwritten_.size() == kMost) {
+            Write();
+        }
+    }
+
+    void Write() {
+        for (const journal::LogEntry &entry : unwritten_) {
+            writer_.Write(entry);
+        }
+        unwritten_.clear();
+    }
+
+    // False, with the reason on standard error, when it could not be written.
+    bool Close(unsigned openDescriptors) {
+        Write();
+        end_.openDescriptors = static_cast<int>(openDescriptors);
+        if (!writer_.IsOpen() || writer_.Close(end_)) {
+            return true;
+        }
+        Complain(writer_.problem().Text());
+        return false;
+    }
 
   private:
-    void LoadState();
-    void OpenLog();
-    Server::Observer Watcher();
-    template <class MakeEntry> void Log(MakeEntry makeEntry);
-    void WriteLog();
-    // What is to be told at the end; each returns whether it could do what was asked for.
-    bool CloseLog(const Server &server);
-    bool SaveState();
-    bool CheckJoined(const Server &server);
-    void TellOfFaultsLeft();
-
-    const RunOptions &options_;
-    const std::unique_ptr<Device> device_ = std::make_unique<Device>();
-    journal::LogWriter log_;
+    journal::LogWriter writer_;
     std::vector<journal::LogEntry> unwritten_;
     journal::LogEnd end_;
 };
 
-int Run::Do() {
-    device_->faults = ParseFaults(options_.faults);
-    Program program(options_.program);
-    LoadState();
-    OpenLog();
-    Server server(*device_, Watcher());
-    Process process(program, server.Variable());
+// False, with the reason on standard error, when nobody has used the stand-in or somebody could not.
+bool CheckJoined(const Server &server, const std::string &program) {
+    if (server.NumStrangers() != 0) {
+        Complain("a process found no device, because its stand-in is of another version than orxemu");
+        return false;
+    }
+    if (server.NumJoined() == 0) {
+        Complain(program + " did not load the stand-in: it is linked statically or has more rights than its "
+                           "user");
+        return false;
+    }
+    return true;
+}
+
+// The program did not fail on what it has not met.
+void TellOfFaultsLeft(const FaultList &faults) {
+    if (faults.num != 0) {
+        Complain(std::to_string(faults.num) + (faults.num == 1 ? " fault was" : " faults were") +
+                 " not met: there were not so many requests or openings");
+    }
+}
+
+// The exit status. Throws RunTrouble when the program does not run.
+int Run(const RunOptions &options) {
+    if (options.program.words.empty()) {
+        throw RunTrouble("the program is missing: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...");
+    }
+    const auto device = std::make_unique<Device>();
+    device->faults = ParseFaults(options.faults);
+    RunLog log;
+    Server server(
+        *device,
+        {[&](const Request &request, const Answer &answer) { log.Add(EntryOf(request, answer), answer); },
+         [&](const Answer &answer) { log.Add(FailedOpen(), answer); }, [&] { log.Write(); }});
+    const Program program = FindProgram(options.program, server.Variable());
+    journal::Problem problem;
+    if (!options.state.empty() && !LoadState(options.state, device->state, problem)) {
+        throw RunTrouble(problem.Text());
+    }
+    if (!options.log.empty()) {
+        log.Open(options);
+    }
+    Process process(program);
     while (!process.hasEnded()) {
         server.ServeUntil(process.descriptor());
         process.HandleSignals();
     }
     server.Finish();
-    if (options_.summary) {
-        std::fputs(SummaryText(device_->state).c_str(), stderr);
+    if (options.summary) {
+        std::fputs(SummaryText(device->state).c_str(), stderr);
     }
-    const bool logClosed = CloseLog(server);
-    const bool stateSaved = SaveState();
-    const bool joined = CheckJoined(server);
-    TellOfFaultsLeft();
-    const int status = process.ExitStatus();
-    return status == 0 && !(logClosed && stateSaved && joined) ? kStatusRunTrouble : status;
-}
-
-void Run::LoadState() {
-    if (options_.state.empty()) {
-        return;
+    bool isDone = log.Close(server.NumLeftOpen());
+    if (!options.state.empty() &&
+        !journal::WriteFileAtomically(options.state, journal::StateText(device->state), problem)) {
+        Complain(problem.Text());
+        isDone = false;
     }
-    journal::Problem problem;
-    bool isThere = false;
-    if (!LookAtStatePlace(options_.state, isThere, problem)) {
-        throw RunTrouble(problem.Text());
-    }
-    if (!isThere) {
-        return;
-    }
-    std::string text;
-    journal::ByteOrder writtenOrder = journal::kHostOrder;
-    if (!journal::ReadFile(options_.state, text, problem) ||
-        !journal::ReadState(text, options_.state, device_->state, writtenOrder, problem)) {
-        throw RunTrouble(problem.Text());
-    }
-}
-
-void Run::OpenLog() {
-    if (options_.log.empty()) {
-        return;
-    }
-    if (journal::NameOneFile(options_.log, options_.state)) {
-        throw RunTrouble("--log and --state are the same file");
-    }
-    if (journal::LogIsInTheWay(options_.log, options_.state)) {
-        throw RunTrouble(options_.log + ": is what --state is written into first");
-    }
-    if (!log_.Open(options_.log, journal::kHostOrder)) {
-        throw RunTrouble(log_.problem().Text());
-    }
-}
-
-Server::Observer Run::Watcher() {
-    return {[this](const Request &request, const Answer &answer) {
-                ++end_.requests;
-                Log([&] { return EntryOf(request, answer); });
-            },
-            [this](const Answer &answer) {
-                ++end_.failedOpens;
-                Log([&] { return FailedOpen(answer); });
-            },
-            [this] { WriteLog(); }};
-}
-
-// The program does not wait for the log: lines are written when it asks for nothing.
-template <class MakeEntry> void Run::Log(MakeEntry makeEntry) {
-    constexpr std::size_t kMost = 1024;
-    if (!log_.IsOpen()) {
-        return;
-    }
-    unwritten_.push_back(makeEntry());
-    if (unwritten_.size() == kMost) {
-        WriteLog();
-    }
-}
-
-void Run::WriteLog() {
-    for (const journal::LogEntry &entry : unwritten_) {
-        log_.Write(entry);
-    }
-    unwritten_.clear();
-}
-
-bool Run::CloseLog(const Server &server) {
-    if (!log_.IsOpen()) {
-        return true;
-    }
-    WriteLog();
-    end_.openDescriptors = static_cast<int>(server.NumLeftOpen());
-    const bool closed = log_.Close(end_);
-    if (!closed) {
-        Complain(log_.problem().Text());
-    }
-    return closed;
-}
-
-bool Run::SaveState() {
-    journal::Problem problem;
-    if (options_.state.empty() ||
-        journal::WriteFileAtomically(options_.state, journal::StateText(device_->state), problem)) {
-        return true;
-    }
-    Complain(problem.Text());
-    return false;
-}
-
-bool Run::CheckJoined(const Server &server) {
-    if (server.NumStrangers() != 0) {
-        Complain("a process found no device, because its stand-in is of another version than orxemu");
-    } else if (server.NumJoined() == 0) {
-        Complain(options_.program.words.front() +
-                 " did not load the stand-in: it is linked statically or has more rights than its user");
-    }
-    return server.NumStrangers() == 0 && server.NumJoined() != 0;
-}
-
-// The program did not fail on what it has not met.
-void Run::TellOfFaultsLeft() {
-    const std::uint32_t left = device_->faults.num;
-    if (left != 0) {
-        Complain(std::to_string(left) + (left == 1 ? " fault was" : " faults were") +
-                 " not met: there were not so many requests or openings");
-    }
+    isDone = CheckJoined(server, program.name) && isDone;
+    TellOfFaultsLeft(device->faults);
+    return process.ExitStatus() == 0 && !isDone ? kStatusRunTrouble : process.ExitStatus();
 }
 
 int RunAndExplain(const RunOptions &options) {
     try {
-        if (options.program.words.empty()) {
-            throw RunTrouble("the program is missing: orxemu run [OPTIONS] -- PROGRAM [ARGUMENTS]...");
-        }
-        return Run(options).Do();
+        return Run(options);
     } catch (const RunTrouble &trouble) {
         Complain(trouble.what());
-        return trouble.status();
+        return trouble.status;
     } catch (const std::exception &error) { // the file system's, say, or no memory
         Complain(error.what());
         return kStatusRunTrouble;

@@ -3,9 +3,10 @@
 #include "emu/tool/run_trouble.h"
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace orxemu::tool {
 
@@ -20,6 +21,13 @@ constexpr int kPassedOn[] = {SIGINT,    SIGQUIT, SIGTERM,   SIGHUP,  SIGUSR1,
 #endif
                              SIGIO,     SIGPWR};
 
+// A signal that has come to the tool.
+struct CameSignal {
+    int number;
+    int code; // whose it is, as siginfo_t says it
+    pid_t sender;
+};
+
 // Where the handler writes what has come.
 volatile sig_atomic_t signalPipe = -1;
 
@@ -31,19 +39,30 @@ void NoteSignal(int number, siginfo_t *info, void * /*context*/) {
     errno = savedErrno;
 }
 
-// Somebody has sent it, who then is its sender.
-bool IsSent(const CameSignal &signal) {
-    return signal.code == SI_USER || signal.code == SI_TKILL || signal.code == SI_QUEUE;
+// One that is ignored stays so: a program that was started with nohup keeps that.
+void Note(int number) {
+    struct sigaction action = {};
+    if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+        return;
+    }
+    action.sa_sigaction = NoteSignal;
+    action.sa_flags = SA_SIGINFO | SA_RESTART | SA_NOCLDSTOP;
+    sigfillset(&action.sa_mask); // one after the other
+    sigaction(number, &action, nullptr);
 }
 
-// The terminal sends the signals of its keys to all processes in front, and so it tells them that it is gone,
-// when its first process has not lived to hear of that: that one alone is told.
-bool IsTerminals(const CameSignal &signal) {
-    return signal.number == SIGINT || signal.number == SIGQUIT ||
-           (signal.number == SIGHUP && getsid(0) != getpid());
+// Whether the program has not got it already: from the terminal, whose keys signal all processes in front (and
+// which tells the session's first process alone that it is gone), or by signalling its own group.
+bool IsToBePassedOn(const CameSignal &signal, pid_t program) {
+    if (signal.code == SI_USER || signal.code == SI_TKILL || signal.code == SI_QUEUE) {
+        return signal.sender != program;
+    }
+    const bool isTerminals = signal.number == SIGINT || signal.number == SIGQUIT ||
+                             (signal.number == SIGHUP && getsid(0) != getpid());
+    return signal.number != SIGCHLD && !isTerminals;
 }
 
-// Pointers to the texts, as execve takes them.
+// Pointers to the texts, as a program takes them.
 std::vector<char *> Pointers(const std::vector<std::string> &texts) {
     std::vector<char *> pointers;
     pointers.reserve(texts.size() + 1);
@@ -54,160 +73,52 @@ std::vector<char *> Pointers(const std::vector<std::string> &texts) {
     return pointers;
 }
 
-// While it lives signals wait, so that none meets the child between fork and exec.
-class SignalsWait {
-  public:
-    SignalsWait() {
-        sigset_t all;
-        sigfillset(&all);
-        sigprocmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsWait(const SignalsWait &) = delete;
-    SignalsWait &operator=(const SignalsWait &) = delete;
-    ~SignalsWait() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-
-  private:
-    sigset_t before_;
-};
-
-// The errno of an exec that failed comes through a pipe that a successful one closes. 0 for the latter.
-int ReadFailure(int pipe) {
-    int err = 0;
-    ssize_t size;
-    do {
-        size = read(pipe, &err, sizeof err);
-    } while (size < 0 && errno == EINTR);
-    return size == static_cast<ssize_t>(sizeof err) ? err : 0;
-}
-
 } // namespace
 
-SignalHandling::SignalHandling() {
+Process::Process(const Program &program) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw SystemTrouble("cannot watch for signals", errno);
     }
-    readingEnd_ = Descriptor(ends[0]);
-    writingEnd_ = Descriptor(ends[1]);
+    signals_ = Descriptor(ends[0]);
     signalPipe = ends[1];
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before); // none meets the child before it is the program
     Note(SIGCHLD);
-    for (const int signal : kPassedOn) {
-        NoteUnlessIgnored(signal);
+    for (const int number : kPassedOn) {
+        Note(number);
     }
-    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
-        NoteUnlessIgnored(signal);
+    for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
+        Note(number);
     }
-    // The reader of a standard stream may go away.
-    Ignore(SIGPIPE);
-    sigset_t own;
-    sigemptyset(&own);
-    for (const Before &before : before_) {
-        sigaddset(&own, before.signal);
-    }
-    sigprocmask(SIG_UNBLOCK, &own, &blockedBefore_);
-}
-
-SignalHandling::~SignalHandling() {
-    Restore();
-    signalPipe = -1;
-}
-
-void SignalHandling::Set(int signal, const struct sigaction &action) {
-    Before before = {signal, {}};
-    // An emulator may keep a signal for itself.
-    if (sigaction(signal, &action, &before.action) == 0) {
-        before_.push_back(before);
-    }
-}
-
-void SignalHandling::Note(int signal) {
-    struct sigaction action = {};
-    action.sa_sigaction = NoteSignal;
-    action.sa_flags = SA_SIGINFO | SA_RESTART | SA_NOCLDSTOP;
-    sigfillset(&action.sa_mask); // one after the other
-    Set(signal, action);
-}
-
-void SignalHandling::NoteUnlessIgnored(int signal) {
-    struct sigaction now = {};
-    if (sigaction(signal, nullptr, &now) == 0) {
-        now.sa_handler == SIG_IGN ? Ignore(signal) : Note(signal);
-    }
-}
-
-void SignalHandling::Ignore(int signal) {
-    struct sigaction action = {};
-    action.sa_handler = SIG_IGN;
-    Set(signal, action);
-}
-
-void SignalHandling::Restore() const {
-    for (const Before &before : before_) {
-        sigaction(before.signal, &before.action, nullptr);
-    }
-    sigprocmask(SIG_SETMASK, &blockedBefore_, nullptr);
-}
-
-CameSignal SignalHandling::Next() const {
-    CameSignal signal = {};
-    const ssize_t size = read(readingEnd_.get(), &signal, sizeof signal);
-    return size == static_cast<ssize_t>(sizeof signal) ? signal : CameSignal{};
-}
-
-Process::Process(Program &program, const std::string &sessionVariable) {
-    // A session around this one is not the program's.
-    const std::string name = sessionVariable.substr(0, sessionVariable.find('=') + 1);
-    std::erase_if(program.environment(),
-                  [&name](const std::string &variable) { return variable.starts_with(name); });
-    program.environment().push_back(sessionVariable);
-    const std::vector<char *> words = Pointers(program.words());
-    const std::vector<char *> environment = Pointers(program.environment());
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        throw SystemTrouble("cannot start " + program.name(), errno);
-    }
-    const Descriptor readingEnd(ends[0]);
-    Descriptor writingEnd(ends[1]);
-    {
-        const SignalsWait wait;
-        pid_ = fork();
-        if (pid_ == 0) {
-            signals_.Restore();
-            execve(program.file().c_str(), words.data(), environment.data());
-            const int err = errno;
-            [[maybe_unused]] const ssize_t written = write(writingEnd.get(), &err, sizeof err);
-            _exit(kStatusCannotRun);
-        }
-    }
-    if (pid_ < 0) {
-        throw SystemTrouble("cannot start " + program.name(), errno);
-    }
-    writingEnd.Close();
-    const int err = ReadFailure(readingEnd.get());
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &before);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int err = posix_spawn(&pid_, program.file.c_str(), nullptr, &attributes,
+                                Pointers(program.words).data(), Pointers(program.environment).data());
+    posix_spawnattr_destroy(&attributes);
     if (err != 0) {
-        waitpid(pid_, nullptr, 0);
         const char *hint = err == ENOEXEC ? " (a script needs a first line with #!, a program of another "
                                             "processor --emulator)"
                                           : "";
-        throw SystemTrouble(program.name() + " cannot be run" + hint, err, kStatusCannotRun);
+        throw SystemTrouble(program.name + " cannot be run" + hint, err, kStatusCannotRun);
     }
+    signal(SIGPIPE, SIG_IGN); // the reader of a standard stream may go away
+    sigemptyset(&all);
+    sigprocmask(SIG_SETMASK, &all, nullptr);
 }
 
 void Process::HandleSignals() {
-    for (CameSignal signal = signals_.Next(); signal.number != 0; signal = signals_.Next()) {
-        if (!hasEnded_ && IsToBePassedOn(signal)) {
+    CameSignal signal = {};
+    while (read(signals_.get(), &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
+        if (!hasEnded_ && IsToBePassedOn(signal, pid_)) {
             kill(pid_, signal.number);
         }
     }
     hasEnded_ = hasEnded_ || waitpid(pid_, &waitStatus_, WNOHANG) == pid_;
-}
-
-bool Process::IsToBePassedOn(const CameSignal &signal) const {
-    if (signal.number == SIGCHLD) {
-        return false;
-    }
-    // A program that sends one to all of its group has meant, and got, it itself.
-    return IsSent(signal) ? signal.sender != pid_ : !IsTerminals(signal);
 }
 
 int Process::ExitStatus() const {

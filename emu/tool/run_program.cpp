@@ -4,19 +4,14 @@
 #include "emu/tool/run_trouble.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
 #include <glob.h>
-#include <optional>
-#include <unistd.h>
-#include <utility>
+#include <sstream>
+#include <wordexp.h>
 
 namespace orxemu::tool {
-
-RunTrouble SystemTrouble(const std::string &what, int err, int status) {
-    return RunTrouble(what + ": " + std::strerror(err), status);
-}
 
 namespace {
 
@@ -30,200 +25,123 @@ constexpr const char *kEmulatedVariables = "QEMU_SET_ENV";
 // emulator splits at commas.
 constexpr const char *kSplitting = " \t\n:$,";
 
-// --- Files of programs
-
-bool IsExecutable(const fs::path &path) {
-    std::error_code ignored;
-    return fs::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0;
-}
-
-// The folders of PATH; an empty one is the current folder.
-std::vector<std::string> SearchPath() {
-    const char *variable = std::getenv("PATH");
-    std::string text = variable != nullptr ? variable : "/bin:/usr/bin";
-    std::vector<std::string> folders;
-    for (std::size_t begin = 0; begin <= text.size();) {
-        const std::size_t end = std::min(text.find(':', begin), text.size());
-        folders.push_back(end > begin ? text.substr(begin, end - begin) : ".");
-        begin = end + 1;
-    }
-    return folders;
+std::string VariableOr(const char *name, const std::string &otherwise) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : otherwise;
 }
 
 // As a shell finds a command. Throws RunTrouble with one of the two statuses.
 std::string FindCommand(const std::string &name, int statusNotFound, int statusCannotRun) {
-    std::vector<std::string> candidates;
-    if (name.find('/') != std::string::npos) {
-        candidates.push_back(name);
-    } else if (!name.empty()) {
-        for (const std::string &folder : SearchPath()) {
-            candidates.push_back(folder + "/" + name);
-        }
-    }
-    const auto found = std::find_if(candidates.begin(), candidates.end(), IsExecutable);
-    if (found != candidates.end()) {
-        return *found;
-    }
+    std::istringstream folders(VariableOr("PATH", "/bin:/usr/bin") + ":");
+    std::string inTheWay;
     std::error_code ignored;
-    for (const std::string &candidate : candidates) {
-        if (fs::exists(candidate, ignored)) {
-            const int err = fs::is_directory(candidate, ignored) ? EISDIR : EACCES;
-            throw SystemTrouble(candidate + " cannot be run", err, statusCannotRun);
+    const bool isPath = name.find('/') != std::string::npos;
+    for (std::string folder; isPath || std::getline(folders, folder, ':');) {
+        const std::string path = isPath ? name : (folder.empty() ? "." : folder) + "/" + name;
+        if (fs::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0) {
+            return path;
+        }
+        inTheWay = inTheWay.empty() && fs::exists(path, ignored) ? path : inTheWay;
+        if (isPath) {
+            break;
         }
     }
-    throw RunTrouble(name.empty() ? "the program's name is empty" : name + " is not there, or not in PATH",
-                     statusNotFound);
+    if (name.empty() || inTheWay.empty()) {
+        throw RunTrouble(name.empty() ? "the program's name is empty"
+                                      : name + " is not there, or not in PATH",
+                         statusNotFound);
+    }
+    throw SystemTrouble(inTheWay + " cannot be run", fs::is_directory(inTheWay) ? EISDIR : EACCES,
+                        statusCannotRun);
 }
-
-// --- The library
 
 // As `cmake --install` places them: programs in bin, libraries in lib or lib64 or lib/<machine>.
 fs::path FindLibrary() {
-    std::error_code err;
-    const fs::path folder = fs::read_symlink("/proc/self/exe", err).parent_path();
-    if (fs::exists(folder / kLibrary, err)) {
-        return folder / kLibrary;
-    }
-    for (const char *place : {"lib*", "lib*/*"}) {
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const char *place : {".", "../lib*", "../lib*/*"}) {
         glob_t matches = {};
-        const std::string pattern = (folder / ".." / place / kLibrary).string();
-        std::optional<fs::path> found;
-        if (glob(pattern.c_str(), 0, nullptr, &matches) == 0) {
-            found = matches.gl_pathv[0];
-        }
+        const int result = glob((folder / place / kLibrary).c_str(), 0, nullptr, &matches);
+        const fs::path found = result == 0 ? matches.gl_pathv[0] : "";
         globfree(&matches);
-        if (found) {
-            return *found;
+        if (!found.empty()) {
+            return fs::canonical(found);
         }
     }
     throw RunTrouble(std::string(kLibrary) + " is neither in " + folder.string() +
                      " nor in the library folder beside it; --library FILE says where it is");
 }
 
-// What it sends to the tool is in its own byte order.
-ElfKind CheckLibrary(const fs::path &library) {
-    const std::optional<ElfKind> kind = ElfKindOf(library);
-    if (!kind) {
-        std::error_code ignored;
-        throw RunTrouble(library.string() + (fs::exists(library, ignored)
-                                                 ? " is no library that can be preloaded"
-                                                 : " is not there"));
-    }
-    if (OrderOf(*kind) != journal::kHostOrder) {
-        throw RunTrouble(library.string() + " is " + Describe(*kind) + ", and this orxemu is " +
-                         journal::NameOf(journal::kHostOrder) +
-                         "-endian: use the orxemu that was built with it");
-    }
-    return *kind;
-}
-
-// --- Words and environment
-
-// A command line's words, split at blanks; quotes of either kind keep them.
+// A command line's words, as a shell splits them.
 std::vector<std::string> SplitWords(const std::string &line) {
-    std::vector<std::string> words;
-    std::string word;
-    bool inWord = false;
-    char quote = '\0';
-    for (const char c : line + " ") {
-        if (quote != '\0' && c == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (c == '"' || c == '\'')) {
-            quote = c;
-            inWord = true;
-        } else if (quote != '\0' || (c != ' ' && c != '\t')) {
-            word += c;
-            inWord = true;
-        } else if (inWord) {
-            words.push_back(std::exchange(word, {}));
-            inWord = false;
-        }
+    wordexp_t split = {};
+    const int result = wordexp(line.c_str(), &split, WRDE_NOCMD | WRDE_UNDEF);
+    const std::vector<std::string> words(split.we_wordv, split.we_wordv + (result == 0 ? split.we_wordc : 0));
+    if (result == 0) {
+        wordfree(&split);
     }
-    if (quote != '\0' || words.empty()) {
+    if (words.empty()) {
         throw RunTrouble("--emulator: \"" + line + "\" is no command line");
     }
     return words;
 }
 
-std::string VariableOr(const char *name, const std::string &otherwise) {
-    const char *value = std::getenv(name);
-    return value != nullptr ? value : otherwise;
+void SetVariable(std::vector<std::string> &environment, const std::string &variable) {
+    const std::string name = variable.substr(0, variable.find('=') + 1);
+    std::erase_if(environment, [&name](const std::string &entry) { return entry.starts_with(name); });
+    environment.push_back(variable);
+}
+
+// The library as a list of the loader's can name it.
+std::string NameInList(const fs::path &library, Descriptor &open) {
+    if (library.string().find_first_of(kSplitting) == std::string::npos) {
+        return library.string();
+    }
+    open = Descriptor(::open(library.c_str(), O_RDONLY | O_CLOEXEC));
+    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(open.get());
+}
+
+// The runtime of a sanitizer comes in front, what the user preloads behind.
+void SetPreload(Program &program, const fs::path &library, bool emulated) {
+    std::string list = ORXEMU_PRELOAD_FIRST; // NOLINT(readability-redundant-string-init): not always empty
+    // cppcheck-suppress knownConditionTrueFalse ; in some builds it is not
+    list += (list.empty() ? "" : ":") + NameInList(library, program.library);
+    const std::string users = VariableOr(kPreloadVariable, "");
+    list += users.empty() ? "" : ":" + users;
+    const std::string preload = std::string(kPreloadVariable) + "=" + list;
+    if (!emulated) {
+        SetVariable(program.environment, preload);
+        return;
+    }
+    if (list.find(',') != std::string::npos) {
+        throw RunTrouble(std::string("--emulator: ") + kPreloadVariable + " must not have commas: " + list);
+    }
+    const std::string others = VariableOr(kEmulatedVariables, "");
+    SetVariable(program.environment,
+                std::string(kEmulatedVariables) + "=" + others + (others.empty() ? "" : ",") + preload);
 }
 
 } // namespace
 
-TemporaryLink::~TemporaryLink() {
-    if (!folder_.empty()) {
-        std::error_code ignored;
-        fs::remove_all(folder_, ignored);
-    }
-}
-
-std::string TemporaryLink::Create(const fs::path &target) {
-    std::string pattern = VariableOr("TMPDIR", "/tmp");
-    if (pattern.empty() || pattern.find_first_of(kSplitting) != std::string::npos) {
-        pattern = "/tmp";
-    }
-    pattern += "/orxemu.XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw SystemTrouble(pattern + " cannot be created", errno);
-    }
-    folder_ = pattern;
-    const fs::path link = folder_ / kLibrary;
-    std::error_code err;
-    fs::create_symlink(target, link, err);
-    if (err) {
-        throw SystemTrouble(link.string() + " cannot be created", err.value());
-    }
-    return link.string();
-}
-
-Program::Program(const ProgramOptions &options) {
+Program FindProgram(const ProgramOptions &options, const std::string &session) {
     const bool emulated = !options.emulator.empty();
-    const fs::path library = options.library.empty() ? FindLibrary() : fs::path(options.library);
-    const ElfKind libraryKind = CheckLibrary(library);
-    name_ = options.words.front();
-    file_ = FindCommand(name_, kStatusNotFound, kStatusCannotRun);
-    CheckProgram(file_, library, libraryKind, emulated, options.isLauncher);
-    words_ = options.words;
+    const fs::path library = options.library.empty() ? FindLibrary() : fs::absolute(options.library);
+    Program program;
+    program.name = options.words.front();
+    program.file = FindCommand(program.name, kStatusNotFound, kStatusCannotRun);
+    CheckProgram(program.file, library, emulated, options.isLauncher);
+    program.words = options.words;
     if (emulated) {
-        std::vector<std::string> emulator = SplitWords(options.emulator);
-        words_.front() = file_;
-        words_.insert(words_.begin(), emulator.begin(), emulator.end());
-        file_ = FindCommand(emulator.front(), kStatusRunTrouble, kStatusRunTrouble);
+        const std::vector<std::string> emulator = SplitWords(options.emulator);
+        program.words.front() = program.file;
+        program.words.insert(program.words.begin(), emulator.begin(), emulator.end());
+        program.file = FindCommand(emulator.front(), kStatusRunTrouble, kStatusRunTrouble);
     }
     for (char **variable = environ; *variable != nullptr; ++variable) {
-        environment_.emplace_back(*variable);
+        program.environment.emplace_back(*variable);
     }
-    SetPreload(PreloadPath(fs::absolute(library)), emulated);
-}
-
-std::string Program::PreloadPath(const fs::path &library) {
-    const std::string path = library.string();
-    return path.find_first_of(kSplitting) == std::string::npos ? path : link_.Create(library);
-}
-
-// The runtime of a sanitizer comes in front, what the user preloads behind.
-void Program::SetPreload(const std::string &preload, bool emulated) {
-    std::string list = ORXEMU_PRELOAD_FIRST; // NOLINT(readability-redundant-string-init): not always empty
-    // cppcheck-suppress knownConditionTrueFalse ; in some builds it is not
-    list += (list.empty() ? "" : ":") + preload;
-    const std::string users = VariableOr(kPreloadVariable, "");
-    list += users.empty() ? "" : ":" + users;
-    std::string variable = kPreloadVariable;
-    std::string value = list;
-    if (emulated) {
-        if (list.find(',') != std::string::npos) {
-            throw RunTrouble(std::string("--emulator: ") + kPreloadVariable +
-                             " must not have commas: " + list);
-        }
-        const std::string others = VariableOr(kEmulatedVariables, "");
-        variable = kEmulatedVariables;
-        value = others + (others.empty() ? "" : ",") + kPreloadVariable + "=" + list;
-    }
-    std::erase_if(environment_,
-                  [&variable](const std::string &entry) { return entry.starts_with(variable + "="); });
-    environment_.push_back(variable + "=" + value);
+    SetPreload(program, library, emulated);
+    SetVariable(program.environment, session); // of a session around this one, too
+    return program;
 }
 
 } // namespace orxemu::tool

@@ -3,7 +3,8 @@
 #ifndef EMU_TOOL_RUN_PROGRAM_H
 #define EMU_TOOL_RUN_PROGRAM_H
 
-#include <filesystem>
+#include "emu/server/descriptor.h"
+
 #include <string>
 #include <vector>
 
@@ -16,43 +17,17 @@ struct ProgramOptions {
     bool isLauncher = false;        // it may be linked statically, for it only starts others
 };
 
-// A symbolic link to the library in a folder of its own, for where its path cannot be written. Both go with
-// it.
-class TemporaryLink {
-  public:
-    TemporaryLink() = default;
-    TemporaryLink(const TemporaryLink &) = delete;
-    TemporaryLink &operator=(const TemporaryLink &) = delete;
-    ~TemporaryLink();
-    // The path of the link to `target`. Throws RunTrouble.
-    std::string Create(const std::filesystem::path &target);
-
-  private:
-    std::filesystem::path folder_;
+struct Program {
+    std::string name;
+    std::string file; // to execute
+    std::vector<std::string> words;
+    std::vector<std::string> environment;
+    Descriptor library; // open while the program runs when it is loaded by its number
 };
 
-class Program {
-  public:
-    // Throws RunTrouble: a program that is not there (127) or cannot be run on the stand-in (126); a library
-    // or an emulator that is not there or is not for this tool (125).
-    explicit Program(const ProgramOptions &options);
-
-    const std::string &name() const { return name_; }
-    // The file to execute, its words and its environment, to which the caller adds.
-    const std::string &file() const { return file_; }
-    const std::vector<std::string> &words() const { return words_; }
-    std::vector<std::string> &environment() { return environment_; }
-
-  private:
-    std::string PreloadPath(const std::filesystem::path &library);
-    void SetPreload(const std::string &preload, bool emulated);
-
-    std::string name_;
-    std::string file_;
-    std::vector<std::string> words_;
-    std::vector<std::string> environment_;
-    TemporaryLink link_;
-};
+// `session` is the variable that names the session. Throws RunTrouble: a program that is not there (127) or
+// cannot be run on the stand-in (126); a library or an emulator that is not there or is not for this tool (125).
+Program FindProgram(const ProgramOptions &options, const std::string &session);
 
 } // namespace orxemu::tool
 

@@ -4,26 +4,24 @@
 
 #include "emu/tool/commands.h"
 
+#include <cstring>
 #include <stdexcept>
-#include <string>
 
 namespace orxemu::tool {
 
 constexpr int kStatusCannotRun = 126;
 constexpr int kStatusNotFound = 127;
 
-class RunTrouble : public std::runtime_error {
-  public:
-    explicit RunTrouble(const std::string &what, int status = kStatusRunTrouble)
-        : std::runtime_error(what), status_(status) {}
-    int status() const { return status_; }
-
-  private:
-    int status_;
+struct RunTrouble : std::runtime_error {
+    explicit RunTrouble(const std::string &what, int statusOfRun = kStatusRunTrouble)
+        : std::runtime_error(what), status(statusOfRun) {}
+    int status;
 };
 
 // "WHAT: reason", with the reason of an errno.
-RunTrouble SystemTrouble(const std::string &what, int err, int status = kStatusRunTrouble);
+inline RunTrouble SystemTrouble(const std::string &what, int err, int status = kStatusRunTrouble) {
+    return RunTrouble(what + ": " + std::strerror(err), status);
+}
 
 } // namespace orxemu::tool
 

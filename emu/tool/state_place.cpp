@@ -28,4 +28,25 @@ bool LookAtStatePlace(const std::string &path, bool &isThere, journal::Problem &
     return false;
 }
 
+bool LoadState(const std::string &path, OrxEmuState &state, journal::Problem &problem) {
+    bool isThere = false;
+    if (!LookAtStatePlace(path, isThere, problem)) {
+        return false;
+    }
+    if (!isThere) {
+        return true;
+    }
+    std::string text;
+    journal::FileKind kind = journal::FileKind::State;
+    journal::ByteOrder writtenOrder = journal::kHostOrder;
+    if (!journal::ReadFile(path, text, problem) || !journal::KindOf(text, path, kind, problem)) {
+        return false;
+    }
+    if (kind != journal::FileKind::State) {
+        problem = {path, 0, "is a log, and --state takes a state"};
+        return false;
+    }
+    return journal::ReadState(text, path, state, writtenOrder, problem);
+}
+
 } // namespace orxemu::tool

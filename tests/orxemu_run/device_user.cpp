@@ -1,5 +1,5 @@
 // A program that uses the device as it is told to: each argument is a step "NAME" or "NAME=VALUE", in order.
-#include "tests/emu/refuse_calls.h"
+#include "tests/orxemu_run/refuse_calls.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,6 +1,6 @@
 // System calls that the kernel refuses to this process from now on, and to the processes that it starts.
-#ifndef TESTS_EMU_REFUSE_CALLS_H
-#define TESTS_EMU_REFUSE_CALLS_H
+#ifndef TESTS_ORXEMU_RUN_REFUSE_CALLS_H
+#define TESTS_ORXEMU_RUN_REFUSE_CALLS_H
 
 #include <cstddef>
 #include <cstdint>
