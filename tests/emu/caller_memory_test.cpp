@@ -116,7 +116,8 @@ TEST_F(EmuCallerMemoryTest, FcbsThatCannotBeRead) {
 // Whether the kernel says which pages it could fetch; an old one or an emulator does not.
 bool TellsAtOnce() {
     constexpr long kRead = 22;
-    return syscall(SYS_madvise, ownPages, sizeof ownPages, kRead) == 0 && syscall(SYS_madvise, 0L, 1L, kRead) != 0;
+    return syscall(SYS_madvise, ownPages, sizeof ownPages, kRead) == 0 &&
+           syscall(SYS_madvise, 0L, 1L, kRead) != 0;
 }
 
 TEST_F(EmuCallerMemoryTest, ProgramWithoutADescriptorLeftIsServed) {

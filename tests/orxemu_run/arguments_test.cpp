@@ -1,17 +1,11 @@
 // The command line: what is refused before anything runs, and what help says.
 #include "tests/orxemu_run/run_kit.h"
 
-#include <filesystem>
-#include <fstream>
-
 namespace run_test {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 using ArgumentsTest = RunTest;
-using EmulatorTest = RunTest;
 
 struct ArgumentRow {
     Words options;
@@ -112,10 +106,8 @@ struct ProgramRow {
 
 TEST_F(ArgumentsTest, ProgramCannotBeRun) {
     WriteFile(Path("plain"), "echo no\n");
-    WriteFile(Path("script"), "#!/nowhere/interpreter\n");
-    fs::permissions(Path("script"), fs::perms::owner_all);
-    WriteFile(Path("nothing executable"), "echo no\n");
-    fs::permissions(Path("nothing executable"), fs::perms::owner_all);
+    WriteProgram("script", "#!/nowhere/interpreter\n");
+    WriteProgram("nothing executable", "echo no\n");
     std::vector<ProgramRow> rows = {
         {Path("nothing"), 127, Path("nothing") + " is not there, or not in PATH\n"},
         {"no-such-command-anywhere", 127, "no-such-command-anywhere is not there, or not in PATH\n"},
@@ -137,79 +129,6 @@ TEST_F(ArgumentsTest, ProgramCannotBeRun) {
         EXPECT_EQ(outcome.status, row.status) << row.program;
         EXPECT_EQ(outcome.err, "orxemu: " + row.message);
     }
-}
-
-// The bytes of a program's head in the other byte order of this machine, or with another word size.
-std::string OtherHead(std::size_t offset, char from, char to) {
-    std::string head = FileText(DEVICE_USER).substr(0, 4096);
-    head[offset] = head[offset] == from ? to : from;
-    return head;
-}
-
-TEST_F(EmulatorTest, ProgramOfAnotherProcessorIsRefused) {
-    constexpr std::size_t kWordSize = 4;
-    constexpr std::size_t kByteOrder = 5;
-    for (const std::size_t offset : {kWordSize, kByteOrder}) {
-        WriteFile(Path("other"), OtherHead(offset, 1, 2));
-        fs::permissions(Path("other"), fs::perms::owner_all);
-        const Outcome outcome = Finished(RunWords({}, {Path("other")}));
-        EXPECT_EQ(outcome.status, 126);
-        EXPECT_EQ(outcome.err.rfind("orxemu: " + Path("other") + " is for another processor (", 0), 0u)
-            << outcome.err;
-    }
-}
-
-TEST_F(EmulatorTest, LibraryOfTheOtherByteOrderIsRefused) {
-    WriteFile(Path("lib.so"), OtherHead(5, 1, 2));
-    const Outcome outcome = RunSteps({"--library", Path("lib.so")}, {});
-    EXPECT_EQ(outcome.status, 125);
-    EXPECT_NE(outcome.err.find("-endian: use the orxemu that was built with it\n"), std::string::npos)
-        << outcome.err;
-}
-
-Outcome WithEmulator(const std::string &emulator, const std::string &program) {
-    return Finished(Tool({"run", "--emulator", emulator, "--", program, "status=1"}));
-}
-
-TEST_F(EmulatorTest, RefusedOnes) {
-    WriteFile(Path("script"), "#!/bin/sh\n");
-    fs::permissions(Path("script"), fs::perms::owner_all);
-    const Outcome script = WithEmulator("env", Path("script"));
-    EXPECT_EQ(script.status, 126);
-    EXPECT_EQ(script.err, "orxemu: " + Path("script") + " is no program that --emulator can run\n");
-
-    const Outcome missing = WithEmulator("no-such-emulator -L /", DEVICE_USER);
-    EXPECT_EQ(missing.status, 125);
-    EXPECT_EQ(missing.err, "orxemu: no-such-emulator is not there, or not in PATH\n");
-
-    for (const char *line : {"\"open", "'", "  "}) {
-        const Outcome outcome = WithEmulator(line, DEVICE_USER);
-        EXPECT_EQ(outcome.status, 125) << line;
-        EXPECT_EQ(outcome.err, std::string("orxemu: --emulator: \"") + line + "\" is no command line\n");
-    }
-}
-
-// Something that takes the words and the variable as an emulator does.
-TEST_F(EmulatorTest, GetsItsWordsAndTheVariable) {
-    if (Emulated()) {
-        GTEST_SKIP() << "the real one runs every other test";
-    }
-    WriteFile(Path("my emulator"), "#!/bin/sh\n"
-                                   "printf '<%s>' \"$1\" \"$2\"; shift 2\n"
-                                   "echo \" $LD_PRELOAD\"\n"
-                                   "echo \"$QEMU_SET_ENV\"\n"
-                                   "export \"${QEMU_SET_ENV#A=1,}\"\n"
-                                   "exec \"$@\"\n");
-    fs::permissions(Path("my emulator"), fs::perms::owner_all);
-    Conditions conditions;
-    conditions.environment = {"QEMU_SET_ENV=A=1"};
-    std::string emulator = "'";
-    emulator += Path("my emulator") + "'  -L '' ";
-    const Outcome outcome =
-        Finished(Tool({"run", "--emulator", emulator, "--", DEVICE_USER, "status=1"}), conditions);
-    EXPECT_EQ(outcome.out, std::string("<-L><> \nA=1,LD_PRELOAD=") + STAND_IN_PRELOAD + "\nstatus 1: ok\n");
-    EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(outcome.status, 0);
 }
 
 TEST_F(ArgumentsTest, VersionAndHelp) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace run_test {
@@ -16,6 +17,12 @@ namespace fs = std::filesystem;
 using LogTest = RunTest;
 using StateTest = RunTest;
 using SummaryTest = RunTest;
+
+#ifdef SYS_rename
+constexpr long kRename = SYS_rename;
+#else
+constexpr long kRename = SYS_renameat;
+#endif
 
 constexpr const char *kSummaryOfTest3 = "what the hardware holds     active   of  indexes\n"
                                         "AS tables                        1   16  0\n"
@@ -35,7 +42,7 @@ int ActiveFlows(const OrxEmuState &state) {
 
 TEST_F(LogTest, EveryRequestOfAScenario) {
     EXPECT_EQ(RunOrxtest({"--log", Path("a.json")}, 3).status, 0);
-    const auto log = ReadLog("a.json");
+    const auto log = ReadLog();
     const int requests[] = {27, 21, 29, 29, 29, 29};
     const std::size_t sizes[] = {272, 472, 20, 20, 20, 20};
     ASSERT_EQ(log.entries.size(), std::size(requests));
@@ -57,23 +64,20 @@ TEST_F(LogTest, EveryRequestOfAScenario) {
 }
 
 TEST_F(LogTest, RequestsThatAreRefused) {
-    const Outcome outcome =
-        RunSteps({"--log", Path("a.json")}, {"request=99", "bad-record", "status=2", "request=30"});
-    EXPECT_EQ(outcome.out, "request 99: ENOTTY\nbad record: EFAULT\nstatus 2: EINVAL\nrequest 30: EINVAL\n");
-    const auto log = ReadLog("a.json");
-    ASSERT_EQ(log.entries.size(), 4u);
+    const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"request=99", "status=2", "request=30"});
+    EXPECT_EQ(outcome.out, "request 99: ENOTTY\nstatus 2: EINVAL\nrequest 30: EINVAL\n");
+    const auto log = ReadLog();
+    ASSERT_EQ(log.entries.size(), 3u);
     EXPECT_EQ(log.entries[0].request, 99);
     EXPECT_TRUE(log.entries[0].in.empty());
-    EXPECT_FALSE(log.entries[1].recordRead);
-    EXPECT_EQ(log.entries[1].err, EFAULT);
-    EXPECT_TRUE(log.entries[2].recordRead);
-    EXPECT_EQ(log.entries[2].err, EINVAL);
+    EXPECT_TRUE(log.entries[1].recordRead);
+    EXPECT_EQ(log.entries[1].err, EINVAL);
 }
 
 TEST_F(LogTest, EmptyRunHasAWholeLog) {
     EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {}).status, 0);
-    EXPECT_TRUE(ReadLog("a.json").complete);
-    EXPECT_EQ(ReadLog("a.json").end.requests, 0u);
+    EXPECT_TRUE(ReadLog().complete);
+    EXPECT_EQ(ReadLog().end.requests, 0u);
 }
 
 TEST_F(LogTest, LogThatCannotBeOpenedStopsTheRun) {
@@ -85,14 +89,13 @@ TEST_F(LogTest, LogThatCannotBeOpenedStopsTheRun) {
 
 // The limit is larger than what the program prints and smaller than the log.
 TEST_F(LogTest, FullDiskDoesNotHarmTheProgram) {
-    Conditions conditions;
-    conditions.fileLimit = 8192;
+    const Conditions conditions = {.fileLimit = 8192};
     const Outcome outcome = RunOrxtest({"--log", Path("a.json")}, 3, conditions);
     EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
     EXPECT_EQ(outcome.err, "orxemu: " + Path("a.json") + ": cannot be written: File too large\n");
     EXPECT_EQ(outcome.status, 125);
     EXPECT_LE(FileText(Path("a.json")).size(), conditions.fileLimit);
-    EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"processes=10", "exit=3"}, conditions).status, 3)
+    EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"processes", "exit=3"}, conditions).status, 3)
         << "the program's own failure comes first";
 }
 
@@ -108,7 +111,7 @@ TEST_F(LogTest, FullDevice) {
 TEST_F(StateTest, HardwareOutlivesTheRun) {
     for (int run = 1; run <= 2; ++run) {
         EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
-        const auto state = ReadState("s.json");
+        const auto state = ReadState();
         EXPECT_EQ(ActiveFlows(*state), 4 * run);
         EXPECT_EQ(state->pacTbl[run - 1].active, 1);
         EXPECT_EQ(state->pacTbl[run].active, 0);
@@ -118,9 +121,9 @@ TEST_F(StateTest, HardwareOutlivesTheRun) {
 
 TEST_F(StateTest, StateIsWrittenWhenTheProgramFails) {
     EXPECT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1", "exit=3"}).status, 3);
-    EXPECT_EQ(ReadState("s.json")->rlStatus, 1u);
+    EXPECT_EQ(ReadState()->rlStatus, 1u);
     EXPECT_EQ(RunSteps({"--state", Path("s.json")}, {"status=0", "signal=9"}).status, 137);
-    EXPECT_EQ(ReadState("s.json")->rlStatus, 0u);
+    EXPECT_EQ(ReadState()->rlStatus, 0u);
 }
 
 TEST_F(StateTest, StateStaysWhenNothingHasRun) {
@@ -167,10 +170,17 @@ TEST_F(StateTest, PlacesThatCannotBe) {
     fs::create_directory(Path("folder"));
     ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
     fs::create_symlink("pipe", Path("link"));
+    fs::create_symlink("no/s.json", Path("away"));
+    fs::create_symlink("circle", Path("circle"));
     const std::string places[][2] = {
-        {Path("folder"), "is no regular file"}, {Path("pipe"), "is no regular file"},
-        {Path("link"), "is no regular file"},   {"/dev/null", "is no regular file"},
-        {"/dev/zero", "is no regular file"},    {Path("no/s.json"), "its folder is not there"},
+        {Path("away"), "leads to " + Path("no/s.json") + ": its folder is not there"},
+        {Path("circle"), "cannot be opened: Too many levels of symbolic links"},
+        {Path("folder"), "is no regular file"},
+        {Path("pipe"), "is no regular file"},
+        {Path("link"), "is no regular file"},
+        {"/dev/null", "is no regular file"},
+        {"/dev/zero", "is no regular file"},
+        {Path("no/s.json"), "its folder is not there"},
     };
     for (const auto &[place, message] : places) {
         const Outcome outcome = RunSteps({"--state", place}, {"error=ran"});
@@ -180,24 +190,39 @@ TEST_F(StateTest, PlacesThatCannotBe) {
     EXPECT_TRUE(fs::is_fifo(Path("pipe")));
 }
 
+// Names of one file, there or not; tests/journal has them all.
 TEST_F(StateTest, LogAndStateAreTwoFiles) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {}).status, 0);
     fs::create_symlink("s.json", Path("link"));
+    fs::create_hard_link(Path("s.json"), Path("hard"));
+    fs::create_symlink("new", Path("to new"));
+    const Words files = Files();
     const std::string before = FileText(Path("s.json"));
-    for (const char *log : {"s.json", "link"}) {
-        const Outcome outcome = RunSteps({"--state", Path("s.json"), "--log", Path(log)}, {"error=ran"});
+    const std::pair<const char *, const char *> pairs[] = {
+        {"s.json", "s.json"}, {"link", "s.json"}, {"hard", "s.json"}, {"new", "./new"}, {"to new", "new"}};
+    for (const auto &[log, state] : pairs) {
+        const Outcome outcome = RunSteps({"--log", Path(log), "--state", Path(state)}, {"error=ran"});
         EXPECT_EQ(outcome.status, 125) << log;
         EXPECT_EQ(outcome.err, "orxemu: --log and --state are the same file\n") << log;
     }
     EXPECT_EQ(FileText(Path("s.json")), before);
+    EXPECT_EQ(Files(), files);
+}
+
+TEST_F(StateTest, StateIsWrittenWhereALinkLeads) {
+    fs::create_symlink("new", Path("link"));
+    for (int run = 1; run <= 2; ++run) { // it is not there at first
+        EXPECT_EQ(RunSteps({"--state", Path("link")}, {"status=1"}).status, 0);
+        EXPECT_TRUE(fs::is_symlink(Path("link"))) << "run " << run;
+        EXPECT_EQ(ReadState("new")->rlStatus, 1u) << "run " << run;
+    }
+    EXPECT_EQ(Files(), Words({"link", "new"}));
 }
 
 TEST_F(StateTest, FullDiskLeavesTheOldState) {
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
     const std::string before = FileText(Path("s.json"));
-    Conditions conditions;
-    conditions.fileLimit = 8192;
-    const Outcome outcome = RunOrxtest({"--state", Path("s.json")}, 3, conditions);
+    const Outcome outcome = RunOrxtest({"--state", Path("s.json")}, 3, {.fileLimit = 8192});
     EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
     EXPECT_EQ(outcome.err, "orxemu: " + Path("s.json") + ": cannot be written: File too large\n");
     EXPECT_EQ(outcome.status, 125);
@@ -205,21 +230,21 @@ TEST_F(StateTest, FullDiskLeavesTheOldState) {
     EXPECT_EQ(Files(), Words({"s.json"}));
 }
 
-// Killed in the middle of the file, when it is whole, and in front of the moment that makes it the state.
 TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {
+    if (Emulated()) {
+        GTEST_SKIP() << "an emulator has no filters of system calls";
+    }
     ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
     const std::string before = FileText(Path("s.json"));
-    for (const char *call : {"write", "fsync", "rename"}) {
-        Conditions conditions;
-        conditions.environment = {std::string("KILL_AT=") + call,
-                                  std::string(Emulated() ? "QEMU_SET_ENV=" : "") +
-                                      "LD_PRELOAD=" KILLER_PRELOAD};
-        EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3, conditions).status, kKilled + SIGKILL) << call;
-        EXPECT_EQ(FileText(Path("s.json")), before) << call;
-        EXPECT_TRUE(Files().back().starts_with("s.json.orxemu-new-")) << call;
+    for (const std::vector<long> &calls :
+         {std::vector<long>{SYS_fsync}, {SYS_renameat, SYS_renameat2, kRename}}) {
+        EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3, {.deadlyCalls = calls}).status,
+                  kKilled + SIGSYS);
+        EXPECT_EQ(FileText(Path("s.json")), before);
     }
+    EXPECT_EQ(Files().size(), 3u) << "both have begun a file";
     EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
-    EXPECT_EQ(ActiveFlows(*ReadState("s.json")), 4) << "and none of the runs that were killed";
+    EXPECT_EQ(ActiveFlows(*ReadState()), 4) << "and none of the runs that were killed";
 }
 
 TEST_F(SummaryTest, WhatAScenarioLeaves) {
