@@ -28,6 +28,12 @@ void Print(const std::string &text) {
     std::fflush(stdout);
 }
 
+// "WHAT VALUE: outcome".
+void PrintOutcome(const char *what, const std::string &value, const std::string &outcome) {
+    std::printf("%s%s%s: %s\n", what, value.empty() ? "" : " ", value.c_str(), outcome.c_str());
+    std::fflush(stdout);
+}
+
 std::string Outcome(int result) {
     return result >= 0 ? "ok" : strerrorname_np(errno);
 }
@@ -116,14 +122,16 @@ void Execute(const std::string &step) {
 
 // --- Addresses that cannot be reached: of a record, of its answer, and of the FCB
 
-alignas(65536) std::uint8_t page[65536];
+constexpr std::size_t kPage = 65536;
+alignas(kPage) std::uint8_t pages[2 * kPage];
 
 void SendBadAddresses() {
+    std::uint8_t *page = pages + kPage;
     std::uint32_t flow[5] = {0, 1884, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(page)),
                              0xFFFFFFFF, 0xFFFFFFFF};
     std::memcpy(page, flow, sizeof flow);
     const auto flowAt = [](void *record) { return Send(29, record); };
-    const auto protect = [](int how) { mprotect(page, sizeof page, how); };
+    const auto protect = [page](int how) { mprotect(page, kPage, how); };
     protect(PROT_READ);
     std::string outcomes = flowAt(page);
     protect(PROT_NONE);
@@ -213,19 +221,19 @@ struct Step {
     void (*run)(const std::string &value);
 };
 constexpr Step kSteps[] = {
-    {"status", [](const std::string &v) { Print("status " + v + ": " + SendStatus(v)); }},
+    {"status", [](const std::string &v) { PrintOutcome("status", v, SendStatus(v)); }},
     {"request",
      [](const std::string &v) {
          std::uint8_t record[512] = {};
-         Print("request " + v + ": " + Send(std::stoul(v), record));
+         PrintOutcome("request", v, Send(std::stoul(v), record));
      }},
     {"bad-addresses", [](const std::string &) { SendBadAddresses(); }},
     {"refuse-calls", RefuseCalls},
-    {"leave-open", [](const std::string &) { Print("open: " + Outcome(open(kDevice, O_RDWR))); }},
+    {"leave-open", [](const std::string &) { PrintOutcome("open", "", Outcome(open(kDevice, O_RDWR))); }},
     {"send-on", // status 1 on a descriptor that is there, and closes it
      [](const std::string &v) {
          std::uint32_t status = 1;
-         Print("send: " + SendOn(std::stoi(v), 39, &status));
+         PrintOutcome("send", "", SendOn(std::stoi(v), 39, &status));
      }},
     {"close-from", [](const std::string &v) { closefrom(std::stoi(v)); }},
     {"in-child", [](const std::string &v) { InChild(v, std::exit); }},
