@@ -16,7 +16,7 @@ if [ $# -gt 1 ] || { [ $# -eq 1 ] && [ "$1" != --update ]; }; then
     exit 2
 fi
 
-install_for bench binutils python3 valgrind libbenchmark-dev
+install_for bench binutils python3 valgrind libbenchmark-dev libcli11-dev nlohmann-json3-dev
 build bench
 
 out=$here/build/bench
@@ -49,6 +49,16 @@ for run in 1 2; do
     quietly "Counting instructions of orxtest, run $run" \
         count "$counts/process-orxtest" "$out/app/orxtest" -t 0
 done
+
+# ask FILE COMMAND...: what a request takes, in nanoseconds.
+ask() {
+    "${@:2}" >"$1"
+}
+quietly "Measuring requests on a null device" ask "$results/request-null" "$out/bench/bench_stand_in" /dev/null
+quietly "Measuring requests on the stand-in" ask "$results/request-in-process" \
+    env LD_PRELOAD="$out/emu/liborxemu.so" "$out/bench/bench_stand_in" /dev/pktorx
+quietly "Measuring requests in a session" ask "$results/request-in-session" \
+    "$out/emu/orxemu" run -- "$out/bench/bench_stand_in" /dev/pktorx
 
 # The other targets' sizes and stacks.
 targets=()

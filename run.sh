@@ -30,6 +30,6 @@ options=()
 if [ "${#emulator[@]}" -gt 0 ]; then
     options=(--emulator "${emulator[*]}")
 fi
-rm -rf "$scratch" # nothing is left to do it when orxemu takes this script's place
+rm -rf "$scratch" # here, because orxemu takes this script's place
 exec "${emulator[@]}" "$here/build/$preset/emu/orxemu" run "${options[@]}" -- \
     "$here/build/$preset/app/orxtest" "$@"

@@ -23,7 +23,7 @@ int NextArg(int *count_p, char ***cursor_p) {
     return 0;
 }
 
-// strtol as the target has it, where long has 32 bits: what does not fit is out of range on every machine.
+// strtol as on the target, where long has 32 bits: what does not fit there is out of range on every machine.
 int ToNumber(const char *text) {
     const long long number = std::strtol(text, nullptr, 0);
     if (number > INT_MAX || number < INT_MIN) {

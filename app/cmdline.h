@@ -1,7 +1,7 @@
-// The command line: an option word, which is not looked at, and a test number.
+// The command line: an option word, which is ignored, and a test number.
 //
-// The argument readers share one convention: each takes the remaining-argument count, the argument cursor
-// and the destination by address, and returns 0 or -1.
+// The argument readers share one convention: each takes the number of arguments that are left, the cursor and
+// the destination by address, and returns 0 or -1.
 #ifndef APP_CMDLINE_H
 #define APP_CMDLINE_H
 

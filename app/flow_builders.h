@@ -1,5 +1,5 @@
 // Flow shapes: each builder allocates a flow, gives it forwarding, headers, filters and actions, activates
-// and dumps it. The results of the calls are not looked at: errors show in the library's lines.
+// and dumps it. It ignores the results of the calls: errors show in the library's lines.
 //
 // A null asTbl_p means that the flow overrides address screening.
 #ifndef APP_FLOW_BUILDERS_H

@@ -1,5 +1,5 @@
-// The records of allocated flows: which flow, and which tables its scenario uses with it. They gather in one
-// array across all scenarios and are released together by freeFlows.
+// The records of allocated flows: which flow, and which tables its scenario uses with it. All scenarios share
+// one array of them; freeFlows releases them together.
 #ifndef APP_FLOW_RECORDS_H
 #define APP_FLOW_RECORDS_H
 

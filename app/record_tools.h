@@ -7,7 +7,7 @@
 
 namespace app {
 
-// A record that is zero in every byte, the unused ends of its unions included: the driver sees them.
+// A record that is zero in every byte, also in the unused ends of its unions: the driver sees them.
 template <class Record> Record Zeroed() {
     Record record;
     std::memset(&record, 0, sizeof record);

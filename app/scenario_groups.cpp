@@ -57,7 +57,7 @@ FwdInfo ToGem(FwdInfo fwd, uint32_t gem, uint8_t qid) {
     return fwd;
 }
 
-// A flow record whose handle is not allocated yet. Null, with a word about it, when there is none.
+// A flow record whose handle is not allocated yet. Null, after an error line, when none is left.
 FlowRecord *NewFlow() {
     FlowRecord *const flow_p = allocFlow();
     if (flow_p == nullptr) {
@@ -68,7 +68,7 @@ FlowRecord *NewFlow() {
     return flow_p;
 }
 
-// The PPPoE flows' priority is taken from the running one as long as it is 0.
+// Takes the PPPoE flows' priority from the running one as long as it is 0.
 void TakePppoePrio(uint32_t *prio_p) {
     if (PppoePrio == 0) {
         PppoePrio = *prio_p;

@@ -1,4 +1,4 @@
-// Tables of the scenarios. The results of the calls are not looked at: errors show in the library's lines.
+// Tables of the scenarios. The builders ignore the results of the calls: errors show in the library's lines.
 #ifndef APP_TABLE_BUILDERS_H
 #define APP_TABLE_BUILDERS_H
 
@@ -32,7 +32,7 @@ uint32_t App_Allocate_AsTable(const AsTblCfg *cfg_p, AsTblHdl *hdl_p);
 void App_ConfigAsTable(uint32_t uni, AsTblHdl *hdl_p);
 // The DSCP table of a user port: DSCP 0 to 31 get pbits DSCP / 4, the others the default.
 void App_ConfigDscpTable(uint32_t uni, DscpTblHdl *hdl_p);
-// A PAC table whose even pbits go to `firstGem` and whose odd pbits go to the GEM port behind it.
+// A PAC table whose even pbits go to `firstGem` and whose odd pbits go to the next GEM port.
 void App_ConfigPacTablePgMode(uint32_t uni, uint32_t firstGem, PacTblHdl *hdl_p);
 
 } // namespace app

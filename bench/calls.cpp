@@ -1,4 +1,4 @@
-// Functions that are called and do nothing. They stand apart so that no caller sees into them.
+// Functions that do nothing. They have a file of their own so that the compiler cannot inline them.
 
 #include "bench/operations.h"
 

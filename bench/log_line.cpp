@@ -1,4 +1,4 @@
-// Compiled as the library is, so that the line is the line of the library: between calls, as its lines are.
+// Compiled with the library's flags and placed between two calls, as the lines of the library are.
 
 #include "bench/operations.h"
 

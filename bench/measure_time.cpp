@@ -7,12 +7,12 @@
 
 namespace {
 
-// For operations whose state has to be made again and again, which takes longer than what is measured.
+// For operations whose state has to be made anew for each iteration, which takes longer than they do.
 constexpr int kFewIterations = 10;
 
 void Measure(benchmark::State &state, const bench::Operation &operation) {
     operation.prepare();
-    operation.run(0); // what is done once only, is done now
+    operation.run(0); // what happens at the first run only
     if (operation.runs == 0) {
         for (auto _ : state) {
             operation.run(0);

@@ -27,7 +27,7 @@ void Expect(uint32_t code) {
     }
 }
 
-// The bytes at `bytes` may be read and written by others: what was stored there has to be there.
+// Tells the compiler that somebody else may read and write these bytes, so that it keeps stores to them.
 void Keep(void *bytes) {
     asm volatile("" : : "g"(bytes) : "memory");
 }

@@ -11,9 +11,9 @@ struct Operation {
     // Brings the library into the state that the first run needs.
     void (*prepare)();
     void (*run)(unsigned index);
-    // How many runs, with index 0 and up, the state is good for; 0 for any number of them.
+    // The number of runs, from index 0, before the state has to be prepared again; 0: no limit.
     unsigned runs;
-    // Children and their system calls do not show in this process's own time.
+    // It starts a child, whose time does not show in this process's own.
     bool process;
 };
 

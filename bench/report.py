@@ -34,7 +34,7 @@ class Goal(typing.NamedTuple):
     binding: bool
 
 
-# What, its operation; against what, its operation; the goal, if there is one.
+# What is measured and its operation; what it is compared with and its operation; the goal, if there is one.
 COMPARISONS = [
     ("`QIR_Init_Sys`", "init_sys", "filling as many bytes as the context has", "fill_context",
      Goal(2, "nanoseconds", False)),
@@ -98,6 +98,12 @@ def times(results):
             each = 1e9 / run["items_per_second"]
             shortest[name] = min(shortest.get(name, each), each)
     return shortest
+
+
+def requests(results):
+    """Nanoseconds of a request from open to close, by where it goes."""
+    return {path.name.removeprefix("request-"): float(path.read_text())
+            for path in sorted(results.glob("request-*"))}
 
 
 def profile_counts(folder):
@@ -209,6 +215,11 @@ def speed_table(report):
         shown = show_goal(goal.most, unit, reached(report, name, other, goal)) if goal else ""
         rows.append(f"| {what} | {show_time(time[name])} | {counts[name]} | {against} "
                     f"| {show_time(time[other])} | {counts[other]} | {show_ratio(ratio)} | {shown} |")
+    took = report["requests"]
+    for where, key in (("in its process", "in-process"), ("in a session", "in-session")):
+        rows.append(f"| a request through the stand-in, {where} | {show_time(took[key])} | "
+                    f"| the three system calls of a null device | {show_time(took['null'])} | "
+                    f"| {show_ratio(took[key] / took['null'])} | |")
     line = line_off(counts)
     rows.append(f"| an information line that is off | | {line} | no line | | 0 | "
                 f"| {show_goal(LINE_GOAL, ' instructions', line <= LINE_GOAL)} |")
@@ -284,6 +295,7 @@ def main():
         "processor": processor(),
         "tools": tools(build),
         "nanoseconds": times(results),
+        "requests": requests(results),
         "instructions": instruction_counts(results),
         "profiles": profiles(results),
         "memory": [memory(path, name) for name, path in targets],

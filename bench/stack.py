@@ -5,7 +5,7 @@ Compiles the library's sources once more, with the commands of a GCC build's com
 -fcallgraph-info=su, and follows the calls; functions that are the same are kept apart, or they would lose
 their names. With the name of a call it shows that call's deepest path.
 
-What the C library takes below is not counted; the functions of it that are called are named.
+It does not count what the C library takes below; it names the C library's functions that are called.
 """
 
 import concurrent.futures
@@ -21,7 +21,7 @@ import tempfile
 INDIRECT = "__indirect_call"
 
 # Calls through pointers and what they can reach, by the functions' names. A caller without a row is an error.
-# What serves one kind of request reaches functions of that kind only.
+# A function that serves one kind of request reaches functions of that kind only.
 INDIRECT_TARGETS = [
     (r"OpenRequest", r"Log\w+"),
     (r"Config(Filter|Action)", r"Log\w+|Validate_Config_\w+|Config_\w+"),

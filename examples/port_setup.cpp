@@ -22,7 +22,7 @@ struct Port {
     uint32_t id;
     std::array<uint16_t, 4> tpids;  // the tag types that the port recognises
     std::optional<uint32_t> padLen; // bytes, 64 to 255, or 0; the host port has none
-    uint32_t aclType;               // 0 or 1
+    uint32_t aclType;               // 0 or 1; its meaning is the hardware's
 };
 
 struct Limiter {
@@ -32,7 +32,7 @@ struct Limiter {
     RlEnt ent;      // rates: 0 to 8064 in unit 0, 0 to 1000 in unit 1
 };
 
-constexpr uint32_t kFlowMissAction = 1; // 0 to 2
+constexpr uint32_t kFlowMissAction = 1; // 0 to 2; its meaning is the hardware's
 
 constexpr Port kPorts[] = {
     {.name = "user port 0", .id = 0, .tpids = {0x8100, 0x88A8, 0x9100, 0x9200}, .padLen = 64, .aclType = 1},

@@ -1,14 +1,13 @@
 // The line formats, one macro per class of line.
 //
-// Every macro asks the gate first and evaluates its arguments only when the line is printed: a disabled line
-// costs two comparisons. An error line always passes and gets nothing but its module's row there. The `_AS`
-// forms print under the name of another function: a shared core uses them to speak for the operation that it
-// serves.
+// Every macro asks the gate first and evaluates its arguments only if it prints: a line that is off costs two
+// comparisons. The gate lets every error line pass and only gives it its module's row. The `_AS` forms print
+// under the name of another function: a shared core prints under the name of the operation that it serves.
 //
-// An assertion is not gated. It prints the condition and the program carries on with the next statement; it
-// never aborts and never changes a result. Its first field is the source module, which the build gives to
-// every folder (QEL_SOURCE_MODULE), so that a file can be split without touching its lines. The text is
-// given beside the condition because it is read by people and scripts, down to its blanks.
+// An assertion does not ask the gate. It prints the condition, and the program goes on with what follows:
+// it never aborts and never changes a result. Its first field is the source module, which the build gives to
+// every folder (QEL_SOURCE_MODULE), so that a file can be split and its lines stay the same. The caller gives
+// the text beside the condition, because people and scripts read it, down to its blanks.
 #ifndef QEL_LOG_LINES_H
 #define QEL_LOG_LINES_H
 
@@ -22,7 +21,7 @@
         printf("[ERROR %s] %-10s,%d: " fmt, qelRow_->name, (fn), __LINE__ __VA_OPT__(, ) __VA_ARGS__);       \
     } while (false)
 
-// Of a row that may be null: then the line is off.
+// Prints with the row's name. A null row means that the line is off.
 #define QEL_LOG_LINE_OF(row, head, fn, fmt, ...)                                                             \
     do {                                                                                                     \
         if (const QelModInfo *qelRow_ = (row); qelRow_ != nullptr) {                                         \

@@ -1,11 +1,10 @@
 // Marks what cannot happen: QEL_NEVER(condition, "why not").
 //
-// The value is the condition's, so that the mark costs nothing and what follows it stays written down: what
-// the code would do if its tables, or its neighbours, ever changed. A build that counts coverage leaves out
-// what only a true condition leads to. A build with sanitizers stops the program when a condition is true
-// after all.
+// The value is that of the condition. So the mark costs nothing, and the code after it still says what
+// happens if a table or a caller ever changes. The coverage build leaves out the code that only a true
+// condition leads to. A build with sanitizers stops the program if a condition is true after all.
 //
-// A mark stands on one line, where scripts/coverage.sh finds it.
+// Keep a mark on one line, where scripts/coverage.sh finds it.
 #ifndef QEL_NEVER_H
 #define QEL_NEVER_H
 

@@ -5,8 +5,8 @@
 
 namespace {
 
-// An id beyond its table is reported and then used all the same: it means the spare slot behind the table's
-// last.
+// An id out of range prints an assertion line and is then used: it means the spare slot after the last one
+// of its table.
 constexpr uint32_t kSpareQid = MAX_NUM_QIDS;
 constexpr uint32_t kSpareDataDumpId = MAX_NUM_DATADUMP_IDS;
 
@@ -41,14 +41,14 @@ void DumpHex(const uint8_t *data, uint32_t numBytes) {
                WordAt(data, offset + 3 * kWordBytes));
     }
     if (numBytes - offset >= kWordBytes) {
-        // This line is not ended: what follows stands on it.
+        // This line gets no line end: the next output continues it.
         printf("%4.4x: ", offset);
         for (; numBytes - offset >= kWordBytes; offset += kWordBytes) {
             printf("0x%8.8x ", WordAt(data, offset));
         }
     }
     if (const uint32_t rest = numBytes - offset; rest != 0) {
-        // The byte step starts over at the block's first byte. This is the required output.
+        // These are the block's first bytes, not its last ones. This is intended.
         printf("0x");
         for (uint32_t i = 0; i < rest; ++i) {
             printf("%2.2x", data[i]);

@@ -3,7 +3,7 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same: it means the spare slot behind the last
+// An id out of range prints an assertion line and is then used: it means the spare slot after the last
 // function.
 QelFun functions[QEL_FUN_ID_MAX + 1];
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-// An id beyond the table is reported and then used all the same: it means the spare row behind the last
+// An id out of range prints an assertion line and is then used: it means the spare row after the last
 // module.
 constexpr uint32_t kSpareRow = QEL_LOG_ID_MAX;
 

@@ -3,18 +3,19 @@
  * The logging library: who may print, and how a line looks.
  *
  * A fixed table holds one row per log module; a row has the module's name, its log level and its data-dump
- * level. Beside the table stand one global log level and one global data-dump level. A message of level L
+ * level. Beside the table there are one global log level and one global data-dump level. A message of level L
  * for module M may be printed when both the global level and M's level are L or more; level 0 therefore
  * always passes and error lines can never be silenced.
  *
- * The library answers the question, the caller prints: on "yes" it gets the module's row, whose name stands
- * at the head of the line. The line formats themselves are in log/log_lines.h.
+ * The library answers the question, and the caller prints: when the answer is yes, the caller gets the
+ * module's row, whose name begins the line. log/log_lines.h has the line formats.
  *
- * Nothing is allocated, there are no locks: the table is constant-initialised data of the process. Ids and
- * levels out of range are reported by an assertion line and otherwise used as they are.
+ * The library allocates nothing and has no locks: the table is constant-initialised data of the process. An
+ * id or a level out of range prints an assertion line. The level is then used as it is; the id means a spare
+ * row after the last module.
  *
- * Beside the gate stand two small facilities: named queues through which a module prints blocks of raw bytes,
- * and a registry by which modules publish a function for others to find.
+ * The library also has named queues, through which a module prints blocks of raw bytes, and a registry, in
+ * which a module publishes a function for others to find.
  *
  * The header compiles as C11 and as C++20.
  */
@@ -150,9 +151,9 @@ void qel_dataDumpRegPrinter(uint32_t qId, uint32_t dataDumpId, QelDataDumpPrinte
 
 /**
  * Prints a block of data between two marker lines: through the printer registered for it, otherwise in
- * hexadecimal, as 32-bit words in the processor's order. A last line of fewer than four words is not ended.
- * The last 1 to 3 bytes of a block whose length is no multiple of 4 are shown as the block's first bytes. For
- * a queue that is not in use there is an error line between the markers. Does not ask the gate: see
+ * hexadecimal, as 32-bit words in the processor's order. A last line of fewer than four words gets no line
+ * end. When the length is no multiple of 4, the block's first bytes are printed in place of its last 1 to 3.
+ * For a queue that is not in use, it prints an error line between the markers. Does not ask the gate: see
  * qelLog_ddIsEnabled().
  *
  * @param qID          0 to 9

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Sourced by the scripts of the tree: installs what is missing and builds, quietly.
 #
-# What installing and building have to say goes to a log, which is shown on standard error when a step fails.
+# The output of installing and building goes to a log; when a step fails, the log is shown on standard error.
 # Standard output belongs to the program that is run.
 
 repo=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
@@ -13,7 +13,7 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
-# quietly WHAT COMMAND...: one line about the step, its output only when it fails.
+# quietly WHAT COMMAND...: prints one line about the step, and the step's output only if it fails.
 quietly() {
     local what=$1
     shift
@@ -36,7 +36,7 @@ as_root() {
     fi
 }
 
-# install_missing PACKAGE...: installs the distribution's packages that are not there yet.
+# install_missing PACKAGE...: installs those of the distribution's packages that are not there yet.
 install_missing() {
     local missing=() package
     for package in "$@"; do
@@ -51,7 +51,7 @@ install_missing() {
     fi
 }
 
-# install_for PRESET [PACKAGE...]: what building a preset needs, and further packages.
+# install_for PRESET [PACKAGE...]: installs what building a preset needs, and further packages.
 install_for() {
     local preset=$1
     shift

@@ -18,8 +18,8 @@ void updateFwdInfo(Fcb *fcb_p, const FwdInfo *fwdInfo_p);
 void setAsOverride(Fcb *fcb_p, u32 asOverride);
 void getAsOverride(const Fcb *fcb_p, u32 *asOverride_p);
 
-// Status 1 counts the flow in the table and sets the association bit, any other status does the reverse.
-// The handle is stored by the caller.
+// With status 1 the table counts the flow and the association bit is set; any other status does the reverse.
+// The caller stores the handle.
 void setEpInfo(Fcb *fcb_p, u32 epTblSts, EpTblInfo *epTblInfo_p);
 void getEpInfo(const Fcb *fcb_p, u32 *epTblSts_p, EpTblHdl *epTblHdl_p);
 void setPacInfo(Fcb *fcb_p, u32 pacTblSts, u32 pbitsSource, PacTblInfo *pacTblInfo_p);
@@ -29,13 +29,13 @@ void getPacInfo(const Fcb *fcb_p, u32 *pacTblSts_p, u32 *pbitsSource_p, PacTblHd
 void getFilterNumVlanTags(const Fcb *fcb_p, u8 *numVlanTags_p);
 void getActionNumVlanTags(const Fcb *fcb_p, u8 *numVlanTags_p);
 
-// Advances `*req_pp` over one request list: null starts at the first request, null comes after the last. A
-// pointer that is not on the list yields null.
+// Moves `*req_pp` to the next request of a list: from null to the first one, from the last one to null. A
+// pointer that is not on the list becomes null.
 void getNextReq(Fcb *fcb_p, ReqNode *reqList_p, void **req_pp);
 
-// Iteration over one header's filters or actions for code outside the public API: `*infoHdl_pp` starts as
-// null and is null after the last; the request is copied to the caller's record. A header that is not
-// allocated yields null at once.
+// Iterate over one header's filters or actions, for code outside the public API: `*infoHdl_pp` starts as null
+// and is null again after the last request. Each call copies a request to the caller's record. A header that
+// is not allocated has no requests.
 void getNextEthFilter(Fcb *fcb_p, void **infoHdl_pp, EthFilter *filter_p);
 void getNextVlanFilter(Fcb *fcb_p, u32 toTagNum, void **infoHdl_pp, VlanFilter *filter_p);
 void getNextPppoeFilter(Fcb *fcb_p, void **infoHdl_pp, PppoeFilter *filter_p);

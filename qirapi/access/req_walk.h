@@ -1,5 +1,5 @@
-// Walking the nodes of a request list without leaving the pool: an index of 32 or more, or a walk longer
-// than the pool, ends the walk.
+// Walks the nodes of a request list without leaving the pool: the walk ends at an index of 32 or more, and
+// after as many steps as the pool has nodes.
 #ifndef QIRAPI_ACCESS_REQ_WALK_H
 #define QIRAPI_ACCESS_REQ_WALK_H
 
@@ -16,10 +16,10 @@ inline const ReqNode *ReqNodeAt(const Fcb *fcb_p, u16 idx) {
     return idx < QIR_MAX_FCBREQ ? &fcb_p->reqPool[idx] : nullptr;
 }
 
-// The empty list that a reader gets for an index outside the pool.
+// The empty list: a reader gets it for an index outside the pool.
 inline constexpr ReqNode kNoRequests{};
 
-// Calls visit(node) for the nodes behind the head, in list order, until it returns false. A node that points
+// Calls visit(node) for the nodes after the head, in list order, until it returns false. A node that points
 // to itself is the last one. A null head is an empty list.
 template <class FcbPtr, class NodePtr, class Visit>
 void WalkReqList(FcbPtr fcb_p, NodePtr reqList_p, Visit visit) {

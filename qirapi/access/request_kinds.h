@@ -1,12 +1,12 @@
-// The twelve kinds of request (six headers, filters and actions), as descriptions: what the shared cores of
-// the request families are built from.
+// Descriptions of the twelve kinds of request (six headers, filters and actions), from which the shared cores
+// of the request families are built.
 //
 // A kind says what its record is, in which block it belongs, how many types it has, which bit of the block's
 // hdrBmap stands for its header, which row of the rule tables rules it, and where its header entry lies. TCP
 // and UDP belong to the IPv4 header and have rows of their own in the L4 tables.
 //
 // Header entries are addressed by their byte offset in the block. The VLAN tag multiplies the stride without
-// a bound: tags 2 and 3 lie on the entries behind the two VLAN entries, and are read and written there byte
+// a bound: tags 2 and 3 lie on the entries after the two VLAN entries, and are read and written there byte
 // by byte.
 #ifndef QIRAPI_ACCESS_REQUEST_KINDS_H
 #define QIRAPI_ACCESS_REQUEST_KINDS_H

@@ -1,4 +1,4 @@
-// Accessors of the rate limiters' configurations. Direction and index are the caller's to check.
+// Accessors of the rate limiters' configurations. The caller checks direction and index.
 #ifndef QIRAPI_ACCESS_RL_ACCESS_H
 #define QIRAPI_ACCESS_RL_ACCESS_H
 

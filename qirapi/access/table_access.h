@@ -19,7 +19,7 @@ void decrPacTblRefCnt(PacTblInfo *tbl_p);
 
 void setAsTblCfg(AsTblInfo *tbl_p, const AsTblCfg *cfg_p);
 void getAsTblCfg(const AsTblInfo *tbl_p, AsTblCfg *cfg_p);
-// Copies one entry; the slot's status is not touched.
+// Copies one entry; the slot's status stays.
 void setAsTblEntry(AsTblInfo *tbl_p, u8 entIdx, const AsEnt *ent_p);
 void getAsTblEntry(const AsTblInfo *tbl_p, u8 entIdx, AsEnt *ent_p);
 
@@ -41,7 +41,7 @@ void getPacTblCfg(const PacTblInfo *tbl_p, PacTblCfg *cfg_p);
 void setPacTblEntry(PacTblInfo *tbl_p, u8 pbits, const PacTblCfg *ent_p);
 void getPacTblEntry(const PacTblInfo *tbl_p, u8 pbits, PacTblCfg *ent_p);
 
-// Printers of single values: none ends its line, each leaves a blank behind what it printed.
+// Printers of single values: each prints a blank after the value, and none ends its line.
 void Dump_Status(u32 status);            // <e_STATUS_FREE>
 void Dump_IP(u32 ip);                    // <10.0.0.1>
 void Dump_CidrIP(u32 ip, u32 prefixLen); // <10.0.0.0> </8>

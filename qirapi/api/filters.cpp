@@ -7,8 +7,8 @@ using namespace qir;
 
 namespace {
 
-// "Params2" lines. Each shows as much of the value as its operation always has, oddities of the texts
-// included (a blank before the line end, the PPPoE value without its closing bracket).
+// "Params2" lines. How much of the value they show differs. This and the texts' oddities (a blank before the
+// line end, the PPPoE value without its closing bracket) are intended.
 
 void LogEthConfig(const char *fn, FlowHdl flowHdl, const EthFilter &filter) {
     QIR_INF_AS(fn, "Params2: flowHdl<%u> op<%u> type<%u> cmpOp<%u> val<0x%.4x> \n", flowHdl.f1.id, filter.op,

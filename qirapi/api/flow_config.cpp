@@ -12,7 +12,7 @@ using namespace qir;
 
 namespace {
 
-// The opening of the two header operations: parameter lines, null check, handle, block and header type.
+// What the two header operations begin with: parameter lines, null check, handle, block and header type.
 u32 OpenHdr(const char *fn, const FlowHdl *flowHdl_p, const FlowHdr *hdr_p) {
     QIR_INF_AS(fn, "Params: flowHdl_p<0x%p> hdr_p<0x%p>\n", Ptr(flowHdl_p), Ptr(hdr_p));
     if (flowHdl_p == nullptr || hdr_p == nullptr) {
@@ -55,8 +55,8 @@ u32 ChkFwdInfo(const char *fn, const Fcb *fcb_p, const FwdInfo &fwdInfo) {
     return Validate_FwdInfo(fcb_p, &fwdInfo);
 }
 
-// Applies a change of destinations to a copy of the forwarding record; the copy replaces the record only
-// after the driver of an ACTIVE flow has taken it. What the change itself reports is not looked at.
+// Changes the destinations in a copy of the forwarding record. If the flow is ACTIVE, the driver must accept
+// the copy before it replaces the record. The result of the change itself is ignored.
 u32 ChangeDstPorts(const char *fn, const FlowHdl *flowHdl_p, const DstMask *dstMask_p,
                    u32 (*change)(const Fcb *, const DstMask *, FwdInfo *)) {
     QIR_INF_AS(fn, "Params: flowHdl_p<0x%p> dstMask_p<0x%p>\n", Ptr(flowHdl_p), Ptr(dstMask_p));
@@ -197,8 +197,8 @@ u32 QIR_Get_AsOverride(FlowHdl *flowHdl_p, u32 *asOverride_p) {
     return QIR_END(e_RET_OK);
 }
 
-// The state is tested last: on an ACTIVE flow the handle and the reference count have changed already when
-// the call is refused. QIR_Set_PacInfo tests it before the count. Both are intended.
+// The state is tested last: when an ACTIVE flow refuses the call, handle and reference count have changed
+// already. QIR_Set_PacInfo tests the state before it changes the count. Both are intended.
 u32 QIR_Set_EpInfo(FlowHdl *flowHdl_p, u32 epTblSts, EpTblHdl *epTblHdl_p) {
     QIR_INF("Params: flowHdl_p<0x%p> epTblSts<%u> epTblHdl_p<0x%p>\n", Ptr(flowHdl_p), epTblSts,
             Ptr(epTblHdl_p));

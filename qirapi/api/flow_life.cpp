@@ -51,7 +51,7 @@ u32 QIR_Alloc_FCB_Specify_Index(u32 section, FlowHdl *flowHdl_p) {
     if (section >= e_FLOW_SECTION_MAX) {
         return QIR_FAIL(e_RET_ERR_INVALID_SECTION);
     }
-    // GetFCB's assertion is the only word on an index out of range.
+    // For an index out of range, GetFCB prints an assertion, and that is all.
     Fcb *const fcb_p = GetFCB(*flowHdl_p);
     if (fcb_p->status != e_STATUS_FREE) {
         QIR_ERR(" FCB index not free!\n");

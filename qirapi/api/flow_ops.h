@@ -1,4 +1,4 @@
-// The opening that most flow operations share, behind their own parameter line.
+// What most flow operations begin with, after their own parameter line.
 #ifndef QIRAPI_API_FLOW_OPS_H
 #define QIRAPI_API_FLOW_OPS_H
 
@@ -8,7 +8,7 @@
 namespace qir {
 
 // Null check (of the handle and of everything else the operation needs), "Params2" line, handle validation.
-// The code goes through QIR_END.
+// The caller passes the code to QIR_END.
 inline u32 OpenFlow(const char *fn, const FlowHdl *flowHdl_p, bool othersGiven = true) {
     if (flowHdl_p == nullptr || !othersGiven) {
         return QIR_REFUSE_AS(fn, e_RET_ERR_NULL_PTR);

@@ -14,7 +14,7 @@ bool HasOvrd(const PacTblCfg &rec, u32 bits) {
     return (rec.ovrd & bits) != 0;
 }
 
-// Each line of this file's records comes with "Params2: " from a setter and bare from a getter.
+// `lead` is "Params2: " in a setter and empty in a getter.
 void LogRawAction(const char *fn, const char *lead, u32 ix, const PacRawAction &raw) {
     QIR_INF_AS(fn, "%six<%u> type<%u> ofst<%u> size<%u>\n", lead, ix, raw.type, raw.ofst, raw.size);
     for (u32 i = 0; i < 2; ++i) {
@@ -22,7 +22,7 @@ void LogRawAction(const char *fn, const char *lead, u32 ix, const PacRawAction &
     }
 }
 
-// The fields that the record uses, before any of them is checked.
+// Logs the fields that the record uses, before any of them is checked.
 void LogFields(const char *fn, const PacTblCfg &rec) {
     if (HasOvrd(rec, PAC_OVRD_UNCHECKED)) {
         return;

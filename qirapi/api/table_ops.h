@@ -1,6 +1,6 @@
 // The life of a table (allocate, free, activate, deactivate), written once for the kinds that have one.
 //
-// A description adds to a kind what its public operations differ in: texts, codes and driver requests.
+// A description adds what differs between the kinds' operations: texts, codes and driver requests.
 #ifndef QIRAPI_API_TABLE_OPS_H
 #define QIRAPI_API_TABLE_OPS_H
 
@@ -58,7 +58,7 @@ template <class Ops> u32 AllocTable(const char *fn, typename Ops::Hdl *hdl_p) {
     if (hdl_p == nullptr) {
         return QIR_FAIL_AS(fn, e_RET_ERR_NULL_PTR);
     }
-    // The caller's handle follows the scan; with no table free it is left at the last index.
+    // The scan writes each index to the caller's handle: with no table free it is left at the last one.
     for (u8 idx = 0; idx < Ops::kPoolSize; ++idx) {
         Ops::kFromIdx(hdl_p, idx);
         typename Ops::Info &tbl = Ops::Pool()[idx];
@@ -74,8 +74,8 @@ template <class Ops> u32 AllocTable(const char *fn, typename Ops::Hdl *hdl_p) {
     return QIR_FAIL_AS(fn, e_RET_ERR_RESRC_UNAVAIL);
 }
 
-// The opening of an operation that takes nothing but the handle: parameter lines, null check, validation.
-// The code goes through QIR_END.
+// What an operation that takes only a handle begins with: parameter lines, null check, validation. The caller
+// passes the code to QIR_END.
 template <class Ops> u32 OpenTable(const char *fn, const typename Ops::Hdl *hdl_p) {
     QIR_INF_AS(fn, "Params: %s_p<0x%p>\n", Ops::kHdlName, Ptr(hdl_p));
     if (hdl_p == nullptr) {

@@ -21,7 +21,7 @@ PortRecord MakePortRecord(u32 cfgType) {
     return record;
 }
 
-// The index that the driver assigned is kept whatever it answered.
+// Keeps what is in the index word, whatever the driver answered.
 template <class Info> u32 ActivateTbl(OrxRequest request, Info *tblInfo_p) {
     TblRecord<Info> record;
     record.index = kNotSet;
@@ -168,7 +168,7 @@ u32 Activate_RL(u32 rlDir, u32 rlIndex) {
 }
 
 u32 Deactivate_RL(u32 rlDir, u32 rlIndex) {
-    // The driver gets the direction's first TCI half where the activation carries the configuration.
+    // The direction's first TCI half takes the place of the configuration. This is intended.
     const RlEnt rlEnt{.tci = qirCtxt_gp->rlTciCfgTbl[rlDir].tci[0], .cirRate = 0, .cirUnit = 0, .cbs = 0};
     RlRecord record = MakeRlRecord(rlDir, rlIndex, rlEnt);
     return Send(kOrxDeactivateRl, record);

@@ -1,9 +1,9 @@
-// The driver: one wrapper per request. Each builds its record on its stack, opens the device, issues the
-// request, closes the device and returns 0, or 1 when the device could not be opened or refused. The two
-// failures are reported on standard error.
+// The driver: one wrapper per request. Each builds its record on its stack, opens the device, sends the
+// request and closes the device. It returns e_RET_OK, or e_RET_DRIVER_FAILURE when the device could not be
+// opened or the driver refused the request, which it also prints on standard error.
 //
-// The index that the driver assigns is written into the shadow whatever the driver answered: after a failed
-// activation it is what the index word held.
+// An activation copies the record's index word to the shadow, whatever the driver answered: when the driver
+// assigned no index, that is what the word held before.
 #ifndef QIRAPI_DRIVER_DRIVER_H
 #define QIRAPI_DRIVER_DRIVER_H
 

@@ -2,22 +2,38 @@
  * @file
  * Actions: how a flow rewrites the frames it matches. Include qirapi/qirapi.h.
  *
+ * docs/rules.md has every type's values, operators, number of times and exclusions.
+ *
  * An action request belongs to a header that has been allocated in the flow's action block; TCP and UDP
- * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. A request that
- * passed the rule of exclusion and is then refused (order, number of tags, no request node) counts as given.
- * An ACTIVE flow takes actions too; the hardware learns of them at the next activation.
+ * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. An ACTIVE flow
+ * accepts actions, too; the hardware learns of them at the next activation.
  *
- * Codes of every `QIR_Config_*Action`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
- * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;
- * e_RET_ERR_HDRNOTCFG (11) header not allocated; e_RET_ERR_INVALID_CONFIGOPER (45) `op` not 0;
- * e_RET_ERR_INVALID_ACTION (48) unknown type; e_RET_ERR_INVALID_PARAM (25) value out of range;
- * e_RET_ERR_INVALID_ACTIONSEQ (23) excluded by an action that is there; Ethernet:
- * e_RET_ERR_REQOUTOFORDER (9) a push behind another action, or a rewrite behind a pop, and
- * e_RET_ERR_INVALID_PARAM (25) more pushes or pops than tags allow, or the pushed tag's VLAN header is not
- * allocated; e_RET_ERR_RESRC_UNAVAIL (12) the flow's request nodes are used up.
+ * The library checks the exclusions and then records the type in the header. When it refuses the request
+ * after that (order, number of tags, no request node), the record stays: the type counts as given, and
+ * excludes others.
  *
- * Codes of every `QIR_Get_*Action`: 2; 3; VLAN: 44; e_RET_ERR_HDRNOTCFG (11); e_RET_ERR_INVALID_ACTION (48)
- * unknown type (Ethernet: e_RET_ERR_INVALID_PARAM, 25); e_RET_ERR_NO_SUCH_ENTRY (6) no such action.
+ * Codes of every `QIR_Config_*Action`, in the order of the checks:
+ *  - e_RET_ERR_NULL_PTR: a pointer is null
+ *  - e_RET_ERR_INVALID_HDL: bad flow handle
+ *  - e_RET_ERR_INVALID_TAGNUM: `toTagNum` is 2 or more (VLAN only)
+ *  - e_RET_ERR_HDRNOTCFG: the header is not allocated
+ *  - e_RET_ERR_INVALID_CONFIGOPER: `op` is not e_CONFIG_OPER_ADD
+ *  - e_RET_ERR_INVALID_ACTION: unknown type
+ *  - e_RET_ERR_INVALID_PARAM: value out of range
+ *  - e_RET_ERR_INVALID_ACTIONSEQ: an action that is there excludes the type
+ *  - e_RET_ERR_REQOUTOFORDER: a push after an action of another type (Ethernet only)
+ *  - e_RET_ERR_INVALID_PARAM: the pushed tag's VLAN header is not allocated, or more pushes or pops than tags
+ *    allow (Ethernet only)
+ *  - e_RET_ERR_REQOUTOFORDER: another action after a pop (Ethernet only)
+ *  - e_RET_ERR_RESRC_UNAVAIL: the flow's request nodes are used up
+ *
+ * Codes of every `QIR_Get_*Action`, in the order of the checks:
+ *  - e_RET_ERR_NULL_PTR: a pointer is null
+ *  - e_RET_ERR_INVALID_HDL: bad flow handle
+ *  - e_RET_ERR_INVALID_TAGNUM: `toTagNum` is 2 or more (VLAN only)
+ *  - e_RET_ERR_HDRNOTCFG: the header is not allocated
+ *  - e_RET_ERR_INVALID_ACTION: unknown type (Ethernet: e_RET_ERR_INVALID_PARAM)
+ *  - e_RET_ERR_NO_SUCH_ENTRY: the header holds no action of the type
  */
 #ifndef QIRAPI_PUBLIC_ACTIONS_H
 #define QIRAPI_PUBLIC_ACTIONS_H
@@ -175,7 +191,7 @@ QIR_PIN_FIELD(UdpAction, val, 8);
  * Adds an Ethernet action to a flow. At most two tags in total, matched plus pushed; no more pops than tags.
  * @param flowHdl_p the flow
  * @param action_p  the request
- * @return 0, or the first failing check's code in the order at the head of this file.
+ * @return e_RET_OK, or a code of the list at the head of this file.
  */
 uint32_t QIR_Config_EthAction(FlowHdl *flowHdl_p, const EthAction *action_p);
 
@@ -183,11 +199,11 @@ uint32_t QIR_Config_EthAction(FlowHdl *flowHdl_p, const EthAction *action_p);
  * Reads back the first Ethernet action of one type.
  * @param flowHdl_p the flow
  * @param action_p  in: `type`; out: the request
- * @return 0, or the first failing check's code in the order at the head of this file.
+ * @return e_RET_OK, or a code of the list at the head of this file.
  */
 uint32_t QIR_Get_EthAction(FlowHdl *flowHdl_p, EthAction *action_p);
 
-/** Adds a VLAN action; see QIR_Config_EthAction(). Tag 2 or more: 44, before 11. */
+/** Adds a VLAN action to the header of `toTagNum`; see QIR_Config_EthAction(). */
 uint32_t QIR_Config_VlanAction(FlowHdl *flowHdl_p, const VlanAction *action_p);
 /** Reads back a VLAN action of `toTagNum`; see QIR_Get_EthAction(). */
 uint32_t QIR_Get_VlanAction(FlowHdl *flowHdl_p, VlanAction *action_p);
@@ -197,9 +213,9 @@ uint32_t QIR_Config_PppoeAction(FlowHdl *flowHdl_p, const PppoeAction *action_p)
 /** Reads back a PPPoE action; see QIR_Get_EthAction(). */
 uint32_t QIR_Get_PppoeAction(FlowHdl *flowHdl_p, PppoeAction *action_p);
 
-/** MPLS actions are accepted and ignored: touches and logs nothing. @return 0 */
+/** Placeholder: accepts anything, and touches and logs nothing. @return e_RET_OK */
 uint32_t QIR_Config_MplsAction(FlowHdl *flowHdl_p, const void *action_p);
-/** MPLS actions are accepted and ignored: touches and logs nothing. @return 0 */
+/** Placeholder: accepts anything, and touches and logs nothing. @return e_RET_OK */
 uint32_t QIR_Get_MplsAction(FlowHdl *flowHdl_p, void *action_p);
 
 /** Adds an IPv4 action; see QIR_Config_EthAction(). */

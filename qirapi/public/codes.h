@@ -8,9 +8,9 @@
 #include <stdint.h>
 
 /**
- * Return codes of the operations. 0 is success, 1 a failure of the driver layer (the device could not be
- * opened or refused the request). The values are a contract: callers compare against them and logs print
- * them. The gaps belong to the same numbering and stay unused.
+ * Return codes of the operations. e_RET_OK is success; e_RET_DRIVER_FAILURE says that the device could not be
+ * opened or that the driver refused the request. The values are a contract: callers compare against them and
+ * logs print them. The numbers in between stay unused. docs/return-codes.md says what each code means.
  */
 enum QirRetCode {
     e_RET_OK = 0,
@@ -83,7 +83,7 @@ enum QirStatus {
 };
 
 enum {
-    QIR_MAX_FLOWS = 512,    /**< flows in total; ceiling on the sum of the section budgets */
+    QIR_MAX_FLOWS = 512,    /**< flows in total; the section budgets never sum to more */
     e_FLOW_SECTION_MAX = 3, /**< flow sections, numbered 0, 1 and 2 */
 
     QIR_ASTBL_MAXNUM = 16,  /**< AS tables */

@@ -1,6 +1,6 @@
 /**
  * @file
- * Dumps of the shadow on standard output. They do not talk to the driver. Include qirapi/qirapi.h.
+ * Dumps print the shadow on standard output. They do not ask the driver. Include qirapi/qirapi.h.
  */
 #ifndef QIRAPI_PUBLIC_DUMPS_H
 #define QIRAPI_PUBLIC_DUMPS_H
@@ -15,7 +15,7 @@ extern "C" {
 /**
  * Prints an AS table in any state but FREE.
  * @param asTblHdl_p the table
- * @return 0; e_RET_ERR_NULL_PTR (2); e_RET_ERR_INVALID_HDL (3).
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL.
  */
 uint32_t QIR_Dump_AsTable(AsTblHdl *asTblHdl_p);
 

@@ -2,25 +2,39 @@
  * @file
  * Filters: what a flow matches. Include qirapi/qirapi.h.
  *
+ * docs/rules.md has every type's values, operators, number of times and exclusions.
+ *
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
- * flow is freed. The rules (which types exclude each other, which operators a type takes, how often) are
- * checked before the value, and what they recorded stays when the request is then refused (operator's limit,
- * value, no request node): the type counts as given. An ACTIVE flow takes
- * filters too; the hardware learns of them at the next activation.
+ * flow is freed. An ACTIVE flow accepts filters, too; the hardware learns of them at the next activation.
  *
- * Codes of every `QIR_Config_*Filter`, in the order of their checks: e_RET_ERR_NULL_PTR (2) a null pointer;
- * e_RET_ERR_INVALID_HDL (3) bad flow handle; VLAN: e_RET_ERR_INVALID_TAGNUM (44) tag 2 or more;
- * e_RET_ERR_HDRNOTCFG (11) header not allocated; e_RET_ERR_INVALID_CONFIGOPER (45) `op` not 0;
- * e_RET_ERR_INVALID_CMPOPER (46) operator 3 or more; e_RET_ERR_INVALID_FILT (47) unknown type;
- * e_RET_ERR_INVALID_CMPOPSEQ (21) the type does not take the operator (UDP: e_RET_ERR_INVALID_PARAM, 25);
- * e_RET_ERR_INVALID_FILTSEQ (22) excluded by a filter that is there; e_RET_ERR_INVALID_CMPOPSEQ (21) too many
- * of this type and operator; e_RET_ERR_INVALID_PARAM (25) value out of range; e_RET_ERR_RESRC_UNAVAIL (12)
- * the flow's request nodes are used up.
+ * The library checks operator and exclusions first and then records the type in the header. When it refuses
+ * the request after that (too many, bad value, no request node), the record stays: the type counts as given,
+ * and excludes others.
  *
- * Codes of every `QIR_Get_*Filter`: 2; 3; VLAN: 44; e_RET_ERR_INVALID_FILT (47) unknown type; 2
- * `elemCount_p` is null; e_RET_ERR_INVALID_PARAM (25) `size` 0; e_RET_ERR_HDRNOTCFG (11);
- * e_RET_ERR_OVERFLOW (7) more matches than `size`, of which the first `size` are delivered.
+ * Codes of every `QIR_Config_*Filter`, in the order of the checks:
+ *  - e_RET_ERR_NULL_PTR: a pointer is null
+ *  - e_RET_ERR_INVALID_HDL: bad flow handle
+ *  - e_RET_ERR_INVALID_TAGNUM: `toTagNum` is 2 or more (VLAN only)
+ *  - e_RET_ERR_HDRNOTCFG: the header is not allocated
+ *  - e_RET_ERR_INVALID_CONFIGOPER: `op` is not e_CONFIG_OPER_ADD
+ *  - e_RET_ERR_INVALID_CMPOPER: `cmpOp` is 3 or more
+ *  - e_RET_ERR_INVALID_FILT: unknown type
+ *  - e_RET_ERR_INVALID_CMPOPSEQ: the type does not take the operator (UDP: e_RET_ERR_INVALID_PARAM)
+ *  - e_RET_ERR_INVALID_FILTSEQ: a filter that is there excludes the type
+ *  - e_RET_ERR_INVALID_CMPOPSEQ: too many filters of this type and operator
+ *  - e_RET_ERR_INVALID_PARAM: value out of range
+ *  - e_RET_ERR_RESRC_UNAVAIL: the flow's request nodes are used up
+ *
+ * Codes of every `QIR_Get_*Filter`, in the order of the checks:
+ *  - e_RET_ERR_NULL_PTR: `flowHdl_p` or `filter_p` is null
+ *  - e_RET_ERR_INVALID_HDL: bad flow handle
+ *  - e_RET_ERR_INVALID_TAGNUM: `toTagNum` is 2 or more (VLAN only)
+ *  - e_RET_ERR_INVALID_FILT: unknown type
+ *  - e_RET_ERR_NULL_PTR: `elemCount_p` is null
+ *  - e_RET_ERR_INVALID_PARAM: `size` is 0
+ *  - e_RET_ERR_HDRNOTCFG: the header is not allocated
+ *  - e_RET_ERR_OVERFLOW: more matches than `size`; the first `size` are delivered
  */
 #ifndef QIRAPI_PUBLIC_FILTERS_H
 #define QIRAPI_PUBLIC_FILTERS_H
@@ -112,7 +126,7 @@ enum QirUdpFilt { e_UDP_FILT_SPORT = 0, e_UDP_FILT_DPORT = 1, e_UDP_FILT_MAX = 2
 /** MAC address and the mask that goes with it, 12 bytes. */
 typedef struct {
     uint8_t addr[6]; /**< first byte first */
-    uint8_t mask[6]; /**< stored and returned; printed behind the address */
+    uint8_t mask[6]; /**< stored and returned; dumps print it after the address */
 } QirMacMask;
 QIR_PIN_SIZE(QirMacMask, 12);
 QIR_PIN_FIELD(QirMacMask, mask, 6);
@@ -120,7 +134,7 @@ QIR_PIN_FIELD(QirMacMask, mask, 6);
 /** IPv4 address and prefix length, 8 bytes. */
 typedef struct {
     uint32_t addr;      /**< host order */
-    uint32_t prefixLen; /**< filters: 0 to 32; actions: not looked at */
+    uint32_t prefixLen; /**< filters: 0 to 32; actions: not checked */
 } QirIpPrefix;
 QIR_PIN_SIZE(QirIpPrefix, 8);
 QIR_PIN_FIELD(QirIpPrefix, prefixLen, 4);
@@ -256,7 +270,7 @@ QIR_PIN_FIELD(UdpFilter, val, 12);
  * Adds an Ethernet filter to a flow.
  * @param flowHdl_p the flow
  * @param filter_p  the request
- * @return 0, or the first failing check's code in the order at the head of this file.
+ * @return e_RET_OK, or a code of the list at the head of this file.
  */
 uint32_t QIR_Config_EthFilter(FlowHdl *flowHdl_p, const EthFilter *filter_p);
 
@@ -266,11 +280,11 @@ uint32_t QIR_Config_EthFilter(FlowHdl *flowHdl_p, const EthFilter *filter_p);
  * @param filter_p    in: `filter_p[0].type`; out: `size` records at most, in the order they were added
  * @param size        capacity of `filter_p` in records, 1 to 255
  * @param elemCount_p out: number of records delivered
- * @return 0, or the first failing check's code in the order at the head of this file. No match is success.
+ * @return e_RET_OK, also when nothing matches, or a code of the list at the head of this file.
  */
 uint32_t QIR_Get_EthFilter(FlowHdl *flowHdl_p, EthFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
 
-/** Adds a VLAN filter; see QIR_Config_EthFilter(). Tag 2 or more: 44, before 11. */
+/** Adds a VLAN filter to the header of `toTagNum`; see QIR_Config_EthFilter(). */
 uint32_t QIR_Config_VlanFilter(FlowHdl *flowHdl_p, const VlanFilter *filter_p);
 /** Reads back VLAN filters of `filter_p[0].toTagNum`; see QIR_Get_EthFilter(). */
 uint32_t QIR_Get_VlanFilter(FlowHdl *flowHdl_p, VlanFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
@@ -280,9 +294,9 @@ uint32_t QIR_Config_PppoeFilter(FlowHdl *flowHdl_p, const PppoeFilter *filter_p)
 /** Reads back PPPoE filters; see QIR_Get_EthFilter(). */
 uint32_t QIR_Get_PppoeFilter(FlowHdl *flowHdl_p, PppoeFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
 
-/** MPLS filters are accepted and ignored: touches and logs nothing. @return 0 */
+/** Placeholder: accepts anything, and touches and logs nothing. @return e_RET_OK */
 uint32_t QIR_Config_MplsFilter(FlowHdl *flowHdl_p, const void *filter_p);
-/** MPLS filters are accepted and ignored: touches and logs nothing. @return 0 */
+/** Placeholder: accepts anything, and touches and logs nothing. @return e_RET_OK */
 uint32_t QIR_Get_MplsFilter(FlowHdl *flowHdl_p, void *filter_p, uint8_t size, uint8_t *elemCount_p);
 
 /** Adds an IPv4 filter; see QIR_Config_EthFilter(). */
@@ -296,8 +310,8 @@ uint32_t QIR_Config_TcpFilter(FlowHdl *flowHdl_p, const TcpFilter *filter_p);
 uint32_t QIR_Get_TcpFilter(FlowHdl *flowHdl_p, TcpFilter *filter_p, uint8_t size, uint8_t *elemCount_p);
 
 /**
- * Adds a UDP filter; see QIR_Config_EthFilter(). Needs the IPv4 header. The value is not checked, and an
- * operator that the type does not take yields 25 instead of 21.
+ * Adds a UDP filter; see QIR_Config_EthFilter(). Needs the IPv4 header. The value is not checked. An operator
+ * that the type does not take yields e_RET_ERR_INVALID_PARAM in place of e_RET_ERR_INVALID_CMPOPSEQ.
  */
 uint32_t QIR_Config_UdpFilter(FlowHdl *flowHdl_p, const UdpFilter *filter_p);
 /** Reads back UDP filters; see QIR_Get_EthFilter(). */

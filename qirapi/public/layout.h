@@ -2,9 +2,9 @@
  * @file
  * Pins the layout of a record: its size and the place of each of its fields. Include qirapi/qirapi.h.
  *
- * The records are shared with the kernel driver, which copies them byte by byte. The pins stand beside the
- * records, hold for every target, 32-bit big-endian and 64-bit little-endian, and break the build of a
- * program whose compiler packs them otherwise.
+ * The kernel driver copies the records byte by byte, so library and driver must agree on their layout. The
+ * pins stand beside the records and hold for every target, 32-bit big-endian and 64-bit little-endian. A
+ * compiler that packs a record differently fails at its pin.
  */
 #ifndef QIRAPI_PUBLIC_LAYOUT_H
 #define QIRAPI_PUBLIC_LAYOUT_H
@@ -23,7 +23,7 @@
 /** The field starts at this offset. */
 #define QIR_PIN_FIELD(record, field, offset)                                                                 \
     QIR_STATIC_ASSERT(offsetof(record, field) == (offset), #record "." #field)
-/** The field has this many bytes: of an array in front of padding, or in a union, where nothing else tells. */
+/** The field has this many bytes: for an array before padding or a union member, where no offset shows it. */
 #define QIR_PIN_BYTES(record, field, bytes)                                                                  \
     QIR_STATIC_ASSERT(sizeof(((record *)0)->field) == (bytes), "size of " #record "." #field)
 

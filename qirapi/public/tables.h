@@ -3,12 +3,12 @@
  * The tables that flows refer to: AS (address screening), DSCP-to-pbits, PAC (pbits-to-action) and EP.
  * Include qirapi/qirapi.h.
  *
- * A table is named by a handle whose `f1.id` is its index in the pool; allocation takes the lowest free
- * index. Usual order: allocate, configure, add entries, activate; to change a live table deactivate it,
- * change it and activate it again; free it after deactivation.
+ * A handle names a table: its `f1.id` is the table's index in the pool; allocation takes the lowest free
+ * index. Usual order: allocate, configure, add entries, activate. To change an ACTIVE table, deactivate it,
+ * change it and activate it again. Free it after deactivation.
  *
- * Codes that every table operation shares: e_RET_ERR_NULL_PTR (2) for a null pointer, e_RET_ERR_INVALID_HDL
- * (3) when `f1.id` is not below the pool's size or the table is free, 1 when the driver failed.
+ * Codes that every table operation shares: e_RET_ERR_NULL_PTR (a pointer is null), e_RET_ERR_INVALID_HDL
+ * (`f1.id` is not below the pool's size, or the table is free), e_RET_DRIVER_FAILURE (the driver failed).
  */
 #ifndef QIRAPI_PUBLIC_TABLES_H
 #define QIRAPI_PUBLIC_TABLES_H
@@ -23,11 +23,11 @@ extern "C" {
 /** The bit field that all table handles share; its order follows the byte order of the processor. */
 typedef struct {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    uint32_t rsvd : 24; /**< neither written nor read by the library */
+    uint32_t rsvd : 24; /**< the caller's: ignored, but stored and returned with the handle */
     uint32_t id : 8;    /**< index of the table in its pool: the low 8 bits of the word */
 #else
     uint32_t id : 8;    /**< index of the table in its pool: the low 8 bits of the word */
-    uint32_t rsvd : 24; /**< neither written nor read by the library */
+    uint32_t rsvd : 24; /**< the caller's: ignored, but stored and returned with the handle */
 #endif
 } QirTblHdlBits;
 
@@ -66,7 +66,7 @@ enum QirTblStatus { e_TBLSTATUS_DISABLE = 0, e_TBLSTATUS_ENABLE = 1, e_TBLSTATUS
 
 /** Configuration of an AS table, 4 bytes. */
 typedef struct {
-    uint32_t srcPortMask; /**< source ports the table applies to, bit n = port n; not 0 */
+    uint32_t srcPortMask; /**< source ports that the table applies to, bit n = port n; not 0 */
 } AsTblCfg;
 QIR_PIN_SIZE(AsTblCfg, 4);
 QIR_PIN_FIELD(AsTblCfg, srcPortMask, 0);
@@ -81,7 +81,7 @@ enum QirAsEntMask {
     AS_ENT_MASK_DESTPORT = 0x020,
     AS_ENT_MASK_IPPROTO = 0x040,
     AS_ENT_MASK_NONIP_A = 0x080, /**< non-IP entry: prefix length, protocol and port are not checked */
-    AS_ENT_MASK_NONIP_B = 0x100, /**< as AS_ENT_MASK_NONIP_A */
+    AS_ENT_MASK_NONIP_B = 0x100, /**< likewise; how it differs from NONIP_A is the hardware's */
     AS_ENT_MASK_MAC_DA = 0x200
 };
 
@@ -98,9 +98,9 @@ typedef struct {
     uint16_t vlanTag1;    /**< VLAN id of the inner tag, 0 to 4095 */
     uint16_t destPort;    /**< L4 destination port */
     uint8_t ipProto;      /**< IP protocol number */
-    uint8_t rsvd[3];      /**< copied, otherwise unused */
+    uint8_t rsvd[3];      /**< stored and returned; goes to the driver, too */
     uint32_t aclMask;     /**< AS_ENT_MASK_* bits; not 0; bits above 0x200 are not checked */
-    uint32_t aclType;     /**< kind of the entry, 0 or 1 */
+    uint32_t aclType;     /**< ACL type of the entry, 0 or 1; its meaning is the hardware's */
 } AsEnt;
 QIR_PIN_SIZE(AsEnt, 52);
 QIR_PIN_FIELD(AsEnt, macDA, 0);
@@ -122,16 +122,16 @@ QIR_PIN_FIELD(AsEnt, aclType, 48);
 /**
  * Allocates the AS table with the lowest free index. The new table has `srcPortMask` 0x5 and no entries.
  *
- * @param asTblHdl_p out: `f1.id`, 0 to 15. With no table free it is left at 15.
- * @return 0; 2 null pointer; e_RET_ERR_RESRC_UNAVAIL (12) no table is free.
+ * @param asTblHdl_p out: `f1.id`, 0 to 15; left at 15 when no table is free
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_RESRC_UNAVAIL (no table is free).
  */
 uint32_t QIR_Alloc_AsTable(AsTblHdl *asTblHdl_p);
 
 /**
- * Frees an AS table, whether or not flows could refer to it.
+ * Frees an AS table. Whether flows rely on it is not checked.
  *
  * @param asTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_STATE_ALREADY_ACTIVE (19) the table is ACTIVE.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_ALREADY_ACTIVE.
  */
 uint32_t QIR_Free_AsTable(AsTblHdl *asTblHdl_p);
 
@@ -139,8 +139,8 @@ uint32_t QIR_Free_AsTable(AsTblHdl *asTblHdl_p);
  * Hands a configured AS table to the driver.
  *
  * @param asTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_STATE_ALREADY_ACTIVE (19) already ACTIVE; e_RET_ERR_STATE_NOTCFG (17) never
- *         configured; 1 the driver failed, and the table stays CFG.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_ALREADY_ACTIVE;
+ *         e_RET_ERR_STATE_NOTCFG (never configured); e_RET_DRIVER_FAILURE (the table stays CFG).
  */
 uint32_t QIR_Activate_AsTable(AsTblHdl *asTblHdl_p);
 
@@ -148,8 +148,8 @@ uint32_t QIR_Activate_AsTable(AsTblHdl *asTblHdl_p);
  * Takes an AS table out of the hardware; its entries stay.
  *
  * @param asTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_STATE_NOT_ACTIVE (18) not ACTIVE; 1 the driver failed: the table stays
- *         ACTIVE, but the driver's index of it is gone.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOT_ACTIVE;
+ *         e_RET_DRIVER_FAILURE (the table stays ACTIVE, but the driver's index of it is gone).
  */
 uint32_t QIR_Deactivate_AsTable(AsTblHdl *asTblHdl_p);
 
@@ -158,7 +158,8 @@ uint32_t QIR_Deactivate_AsTable(AsTblHdl *asTblHdl_p);
  *
  * @param asTblHdl_p the table
  * @param asTblCfg_p the configuration
- * @return 0; 2; e_RET_ERR_INVALID_SRCPORTMASK (37) the mask is 0; 3; e_RET_ERR_STATE_NOTCFG (17) ACTIVE.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_SRCPORTMASK (the mask is 0); e_RET_ERR_INVALID_HDL;
+ *         e_RET_ERR_STATE_NOTCFG (the table is ACTIVE).
  */
 uint32_t QIR_Set_AsTableCfg(AsTblHdl *asTblHdl_p, const AsTblCfg *asTblCfg_p);
 
@@ -167,7 +168,7 @@ uint32_t QIR_Set_AsTableCfg(AsTblHdl *asTblHdl_p, const AsTblCfg *asTblCfg_p);
  *
  * @param asTblHdl_p the table
  * @param asTblCfg_p out
- * @return 0; 2; 3; e_RET_ERR_STATE_NOTCFG (17) not configured yet.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (not configured yet).
  */
 uint32_t QIR_Get_AsTableCfg(AsTblHdl *asTblHdl_p, AsTblCfg *asTblCfg_p);
 
@@ -177,11 +178,11 @@ uint32_t QIR_Get_AsTableCfg(AsTblHdl *asTblHdl_p, AsTblCfg *asTblCfg_p);
  * @param asTblHdl_p the table
  * @param asEntIdx   slot, 0 to 7
  * @param asEnt_p    the entry
- * @return in this order: 2; 3; e_RET_ERR_INVALID_ENTIDX (53) slot out of range; e_RET_ERR_INVALID_ASENT (49)
- *         `aclMask` 0; e_RET_ERR_INVALID_ACLTYPE (51) `aclType` 2 or more; e_RET_ERR_INVALID_ETHTYPE (61);
- *         e_RET_ERR_INVALID_VLANTAG (62); e_RET_ERR_INVALID_IPPREFIXLENVAL (54) prefix length above 32 in an
- *         IP entry; e_RET_ERR_STATE_NOTCFG (17) the table is not CFG; e_RET_ERR_RESRC_UNAVAIL (12) the slot
- *         is in use. A field is checked only if its `aclMask` bit is set.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_INVALID_ENTIDX (slot out of range);
+ *         e_RET_ERR_INVALID_ASENT (`aclMask` 0); e_RET_ERR_INVALID_ACLTYPE (`aclType` 2 or more);
+ *         e_RET_ERR_INVALID_ETHTYPE; e_RET_ERR_INVALID_VLANTAG; e_RET_ERR_INVALID_IPPREFIXLENVAL (prefix
+ *         length above 32 in an IP entry); e_RET_ERR_STATE_NOTCFG (the table is not CFG);
+ *         e_RET_ERR_RESRC_UNAVAIL (the slot is in use). A field is checked only if its `aclMask` bit is set.
  */
 uint32_t QIR_Set_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx, const AsEnt *asEnt_p);
 
@@ -191,8 +192,8 @@ uint32_t QIR_Set_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx, const AsEn
  * @param asTblHdl_p the table
  * @param asEntIdx   slot, 0 to 7
  * @param asEnt_p    out
- * @return in this order: 2; e_RET_ERR_INVALID_ENTIDX (53); 3; e_RET_ERR_STATE_NOTCFG (17);
- *         e_RET_ERR_NO_SUCH_ENTRY (6) the slot is free.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_ENTIDX; e_RET_ERR_INVALID_HDL;
+ *         e_RET_ERR_STATE_NOTCFG (not configured yet); e_RET_ERR_NO_SUCH_ENTRY (the slot is free).
  */
 uint32_t QIR_Get_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx, AsEnt *asEnt_p);
 
@@ -201,8 +202,8 @@ uint32_t QIR_Get_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx, AsEnt *asE
  *
  * @param asTblHdl_p the table
  * @param asEntIdx   slot, 0 to 7
- * @return in this order: 2; e_RET_ERR_INVALID_ENTIDX (53); 3; e_RET_ERR_STATE_NOTCFG (17) not CFG;
- *         e_RET_ERR_NO_SUCH_ENTRY (6) the slot is free.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_ENTIDX; e_RET_ERR_INVALID_HDL;
+ *         e_RET_ERR_STATE_NOTCFG (the table is not CFG); e_RET_ERR_NO_SUCH_ENTRY (the slot is free).
  */
 uint32_t QIR_Delete_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx);
 
@@ -212,7 +213,7 @@ uint32_t QIR_Delete_AsTableEntry(AsTblHdl *asTblHdl_p, uint8_t asEntIdx);
 typedef struct {
     uint32_t srcPort; /**< source port, 0 to 8 */
     uint8_t pbits;    /**< default pbits, 0 to 7 */
-    uint8_t rsvd[3];  /**< copied, otherwise unused */
+    uint8_t rsvd[3];  /**< stored and returned; goes to the driver, too */
 } DscpDefPbits;
 QIR_PIN_SIZE(DscpDefPbits, 8);
 QIR_PIN_FIELD(DscpDefPbits, srcPort, 0);
@@ -221,7 +222,7 @@ QIR_PIN_BYTES(DscpDefPbits, rsvd, 3);
 
 /** A range of DSCP values and their pbits, 4 bytes. */
 typedef struct {
-    uint8_t rsvd;      /**< not read by the library */
+    uint8_t rsvd;      /**< ignored, and not stored */
     uint8_t startDscp; /**< first DSCP, 0 to 63 */
     uint8_t endDscp;   /**< last DSCP, `startDscp` to 63 */
     uint8_t pbits;     /**< 0 to 7 */
@@ -234,8 +235,8 @@ QIR_PIN_FIELD(DscpMapping, pbits, 3);
 /**
  * Allocates the DSCP-to-pbits table with the lowest free index.
  *
- * @param dscpTblHdl_p out: `f1.id`, 0 to 5. With no table free it is left at 5.
- * @return 0; 2; e_RET_ERR_RESRC_UNAVAIL (12) no table is free.
+ * @param dscpTblHdl_p out: `f1.id`, 0 to 5; left at 5 when no table is free
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_RESRC_UNAVAIL (no table is free).
  */
 uint32_t QIR_Alloc_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
 
@@ -243,7 +244,7 @@ uint32_t QIR_Alloc_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
  * Frees a DSCP-to-pbits table.
  *
  * @param dscpTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15) the table is ACTIVE.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_RESRC_ALREADY_ACTIVE.
  */
 uint32_t QIR_Free_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
 
@@ -251,8 +252,8 @@ uint32_t QIR_Free_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
  * Hands a configured DSCP-to-pbits table to the driver.
  *
  * @param dscpTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15) already ACTIVE; e_RET_ERR_STATE_NOTCFG (17) never
- *         configured; 1 the driver failed, and the table stays CFG.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_RESRC_ALREADY_ACTIVE;
+ *         e_RET_ERR_STATE_NOTCFG (never configured); e_RET_DRIVER_FAILURE (the table stays CFG).
  */
 uint32_t QIR_Activate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
 
@@ -260,8 +261,8 @@ uint32_t QIR_Activate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
  * Takes a DSCP-to-pbits table out of the hardware.
  *
  * @param dscpTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed: the table stays
- *         ACTIVE, but the driver's index of it is gone.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_RESRC_NOT_ACTIVE;
+ *         e_RET_DRIVER_FAILURE (the table stays ACTIVE, but the driver's index of it is gone).
  */
 uint32_t QIR_Deactivate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
 
@@ -270,8 +271,8 @@ uint32_t QIR_Deactivate_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p);
  *
  * @param dscpTblHdl_p the table
  * @param defPbits_p   the configuration
- * @return in this order: 2; e_RET_ERR_INVALID_SRCPORT (36) port 9 or more; e_RET_ERR_INVALID_PBITS (55)
- *         pbits 8 or more; 3; e_RET_ERR_STATE_NOTCFG (17) ACTIVE.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_SRCPORT (port 9 or more); e_RET_ERR_INVALID_PBITS
+ *         (pbits 8 or more); e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (the table is ACTIVE).
  */
 uint32_t QIR_Set_DscpToPbitsTable_DefPbits(DscpTblHdl *dscpTblHdl_p, const DscpDefPbits *defPbits_p);
 
@@ -280,17 +281,18 @@ uint32_t QIR_Set_DscpToPbitsTable_DefPbits(DscpTblHdl *dscpTblHdl_p, const DscpD
  *
  * @param dscpTblHdl_p the table
  * @param defPbits_p   out
- * @return 0; 2; 3; e_RET_ERR_STATE_NOTCFG (17) not configured yet.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (not configured yet).
  */
 uint32_t QIR_Get_DscpToPbitsTable_DefPbits(DscpTblHdl *dscpTblHdl_p, DscpDefPbits *defPbits_p);
 
 /**
- * Gives one pbits value to a range of DSCP values, both ends included, of a table that is CFG.
+ * Sets the pbits of a range of DSCP values, both ends included, of a table that is CFG.
  *
  * @param dscpTblHdl_p  the table
  * @param dscpMapping_p the range
- * @return in this order: 2; e_RET_ERR_INVALID_DSCPVAL (56) an end is 64 or more, or they are swapped;
- *         e_RET_ERR_INVALID_PBITS (55); 3; e_RET_ERR_STATE_NOTCFG (17) not CFG.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_DSCPVAL (an end is 64 or more, or the ends are
+ *         swapped); e_RET_ERR_INVALID_PBITS; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (the table is not
+ *         CFG).
  */
 uint32_t QIR_Set_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p, const DscpMapping *dscpMapping_p);
 
@@ -300,7 +302,8 @@ uint32_t QIR_Set_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p, const DscpMapping *d
  * @param dscpTblHdl_p the table
  * @param dscp         0 to 63
  * @param pbits        out
- * @return in this order: 2; e_RET_ERR_INVALID_DSCPVAL (56); 3; e_RET_ERR_STATE_NOTCFG (17).
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_DSCPVAL; e_RET_ERR_INVALID_HDL;
+ *         e_RET_ERR_STATE_NOTCFG (not configured yet).
  */
 uint32_t QIR_Get_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p, uint8_t dscp, uint8_t *pbits);
 
@@ -308,12 +311,12 @@ uint32_t QIR_Get_DscpToPbitsTable(DscpTblHdl *dscpTblHdl_p, uint8_t dscp, uint8_
 
 /** A raw header rewrite, 12 bytes. */
 typedef struct {
-    uint32_t type;   /**< 0 no action, 1 and 2 the two kinds of the hardware */
+    uint32_t type;   /**< 0 no action; 1 or 2, a raw kind: its meaning is the hardware's */
     uint8_t ofst;    /**< byte offset into the frame, 0 to 95 */
     uint8_t size;    /**< bytes rewritten, 1 or 2 */
     uint8_t val[2];  /**< the value, first byte first */
     uint8_t mask[2]; /**< which bits of `val` apply */
-    uint8_t rsvd[2]; /**< copied, otherwise unused */
+    uint8_t rsvd[2]; /**< stored and returned; goes to the driver, too */
 } PacRawAction;
 QIR_PIN_SIZE(PacRawAction, 12);
 QIR_PIN_FIELD(PacRawAction, type, 0);
@@ -325,11 +328,12 @@ QIR_PIN_BYTES(PacRawAction, rsvd, 2);
 
 /** Bits of PacTblCfg::ovrd. Any bit above 0x010 is refused. */
 enum QirPacOvrd {
-    PAC_OVRD_HW_A = 0x001,         /**< accepted, no effect in the library */
-    PAC_OVRD_UNCHECKED = 0x002,    /**< a setter neither checks nor logs the rest of the record */
+    PAC_OVRD_HW_A = 0x001,         /**< accepted; its meaning is the hardware's */
+    PAC_OVRD_UNCHECKED = 0x002,    /**< the rest of the record is neither checked nor logged; the bit's own
+                                        meaning is the hardware's */
     PAC_OVRD_DSTQID_A = 0x004,     /**< `dstQid` is in use */
     PAC_OVRD_DSTGEMPORT = 0x008,   /**< `dstGemPort` is in use */
-    PAC_OVRD_DSTQID_B = 0x010,     /**< `dstQid` is in use */
+    PAC_OVRD_DSTQID_B = 0x010,     /**< likewise; how it differs from DSTQID_A is the hardware's */
     PAC_OVRD_INVALID_BITS = 0xFFE0 /**< none of these may be set */
 };
 
@@ -338,7 +342,7 @@ typedef struct {
     uint16_t ovrd;             /**< PAC_OVRD_* bits */
     uint8_t dstGemPort;        /**< GEM port index, 0 to 31 */
     uint8_t dstQid;            /**< egress queue, 0 to 7 */
-    PacRawAction rawAction[2]; /**< raw rewrites, ix 0 and 1 */
+    PacRawAction rawAction[2]; /**< raw rewrites */
 } PacTblCfg;
 QIR_PIN_SIZE(PacTblCfg, 28);
 QIR_PIN_FIELD(PacTblCfg, ovrd, 0);
@@ -349,8 +353,8 @@ QIR_PIN_FIELD(PacTblCfg, rawAction, 4);
 /**
  * Allocates the PAC table with the lowest free index. Its eight entries are zero.
  *
- * @param pacTblHdl_p out: `f1.id`, 0 to 15. With no table free it is left at 15.
- * @return 0; 2; e_RET_ERR_RESRC_UNAVAIL (12) no table is free.
+ * @param pacTblHdl_p out: `f1.id`, 0 to 15; left at 15 when no table is free
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_RESRC_UNAVAIL (no table is free).
  */
 uint32_t QIR_Alloc_PacTable(PacTblHdl *pacTblHdl_p);
 
@@ -358,8 +362,8 @@ uint32_t QIR_Alloc_PacTable(PacTblHdl *pacTblHdl_p);
  * Frees a PAC table that no flow uses.
  *
  * @param pacTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_ALREADY_ACTIVE (15) the table is ACTIVE; e_RET_ERR_RESRC_BUSY (13) flows
- *         use it.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_RESRC_ALREADY_ACTIVE;
+ *         e_RET_ERR_RESRC_BUSY (flows use it).
  */
 uint32_t QIR_Free_PacTable(PacTblHdl *pacTblHdl_p);
 
@@ -367,8 +371,8 @@ uint32_t QIR_Free_PacTable(PacTblHdl *pacTblHdl_p);
  * Hands a configured PAC table to the driver.
  *
  * @param pacTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_STATE_NOTCFG (17) not CFG, ACTIVE included; 1 the driver failed, and the table
- *         stays CFG.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (not CFG, but
+ *         ALLOC or ACTIVE); e_RET_DRIVER_FAILURE (the table stays CFG).
  */
 uint32_t QIR_Activate_PacTable(PacTblHdl *pacTblHdl_p);
 
@@ -376,20 +380,21 @@ uint32_t QIR_Activate_PacTable(PacTblHdl *pacTblHdl_p);
  * Takes a PAC table out of the hardware.
  *
  * @param pacTblHdl_p the table
- * @return 0; 2; 3; e_RET_ERR_RESRC_NOT_ACTIVE (14) not ACTIVE; 1 the driver failed: the table stays
- *         ACTIVE, but the driver's index of it is gone.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_RESRC_NOT_ACTIVE;
+ *         e_RET_DRIVER_FAILURE (the table stays ACTIVE, but the driver's index of it is gone).
  */
 uint32_t QIR_Deactivate_PacTable(PacTblHdl *pacTblHdl_p);
 
 /**
- * Sets the configuration of a PAC table, presets all eight entries with it and makes the table CFG.
+ * Sets the configuration of a PAC table, copies it into all eight entries and makes the table CFG.
  *
  * @param pacTblHdl_p the table
  * @param pacTblCfg_p the configuration
- * @return in this order: 2; e_RET_ERR_INVALID_OVRD (52); then, unless PAC_OVRD_UNCHECKED is set:
- *         e_RET_ERR_INVALID_GEMPORTIDX (57); e_RET_ERR_INVALID_DSTQID (40); per raw action with a type:
- *         e_RET_ERR_INVALID_RAWACTION_TYPE (64), _OFFSET (65), _SIZE (66); then 3;
- *         e_RET_ERR_STATE_NOTCFG (17) ACTIVE.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_OVRD; unless PAC_OVRD_UNCHECKED is set:
+ *         e_RET_ERR_INVALID_GEMPORTIDX; e_RET_ERR_INVALID_DSTQID; for each raw action with a type:
+ *         e_RET_ERR_INVALID_RAWACTION_TYPE, e_RET_ERR_INVALID_RAWACTION_OFFSET,
+ *         e_RET_ERR_INVALID_RAWACTION_SIZE; in any case: e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (the
+ *         table is ACTIVE).
  */
 uint32_t QIR_Set_PacTableCfg(PacTblHdl *pacTblHdl_p, const PacTblCfg *pacTblCfg_p);
 
@@ -398,7 +403,7 @@ uint32_t QIR_Set_PacTableCfg(PacTblHdl *pacTblHdl_p, const PacTblCfg *pacTblCfg_
  *
  * @param pacTblHdl_p the table
  * @param pacTblCfg_p out
- * @return 0; 2; 3; e_RET_ERR_STATE_NOTCFG (17) not configured yet.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (not configured yet).
  */
 uint32_t QIR_Get_PacTableCfg(PacTblHdl *pacTblHdl_p, PacTblCfg *pacTblCfg_p);
 
@@ -408,8 +413,8 @@ uint32_t QIR_Get_PacTableCfg(PacTblHdl *pacTblHdl_p, PacTblCfg *pacTblCfg_p);
  * @param pacTblHdl_p the table
  * @param pbits       0 to 7
  * @param pacEnt_p    the entry
- * @return in this order: 2; e_RET_ERR_INVALID_PBITS (55); the record's codes as QIR_Set_PacTableCfg(); 3;
- *         e_RET_ERR_STATE_NOTCFG (17) not CFG.
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_PBITS; the record's codes as for
+ *         QIR_Set_PacTableCfg(); e_RET_ERR_INVALID_HDL; e_RET_ERR_STATE_NOTCFG (the table is not CFG).
  */
 uint32_t QIR_Set_PacTableEntry(PacTblHdl *pacTblHdl_p, uint8_t pbits, const PacTblCfg *pacEnt_p);
 
@@ -419,7 +424,8 @@ uint32_t QIR_Set_PacTableEntry(PacTblHdl *pacTblHdl_p, uint8_t pbits, const PacT
  * @param pacTblHdl_p the table
  * @param pbits       0 to 7
  * @param pacEnt_p    out
- * @return in this order: 2; e_RET_ERR_INVALID_PBITS (55); 3; e_RET_ERR_STATE_NOTCFG (17).
+ * @return e_RET_OK; e_RET_ERR_NULL_PTR; e_RET_ERR_INVALID_PBITS; e_RET_ERR_INVALID_HDL;
+ *         e_RET_ERR_STATE_NOTCFG (not configured yet).
  */
 uint32_t QIR_Get_PacTableEntry(PacTblHdl *pacTblHdl_p, uint8_t pbits, PacTblCfg *pacEnt_p);
 
@@ -438,23 +444,23 @@ typedef struct {
 QIR_PIN_SIZE(EpEnt, 2);
 
 /**
- * The EP operations are placeholders: each returns 0 at once, checks and logs nothing and writes nothing.
- * EP tables therefore stay free, and a flow operation refuses every EP handle.
+ * The EP operations are placeholders: each returns e_RET_OK at once, and checks, logs and writes nothing. EP
+ * tables therefore stay free, and every flow operation refuses every EP handle.
  */
 uint32_t QIR_Alloc_EpTable(EpTblHdl *epTblHdl_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Free_EpTable(EpTblHdl *epTblHdl_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Activate_EpTable(EpTblHdl *epTblHdl_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Deactivate_EpTable(EpTblHdl *epTblHdl_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Set_EpTableCfg(EpTblHdl *epTblHdl_p, const EpTblCfg *epTblCfg_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Get_EpTableCfg(EpTblHdl *epTblHdl_p, EpTblCfg *epTblCfg_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Set_EpTableEntry(EpTblHdl *epTblHdl_p, uint8_t epEntIdx, const EpEnt *epEnt_p);
-/** Placeholder, see QIR_Alloc_EpTable(). @return 0 */
+/** Placeholder, see QIR_Alloc_EpTable(). @return e_RET_OK */
 uint32_t QIR_Get_EpTableEntry(EpTblHdl *epTblHdl_p, uint8_t epEntIdx, EpEnt *epEnt_p);
 
 #ifdef __cplusplus

@@ -11,24 +11,24 @@ namespace {
 const char kIntroduction[] =
     R"(# Return codes
 
-Every public operation answers with one 32-bit number. 0 is success. 1 says that the driver layer failed: the device
-could not be opened, or the driver refused the request. Any other number is one of the `e_RET_ERR_*` values below; the
-numbers in between are not used.
+Every public operation returns one 32-bit number. `e_RET_OK` (0) is success. `e_RET_DRIVER_FAILURE` (1) says that the
+device could not be opened or that the driver refused the request. Any other number is one of the `e_RET_ERR_*` values
+below; the numbers in between are not used.
 
-An operation makes its checks in a fixed order, and the first one that fails decides: no later check is made. For each
-operation the list below gives its checks in that order, what has to be wrong, and the code that the caller gets. The
-last line is what happens when nothing is wrong. Where the hardware has to learn of the change, the driver is asked
-after all checks, so that 1 means that the arguments and the state were good.
+An operation makes its checks in a fixed order and stops at the first one that fails. For each operation the list below
+gives the checks in that order: what has to be wrong, and the code that the caller gets. The last line is what happens
+when nothing is wrong. The driver is asked after all other checks, so `e_RET_DRIVER_FAILURE` also says that the
+arguments and the state were good.
 
-A code says what kind of thing is wrong, and many checks share it; the same operation can give one code for several
-reasons. Each failing check prints the code's name in double quotes as an error line of log module 12, often behind a
-line that says more, and the operation ends with a line "retVal" and the number. 0 and 1 have no such name in the log;
-a failure of the driver layer has its own line on standard error.
+A code names a kind of error, and many checks share it; one operation can return the same code for several reasons. A
+failing check prints the code's name in double quotes as an error line of log module 12, often after a line that says
+more, and the operation ends with a line "retVal" and the number. For `e_RET_DRIVER_FAILURE` the log has the "retVal"
+line only; the driver layer prints its own line on standard error.
 
 A line that ends in *(unreachable)* has its place in the order, but no sequence of operations leads there.
 
-This page is generated from the table that the test program `test_return_codes` executes line by line.
-`UPDATE_DOCS=1` with that program rewrites it.
+The test program `test_return_codes` executes the lists below line by line and generates this page from them; run it
+with `UPDATE_DOCS=1` to rewrite the page.
 
 )";
 
