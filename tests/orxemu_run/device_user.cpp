@@ -130,16 +130,20 @@ void SendBadAddresses() {
     std::uint32_t flow[5] = {0, 1884, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(page)),
                              0xFFFFFFFF, 0xFFFFFFFF};
     std::memcpy(page, flow, sizeof flow);
-    const auto flowAt = [](void *record) { return Send(29, record); };
+    const auto send = [](const char *what, void *record) { PrintOutcome(what, "", Send(29, record)); };
     const auto protect = [page](int how) { mprotect(page, kPage, how); };
     protect(PROT_READ);
-    std::string outcomes = flowAt(page);
+    send("answer", page);
     protect(PROT_NONE);
-    outcomes += " " + flowAt(page) + " " + flowAt(page - 10) + " " + flowAt(nullptr) + " " + flowAt(flow);
+    send("record", page);
+    send("end of record", page - 10);
+    send("no record", nullptr);
+    send("FCB", flow);
     protect(PROT_READ);
-    outcomes += " " + flowAt(flow);
+    send("good", flow);
     protect(PROT_READ | PROT_WRITE);
-    Print(outcomes + " " + flowAt(page) + " " + std::to_string(reinterpret_cast<std::uint32_t *>(page)[0]));
+    send("good", page);
+    Print(std::to_string(reinterpret_cast<std::uint32_t *>(page)[0]));
 }
 
 void RefuseCalls(const std::string &which) {
@@ -202,7 +206,8 @@ void Outlive(const std::string &path) {
     }
     WaitFor(path);
     std::uint32_t status = 1;
-    const std::string outcomes = SendStatus("1") + " " + SendOn(before, 39, &status);
+    std::string outcomes = SendStatus("1");
+    outcomes.append(" ").append(SendOn(before, 39, &status));
     const int file = open((path + ".new").c_str(), O_CREAT | O_WRONLY, 0666);
     [[maybe_unused]] const ssize_t written = write(file, outcomes.data(), outcomes.size());
     std::rename((path + ".new").c_str(), (path + ".done").c_str());

@@ -45,7 +45,8 @@ TEST_F(SessionsTest, RequestsOfAllAreOneSequence) {
 // A record whose answer cannot be written, one that cannot be read, not to its end, none; an FCB that cannot be
 // read; and the same when they can. The slow way to look at addresses comes to the same.
 TEST_F(SessionsTest, BadAddressesAreRefused) {
-    const std::string out = "EFAULT EFAULT EFAULT EFAULT EFAULT ok ok 1\n";
+    const std::string out = "answer: EFAULT\nrecord: EFAULT\nend of record: EFAULT\nno record: EFAULT\n"
+                            "FCB: EFAULT\ngood: ok\ngood: ok\n1\n";
     for (const Words &steps : {Words{"bad-addresses"}, Words{"refuse-calls", "bad-addresses"}}) {
         EXPECT_EQ(RunAlone(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
         EXPECT_EQ(RunLogged(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
