@@ -18,7 +18,7 @@ class SessionsTest : public RunTest {
 };
 
 TEST_F(SessionsTest, RequestsOfAllAreOneSequence) {
-    const std::pair<const char *, unsigned> rows[] = {{"threads", 16 * 32}, {"processes", 16 * 64}};
+    const std::pair<const char *, unsigned> rows[] = {{"threads", 16 * 32}, {"processes", 8 * 2 * 32}};
     for (const auto &[step, requests] : rows) {
         const Outcome outcome = RunLogged({step, "status=1"});
         EXPECT_EQ(outcome.out, "failures 0\nstatus 1: ok\n") << step;
@@ -153,7 +153,7 @@ TEST_F(SessionsTest, KilledProgramLosesNothingThatItHasSent) {
     const Outcome outcome = RunLogged({"processes", "status=0", "status=1", "signal=9"});
     EXPECT_EQ(outcome.status, 128 + SIGKILL);
     EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(ReadLog().end.requests, 16u * 64 + 2);
+    EXPECT_EQ(ReadLog().end.requests, 8u * 2 * 32 + 2);
     EXPECT_EQ(ReadState()->rlStatus, 1u);
 }
 
