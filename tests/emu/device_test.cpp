@@ -101,14 +101,12 @@ TEST_F(DeviceTest, FaultsAreToldApart) {
 }
 
 TEST_F(DeviceTest, FcbIsFetchedForAFlowThatNamesTheRightSize) {
-    const Record flow = FlowRecord(0).Put32(8, 0x1000);
-    const Record wrong = FlowRecord(0).Put32(8, 0x1000).Put32(4, kFcbBytes - 1);
     const auto address = [](int number, const Record &record) {
         return orxemu::FcbAddressIn(*qir::FindRequest(number), record.Bytes().data());
     };
-    EXPECT_EQ(address(kActivateFlow, flow), 0x1000u);
-    EXPECT_EQ(address(kDeactivateFlow, flow), 0x1000u);
-    EXPECT_EQ(address(kActivateFlow, wrong), 0u);
+    EXPECT_EQ(address(kActivateFlow, FlowRecord(0).Put32(8, 16)), 16u);
+    EXPECT_EQ(address(kDeactivateFlow, FlowRecord(0).Put32(8, 16)), 16u);
+    EXPECT_EQ(address(kActivateFlow, FlowRecord(0).Put32(8, 16).Put32(4, kFcbBytes - 1)), 0u);
     EXPECT_EQ(address(kGetFlowHits, Record(40)), 0u);
 }
 

@@ -163,6 +163,14 @@ void RunTest::WriteProgram(const std::string &name, const std::string &text) con
     std::filesystem::permissions(Path(name), std::filesystem::perms::owner_all);
 }
 
+void RunTest::ExpectRefused(const Words &words, int status, const std::string &message) {
+    const Outcome outcome = Finished(words);
+    EXPECT_EQ(outcome.status, status) << message;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err.substr(0, message.size() + 8), "orxemu: " + message) << outcome.err;
+    EXPECT_EQ(outcome.err.find("ran\n"), std::string::npos) << outcome.err;
+}
+
 orxemu::journal::Log RunTest::ReadLog(const std::string &name) const {
     orxemu::journal::Log log;
     orxemu::journal::Problem problem;

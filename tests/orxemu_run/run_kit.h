@@ -80,6 +80,9 @@ class RunTest : public ::testing::Test {
     Words Files() const { return folder_.Names(); }
     void WriteProgram(const std::string &name, const std::string &text) const;
 
+    // Says that it does not run, and runs nothing. The message may begin with this one.
+    static void ExpectRefused(const Words &words, int status, const std::string &message);
+
     // A log or state that checks out; adds a failure when it does not.
     orxemu::journal::Log ReadLog(const std::string &name = "a.json") const;
     std::unique_ptr<OrxEmuState> ReadState(const std::string &name = "s.json") const;
