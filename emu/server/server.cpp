@@ -2,7 +2,6 @@
 
 #include "emu/server/wire.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <random>
