@@ -24,7 +24,10 @@ constinit pthread_mutex_t Turn::mutex = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
-bool IsDevicePath(const char *path) {
+// The headers promise that no path is null. A compiler that believes them leaves out the check.
+bool IsDevicePath(const char *given) {
+    const char *volatile unpromised = given;
+    const char *path = unpromised;
     return path != nullptr && std::strcmp(path, qir::kPktOrxDevice) == 0;
 }
 

@@ -2,7 +2,6 @@
 
 #include "emu/server/wire.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <random>
@@ -109,7 +108,8 @@ bool Server::ServeConnection(int fd) {
         return size < 0 && (errno == EAGAIN || errno == EINTR);
     }
     wire::Head head = {};
-    std::memcpy(&head, message.data(), std::min(static_cast<std::size_t>(size), sizeof head));
+    const bool isWhole = static_cast<std::size_t>(size) >= sizeof head;
+    std::memcpy(&head, message.data(), isWhole ? sizeof head : 0);
     if (head.version != wire::kVersion) {
         ++numStrangers_;
         return false;

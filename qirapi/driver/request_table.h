@@ -52,7 +52,7 @@ constexpr RequestInfo Row(OrxRequest number, const char *name, IndexKind index =
     return {number, name, sizeof(Record), std::is_same_v<Record, FlowRecord>, index, use, answer};
 }
 
-constexpr RequestInfo kRequestTable[] = {
+inline constexpr RequestInfo kRequestTable[] = {
     Row<GblRecord>(kOrxSetGblCfg, "set-global"),
     Row<PortRecord>(kOrxSetPortCfg, "set-port"),
     Row<AsTblRecord>(kOrxActivateAsTbl, "activate-as-table", IndexKind::AsTable, IndexUse::Assigned,

@@ -56,6 +56,13 @@ class Record {
         std::memcpy(bytes_.data() + offset, bytes, size);
         return *this;
     }
+    // Byte i behind the first word: seed + step i.
+    Record &Fill(std::uint8_t seed, std::uint8_t step) {
+        for (std::size_t i = 4; i < bytes_.size(); ++i) {
+            bytes_[i] = static_cast<std::uint8_t>(seed + step * (i - 4));
+        }
+        return *this;
+    }
     std::uint32_t Word(std::size_t offset) const {
         std::uint32_t value;
         std::memcpy(&value, bytes_.data() + offset, sizeof value);
@@ -80,20 +87,44 @@ void FillFcb(std::uint8_t seed);
 std::uint32_t Address32(const void *address);
 
 // Records as the library sends them.
-Record GblRecord(std::uint32_t type, std::uint32_t action);
-Record AclRecord(std::uint32_t port, std::uint32_t aclType);
-Record TpidRecord(std::uint32_t port, const std::array<std::uint16_t, 4> &tpid);
-Record PadRecord(std::uint32_t port, std::uint32_t padLen);
+inline Record GblRecord(std::uint32_t type, std::uint32_t action) {
+    return Record(8).Put32(0, type).Put32(4, action);
+}
+inline Record AclRecord(std::uint32_t port, std::uint32_t aclType) {
+    return Record(32).Put32(0, 1).Put32(4, port).Put32(8, aclType);
+}
+inline Record TpidRecord(std::uint32_t port, const std::array<std::uint16_t, 4> &tpid) {
+    return Record(32).Put32(0, 2).Put32(12, port).Put(16, tpid.data(), 8);
+}
+inline Record PadRecord(std::uint32_t port, std::uint32_t padLen) {
+    return Record(32).Put32(0, 4).Put32(24, port).Put32(28, padLen);
+}
 // Index word and a table record whose byte i is seed + 3 i.
-Record TblRecord(std::size_t tblBytes, std::uint32_t index, std::uint8_t seed);
-Record FlowRecord(std::uint32_t flowIdx, std::uint32_t pacTblIdx = kMinusOne,
-                  std::uint32_t epTblIdx = kMinusOne);
-Record HitsRecord(std::uint32_t flowIdx);
+inline Record TblRecord(std::size_t tblBytes, std::uint32_t index, std::uint8_t seed) {
+    return Record(4 + tblBytes).Fill(seed, 3).Put32(0, index);
+}
+inline Record FlowRecord(std::uint32_t flowIdx, std::uint32_t pacTblIdx = kMinusOne,
+                         std::uint32_t epTblIdx = kMinusOne) {
+    const std::uint32_t words[] = {flowIdx, kFcbBytes, Address32(fcb.data()), pacTblIdx, epTblIdx};
+    return Record(20).Put(0, words, sizeof words);
+}
+inline Record HitsRecord(std::uint32_t flowIdx) {
+    return Record(40).Fill(0, 0).Put32(0, flowIdx);
+}
 // Flow priority, forwarding flags, and bytes seed + 5 i between them.
-Record FwdRecord(std::uint32_t flowIdx, std::uint32_t flowPrio, std::uint32_t fwdAction, std::uint8_t seed);
-Record RlStatusRecord(std::uint32_t status);
-Record RlTciRecord(std::uint32_t dir, std::uint16_t first, std::uint16_t second);
-Record RlRecord(std::uint32_t dir, std::uint32_t index, const std::array<std::uint32_t, 4> &config);
+inline Record FwdRecord(std::uint32_t flowIdx, std::uint32_t flowPrio, std::uint32_t fwdAction,
+                        std::uint8_t seed) {
+    return Record(72).Fill(seed, 5).Put32(0, flowIdx).Put32(4, flowPrio).Put32(68, fwdAction);
+}
+inline Record RlStatusRecord(std::uint32_t status) {
+    return Record(4).Put32(0, status);
+}
+inline Record RlTciRecord(std::uint32_t dir, std::uint16_t first, std::uint16_t second) {
+    return Record(12).Put32(4, dir).Put16(8, first).Put16(10, second);
+}
+inline Record RlRecord(std::uint32_t dir, std::uint32_t index, const std::array<std::uint32_t, 4> &config) {
+    return Record(32).Put32(4, dir).Put32(12, index).Put(16, config.data(), 16);
+}
 
 // One kind of table.
 struct TblKind {
@@ -105,6 +136,12 @@ struct TblKind {
     const OrxEmuTable *(*slots)();
 };
 extern const std::array<TblKind, 3> kTblKinds;
+
+// The bytes from `begin` on, as a vector that gtest can print.
+inline std::vector<std::uint8_t> BytesAt(const void *begin, std::size_t size) {
+    const auto *bytes = static_cast<const std::uint8_t *>(begin);
+    return {bytes, bytes + size};
+}
 
 // Every request that the device knows, with the size of its record.
 struct KnownRequest {
@@ -143,9 +180,6 @@ class StateSnapshot {
   private:
     std::vector<std::uint8_t> bytes_;
 };
-
-// The bytes from `begin` on, as a vector that gtest can print.
-std::vector<std::uint8_t> BytesAt(const void *begin, std::size_t size);
 
 } // namespace emu_test
 

@@ -21,28 +21,19 @@ int Open() {
 
 TEST_F(EmuFaultsTest, OpeningFailsOnceAtItsTurn) {
     orxemu_failOpen(2, EACCES);
+    orxemu_failOpen(4, EPERM);
+    const int other = ::open("/dev/null", O_RDWR);
+    EXPECT_EQ(::close(other), 0) << "it is about the device only";
     EXPECT_EQ(Open(), 0);
     EXPECT_EQ(Open(), EACCES);
     EXPECT_EQ(Open(), 0);
     EXPECT_EQ(orxemu_numOpens(), 2u);
-}
-
-TEST_F(EmuFaultsTest, OpeningFaultConcernsTheDeviceOnly) {
-    orxemu_failOpen(1, EACCES);
-    const int other = ::open("/dev/null", O_RDWR);
-    EXPECT_GE(other, 0);
-    EXPECT_EQ(::close(other), 0);
-    EXPECT_EQ(Open(), EACCES);
-}
-
-TEST_F(EmuFaultsTest, OpeningFaultComesBeforeAMissingDevice) {
     orxemu_setPresent(0);
-    orxemu_failOpen(1, EACCES);
-    EXPECT_EQ(Open(), EACCES);
+    EXPECT_EQ(Open(), EPERM) << "in front of a missing device";
     EXPECT_EQ(Open(), ENOENT);
 }
 
-TEST_F(EmuFaultsTest, FailedRequestIsNotTaken) {
+TEST_F(EmuFaultsTest, RequestThatFailsAndAnswerThatIsLost) {
     orxemu_failRequest(kActivateFlow, 1, EIO);
     const StateSnapshot before;
     Record record = FlowRecord(kNotSet);
@@ -50,88 +41,61 @@ TEST_F(EmuFaultsTest, FailedRequestIsNotTaken) {
     EXPECT_TRUE(before.Unchanged());
     EXPECT_EQ(record.Bytes(), FlowRecord(kNotSet).Bytes());
     EXPECT_EQ(LastRequest().err, EIO);
-    EXPECT_EQ(LastRequest().recordSize, 20u);
-    EXPECT_EQ(BytesAt(LastRequest().in, 20), record.Bytes());
     EXPECT_EQ(BytesAt(LastRequest().out, 20), record.Bytes());
     EXPECT_EQ(LastRequest().fcbSize, 0u);
-
-    EXPECT_EQ(ActivateFlow(), 0u) << "a fault fires once";
-}
-
-TEST_F(EmuFaultsTest, LostAnswerOfARequestThatWasTaken) {
-    ActivateFlow();
     orxemu_loseAnswer(kActivateFlow, 1, ETIMEDOUT);
-    Record record = FlowRecord(kNotSet);
     EXPECT_EQ(Send(kActivateFlow, record), ETIMEDOUT);
-    EXPECT_EQ(record.Bytes(), FlowRecord(1).Bytes()) << "the record has been written";
-    EXPECT_EQ(State().flow[1].active, 1);
+    EXPECT_EQ(record.Bytes(), FlowRecord(0).Bytes()) << "the record has been written";
+    EXPECT_EQ(State().flow[0].active, 1);
     EXPECT_EQ(LastRequest().err, ETIMEDOUT);
-    EXPECT_EQ(LastRequest().out[0] | LastRequest().out[3], 1);
+    EXPECT_EQ(BytesAt(LastRequest().out, 20), record.Bytes());
     EXPECT_EQ(LastRequest().fcbSize, kFcbBytes);
-    EXPECT_EQ(ActivateFlow(), 2u);
-
-    orxemu_loseAnswer(kDeactivateFlow, 1, ETIMEDOUT);
-    EXPECT_EQ(Send(kDeactivateFlow, FlowRecord(0)), ETIMEDOUT);
-    EXPECT_EQ(State().flow[0].active, 0);
 }
 
-TEST_F(EmuFaultsTest, LostAnswerOfARequestThatWasRefused) {
-    orxemu_loseAnswer(kSetGblCfg, 1, EIO);
-    const StateSnapshot before;
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 3)), EIO);
-    EXPECT_TRUE(before.Unchanged());
-}
+using Arm = void (*)(int request, unsigned nth, int err);
+constexpr Arm kFail = orxemu_failRequest;
+constexpr Arm kLose = orxemu_loseAnswer;
 
-TEST_F(EmuFaultsTest, RequestFaultCountsItsOwnNumberOnly) {
-    orxemu_failRequest(kSetGblCfg, 2, EIO);
-    EXPECT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), 0);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), 0);
-    EXPECT_EQ(Send(kSetRlStatus, RlStatusRecord(0)), 0);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), EIO);
-    EXPECT_EQ(State().flowMissAction, 1u);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), 0);
-}
+struct FaultRow {
+    const char *given;
+    std::vector<std::tuple<Arm, int, unsigned, int>> armed;
+    // Number, errno, whether the hardware takes it. 17 and 39 set something, 99 is not known.
+    std::vector<std::tuple<int, int, bool>> sent;
+};
 
-TEST_F(EmuFaultsTest, FaultOfAnyNumberCountsAllRequests) {
-    orxemu_failRequest(0, 3, EIO);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), 0);
-    EXPECT_EQ(Send(99, GblRecord(1, 1)), ENOTTY);
-    EXPECT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), EIO);
-    EXPECT_EQ(State().rlStatus, 0u);
-    EXPECT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), 0);
-}
-
-TEST_F(EmuFaultsTest, SeveralFaultsAreArmedAtOnce) {
-    orxemu_failRequest(kSetGblCfg, 1, EIO);
-    orxemu_failRequest(kSetGblCfg, 2, EPERM);
-    orxemu_loseAnswer(kSetRlStatus, 1, EAGAIN);
-    orxemu_failOpen(4, ENODEV);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), EIO);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), EPERM);
-    EXPECT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), EAGAIN);
-    EXPECT_EQ(State().rlStatus, 1u);
-    EXPECT_EQ(Open(), ENODEV);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), 0);
-}
-
-TEST_F(EmuFaultsTest, FirstArmedDecidesAndBothAreSpent) {
-    orxemu_loseAnswer(0, 1, EAGAIN);
-    orxemu_failRequest(kSetGblCfg, 1, EIO);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), EAGAIN);
-    EXPECT_EQ(State().flowMissAction, 1u);
-    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), 0);
-}
-
-TEST_F(EmuFaultsTest, TurnZeroArmsNothing) {
-    orxemu_failOpen(0, EIO);
-    orxemu_failRequest(0, 0, EIO);
-    orxemu_loseAnswer(0, 0, EIO);
-    for (int n = 0; n < 3; ++n) {
-        EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), 0);
+TEST_F(EmuFaultsTest, WhichRequestsTheyMeet) {
+    const FaultRow rows[] = {
+        {"own number only",
+         {{kFail, 17, 2, EIO}},
+         {{39, 0, true}, {17, 0, true}, {39, 0, true}, {17, EIO, false}, {17, 0, true}}},
+        {"any number", {{kFail, 0, 3, EIO}}, {{17, 0, true}, {99, ENOTTY, false}, {39, EIO, false}}},
+        {"several",
+         {{kFail, 17, 1, EIO}, {kFail, 17, 2, EPERM}, {kLose, 39, 1, EAGAIN}},
+         {{17, EIO, false}, {17, EPERM, false}, {39, EAGAIN, true}, {17, 0, true}}},
+        {"both are spent, the first one decides",
+         {{kLose, 0, 1, EAGAIN}, {kFail, 17, 1, EIO}},
+         {{17, EAGAIN, true}, {17, 0, true}}},
+        {"turn 0 arms nothing", {{kFail, 0, 0, EIO}, {kLose, 0, 0, EIO}}, {{17, 0, true}, {39, 0, true}}},
+        {"refused for its own sake", {{kLose, 99, 1, EIO}}, {{99, EIO, false}, {99, ENOTTY, false}}},
+    };
+    for (const FaultRow &row : rows) {
+        SCOPED_TRACE(row.given);
+        orxemu_reset();
+        for (const auto &[arm, request, nth, err] : row.armed) {
+            arm(request, nth, err);
+        }
+        for (const auto &[request, err, taken] : row.sent) {
+            const StateSnapshot before;
+            EXPECT_EQ(request == kSetRlStatus ? Send(request, RlStatusRecord(1 - State().rlStatus))
+                                              : Send(request, GblRecord(1, 1 - State().flowMissAction)),
+                      err);
+            EXPECT_EQ(before.Unchanged(), !taken);
+        }
     }
 }
 
 TEST_F(EmuFaultsTest, FaultsHaveAnEnd) {
+    orxemu_failOpen(0, EIO); // arms nothing
     for (int n = 0; n < ORXEMU_MAX_FAULTS; ++n) {
         orxemu_failRequest(kSetGblCfg, 1, EIO);
     }
@@ -146,32 +110,29 @@ TEST_F(EmuLogTest, EveryRequestIsKeptInOrder) {
     Activate(kActivatePacTbl, TblRecord(268, kNotSet, 7));
     EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 3)), EINVAL);
     Activate(kActivateFlow, FlowRecord(kNotSet, 0));
-
-    ASSERT_EQ(orxemu_numRequests(), 3u);
+    const struct {
+        int request;
+        int err;
+        Record in;
+        Record out;
+        std::size_t fcbSize;
+    } rows[] = {
+        {27, 0, TblRecord(268, kNotSet, 7), TblRecord(268, 0, 7), 0},
+        {17, EINVAL, GblRecord(1, 3), GblRecord(1, 3), 0},
+        {29, 0, FlowRecord(kNotSet, 0), FlowRecord(0, 0), kFcbBytes},
+    };
+    ASSERT_EQ(orxemu_numRequests(), std::size(rows));
     EXPECT_EQ(orxemu_request(3), nullptr);
-    const OrxEmuRequest &pac = *orxemu_request(0);
-    EXPECT_EQ(pac.request, 27);
-    EXPECT_EQ(pac.err, 0);
-    EXPECT_EQ(pac.recordSize, 272u);
-    EXPECT_EQ(BytesAt(pac.in, 272), TblRecord(268, kNotSet, 7).Bytes());
-    EXPECT_EQ(BytesAt(pac.out, 272), TblRecord(268, 0, 7).Bytes());
-    EXPECT_EQ(pac.fcbSize, 0u);
-
-    const OrxEmuRequest &gbl = *orxemu_request(1);
-    EXPECT_EQ(gbl.request, 17);
-    EXPECT_EQ(gbl.err, EINVAL);
-    EXPECT_EQ(gbl.recordSize, 8u);
-    EXPECT_EQ(BytesAt(gbl.in, 8), GblRecord(1, 3).Bytes());
-    EXPECT_EQ(BytesAt(gbl.out, 8), GblRecord(1, 3).Bytes());
-
-    const OrxEmuRequest &flow = *orxemu_request(2);
-    EXPECT_EQ(flow.request, 29);
-    EXPECT_EQ(flow.err, 0);
-    EXPECT_EQ(flow.recordSize, 20u);
-    EXPECT_EQ(BytesAt(flow.in, 20), FlowRecord(kNotSet, 0).Bytes());
-    EXPECT_EQ(BytesAt(flow.out, 20), FlowRecord(0, 0).Bytes());
-    EXPECT_EQ(flow.fcbSize, kFcbBytes);
-    EXPECT_EQ(BytesAt(flow.fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const OrxEmuRequest &entry = *orxemu_request(i);
+        EXPECT_EQ(entry.request, rows[i].request);
+        EXPECT_EQ(entry.err, rows[i].err);
+        EXPECT_EQ(entry.recordSize, rows[i].in.Bytes().size());
+        EXPECT_EQ(BytesAt(entry.in, entry.recordSize), rows[i].in.Bytes());
+        EXPECT_EQ(BytesAt(entry.out, entry.recordSize), rows[i].out.Bytes());
+        EXPECT_EQ(entry.fcbSize, rows[i].fcbSize);
+        EXPECT_EQ(BytesAt(entry.fcb, entry.fcbSize), BytesAt(fcb.data(), rows[i].fcbSize));
+    }
 }
 
 TEST_F(EmuLogTest, RecordSizesOfAllRequests) {
@@ -189,24 +150,6 @@ TEST_F(EmuLogTest, RecordSizesOfAllRequests) {
     }
 }
 
-TEST_F(EmuLogTest, HitsAnswerIsInTheLog) {
-    ActivateFlow();
-    EXPECT_EQ(orxemu_addHits(0, 1, 0x01020304), 0);
-    Record record = HitsRecord(0);
-    EXPECT_EQ(Send(kGetFlowHits, record), 0);
-    EXPECT_EQ(BytesAt(LastRequest().in, 40), HitsRecord(0).Bytes());
-    EXPECT_EQ(BytesAt(LastRequest().out, 40), record.Bytes());
-    EXPECT_EQ(record.Word(12), 0x01020304u);
-}
-
-TEST_F(EmuLogTest, DeactivationOfAFlowCopiesTheFcbIntoTheLog) {
-    ActivateFlow();
-    FillFcb(99);
-    EXPECT_EQ(Send(kDeactivateFlow, FlowRecord(0)), 0);
-    EXPECT_EQ(LastRequest().fcbSize, kFcbBytes);
-    EXPECT_EQ(BytesAt(LastRequest().fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
-}
-
 TEST_F(EmuLogTest, ClearForgetsTheRequestsOnly) {
     ActivateFlow();
     orxemu_failRequest(kSetGblCfg, 1, EIO);
@@ -218,10 +161,10 @@ TEST_F(EmuLogTest, ClearForgetsTheRequestsOnly) {
     // Nothing of the request that stood there before shows through.
     EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), EIO);
     ASSERT_EQ(orxemu_numRequests(), 1u);
-    EXPECT_EQ(BytesAt(LastRequest().in + 8, ORXEMU_MAX_RECORD - 8),
-              std::vector<std::uint8_t>(ORXEMU_MAX_RECORD - 8));
-    EXPECT_EQ(LastRequest().fcbSize, 0u);
-    EXPECT_EQ(BytesAt(LastRequest().fcb, kFcbBytes), std::vector<std::uint8_t>(kFcbBytes));
+    OrxEmuRequest expected = {kSetGblCfg, EIO, 8, {}, {}, 0, {}};
+    std::memcpy(expected.in, GblRecord(1, 1).Bytes().data(), 8);
+    std::memcpy(expected.out, expected.in, 8);
+    EXPECT_EQ(std::memcmp(&LastRequest(), &expected, sizeof expected), 0);
 }
 
 TEST_F(EmuLogTest, RequestsBehindTheEndAreCountedAndServed) {
@@ -229,15 +172,37 @@ TEST_F(EmuLogTest, RequestsBehindTheEndAreCountedAndServed) {
         ASSERT_EQ(Send(kSetGblCfg, GblRecord(1, n % 3)), 0);
     }
     const OrxEmuRequest *last = &LastRequest();
-    EXPECT_EQ(Send(kActivateFlow, FlowRecord(kNotSet)), 0);
-    EXPECT_EQ(Send(kSetPortCfg, AclRecord(1, 1)), 0);
-    EXPECT_EQ(orxemu_numRequests(), ORXEMU_MAX_LOG + 2u);
+    ActivateFlow();
+    EXPECT_EQ(orxemu_numRequests(), ORXEMU_MAX_LOG + 1u);
     EXPECT_EQ(orxemu_request(ORXEMU_MAX_LOG - 1), last);
-    EXPECT_EQ(last->request, 17);
     EXPECT_EQ(orxemu_request(ORXEMU_MAX_LOG), nullptr);
-    EXPECT_EQ(orxemu_request(ORXEMU_MAX_LOG + 1), nullptr);
     EXPECT_EQ(State().flow[0].active, 1);
-    EXPECT_EQ(State().portDefAcl[1], 1u);
+}
+
+TEST_F(EmuLogTest, ResetIsPowerOn) {
+    for (const TblKind &kind : kTblKinds) {
+        Activate(kind.activate, TblRecord(kind.bytes, kNotSet, 1));
+    }
+    Activate(kActivateFlow, FlowRecord(kNotSet, 0));
+    EXPECT_EQ(orxemu_addHits(0, 0, 1), 0);
+    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), 0);
+    EXPECT_EQ(Send(kSetPortCfg, PadRecord(1, 64)), 0);
+    EXPECT_EQ(Send(kActivateRl, RlRecord(1, 1, {1, 1, 1, 1})), 0);
+    const int fd = ::open(kDevice, O_RDWR);
+    orxemu_setPresent(0);
+    orxemu_failOpen(1, EACCES);
+    orxemu_failRequest(0, 1, EIO);
+    orxemu_loseAnswer(0, 2, EIO);
+
+    orxemu_reset();
+    static const OrxEmuState powerOn = {};
+    EXPECT_EQ(std::memcmp(&State(), &powerOn, sizeof powerOn), 0);
+    EXPECT_EQ(orxemu_numRequests(), 0u);
+    EXPECT_EQ(orxemu_numOpens(), 0u);
+    EXPECT_EQ(orxemu_openDescriptors(), 1) << "an open descriptor stays open";
+    EXPECT_EQ(::close(fd), 0);
+    EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), 0);
+    EXPECT_EQ(ActivateFlow(), 0u);
 }
 
 } // namespace

@@ -1,154 +1,67 @@
-// A program that uses the device as it is told to: each argument is a step, in order.
-//
-//   status=N          opens the device, sets the rate-limiter status to N, closes; prints the outcome
-//   request=N         the same with request number N and a record of zeros
-//   bad-record        the same with a record that cannot be read
-//   leave-open        opens the device and leaves it open
-//   in-child=STEP     does a step in a child, which ends without a last word
-//   die-in-request    stops the tool, starts a process that is killed when it waits for the tool with a
-//                     request that the hardware has taken, and lets the tool go on
-//   stop-in-request   the same with a process that is stopped there and goes on
-//   hold-lock=PATH    starts a process that keeps all others off the hardware until PATH is there
-//   close-all         closes all descriptors from 3 on with close(); prints how many there were
-//   close-all-behind  the same behind the C library's back
-//   cover-all         puts /dev/null under every number from 3 to 1023; prints how many there are
-//   processes=N       N processes send N requests each, at the same time
-//   threads=N         N threads send N requests each, at the same time
-//   tables=N          N processes at the same time; N times, each activates an AS table and deactivates it
-//   thread-tables=N   the same with threads
-//   outlive=PATH      starts a process that has the standard streams closed, waits for PATH, sends a request
-//                     and creates PATH.done
-//   flood=PATH        starts a process that sends requests all the time until PATH is there
-//   wait=PATH         waits until PATH is there
-//   touch=PATH        creates PATH
-//   copy-input        copies standard input to standard output
-//   error=TEXT        prints TEXT on standard error
-//   environment=NAME  prints a variable
-//   await-signal=N    prints "ready", waits for signal N and prints that it came
-//   note-signal=N     prints the last digit of N each time that signal N comes
-//   parent            prints the process that started it
-//   handling=N        prints how signal N is handled at the start
-//   signal=N          sends itself a signal
-//   signal-group=N    sends one to all processes of its group
-//   exit=N            ends with that status
-//   quick-exit=N      the same without a last word
-//
-// Those in rough_steps.cpp besides.
-#include "tests/orxemu_run/device_user.h"
+// A program that uses the device as it is told to: each argument is a step "NAME" or "NAME=VALUE", in order.
+#include "tests/orxemu_run/refuse_calls.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
-#include <string_view>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
-namespace device_user {
+namespace {
 
-int Send(unsigned long request, void *record) {
-    const int fd = open(kDevice, O_RDWR);
-    if (fd < 0) {
-        return errno;
-    }
-    const int err = ioctl(fd, request, record) == 0 ? 0 : errno;
-    close(fd);
-    return err;
-}
+constexpr const char *kDevice = "/dev/pktorx";
+constexpr int kTimes = 16;
 
-int SendStatus(std::uint32_t status) {
-    return Send(kSetRlStatus, &status);
-}
+void Do(const std::string &word);
 
 void Print(const std::string &text) {
     std::printf("%s\n", text.c_str());
     std::fflush(stdout);
 }
 
-void PrintOutcome(const std::string &what, int err) {
-    Print(what + ": " + (err == 0 ? "ok" : strerrorname_np(err)));
+// "WHAT VALUE: outcome".
+void PrintOutcome(const char *what, const std::string &value, const std::string &outcome) {
+    std::printf("%s%s%s: %s\n", what, value.empty() ? "" : " ", value.c_str(), outcome.c_str());
+    std::fflush(stdout);
 }
 
-void Touch(const std::string &path) {
-    close(open(path.c_str(), O_CREAT | O_WRONLY, 0666));
+std::string Outcome(int result) {
+    return result >= 0 ? "ok" : strerrorname_np(errno);
 }
 
-int NumberOfSession(SessionNumber which) {
-    const char *text = std::getenv("ORXEMU_SESSION");
-    for (int i = 0; i < which && text != nullptr; ++i) {
-        text = std::strchr(text, ',');
-        text = text != nullptr ? text + 1 : nullptr;
-    }
-    return text != nullptr ? std::atoi(text) : -1;
+// What fails first: the opening, or the request. The descriptor is closed then.
+std::string SendOn(int fd, unsigned long request, void *record) {
+    const std::string outcome = Outcome(fd < 0 ? fd : ioctl(fd, request, record));
+    close(fd);
+    return outcome;
 }
 
-namespace {
-
-constexpr int kDescriptors = 4096;
-
-int SendZeros(unsigned long request) {
-    std::vector<std::uint8_t> record(512);
-    return Send(request, record.data());
+std::string Send(unsigned long request, void *record) {
+    return SendOn(open(kDevice, O_RDWR), request, record);
 }
 
-bool SendMany(int count) {
-    for (int i = 0; i < count; ++i) {
-        if (SendStatus(1) != 0) {
-            return false;
-        }
-    }
-    return true;
+std::string SendStatus(const std::string &value) {
+    std::uint32_t status = static_cast<std::uint32_t>(std::stoul(value));
+    return Send(39, &status);
 }
 
-// The device looks for a free table, answers with its index, and takes it: two that do so at once would have
-// the same one, and only the first could deactivate it.
-bool UseTables(int count) {
-    constexpr unsigned long kActivateAsTbl = 21;
-    constexpr unsigned long kDeactivateAsTbl = 22;
-    std::vector<std::uint8_t> record(472);
-    for (int i = 0; i < count; ++i) {
-        if (Send(kActivateAsTbl, record.data()) != 0 || Send(kDeactivateAsTbl, record.data()) != 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
-using Work = bool (*)(int count);
-
-int FailedProcesses(Work work, int count) {
-    for (int i = 0; i < count; ++i) {
-        if (fork() == 0) {
-            std::_Exit(work(count) ? 0 : 1);
-        }
-    }
+// Two that are served at once, or get each other's answers, have the same table, which only one of them can
+// deactivate.
+int UseTables() {
+    std::uint32_t record[118] = {};
     int failures = 0;
-    int status = 0;
-    while (wait(&status) > 0) {
-        failures += status != 0 ? 1 : 0;
-    }
-    return failures;
-}
-
-int FailedThreads(Work work, int count) {
-    std::atomic<int> failures = 0;
-    std::vector<std::thread> threads;
-    threads.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&] { failures += work(count) ? 0 : 1; });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
+    for (int i = 0; i < kTimes; ++i) {
+        const bool good = Send(21, record) == "ok" && Send(22, record) == "ok";
+        failures += good ? 0 : 1;
     }
     return failures;
 }
@@ -157,129 +70,98 @@ void PrintFailures(int failures) {
     Print("failures " + std::to_string(failures));
 }
 
-int CloseAll(bool behind) {
-    int closed = 0;
-    for (int fd = 3; fd < kDescriptors; ++fd) {
-        const long result = behind ? syscall(SYS_close, fd) : close(fd);
-        closed += result == 0 ? 1 : 0;
+void InThreads() {
+    std::atomic<int> failures = 0;
+    std::thread threads[kTimes];
+    for (std::thread &thread : threads) {
+        thread = std::thread([&] { failures += UseTables(); });
     }
-    return closed;
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    PrintFailures(failures);
 }
 
-// Behind the C library's back, which would keep the session's numbers.
-int CoverAll() {
-    const int null = open("/dev/null", O_RDWR);
-    int covered = 0;
-    for (int fd = 3; fd < 1024; ++fd) {
-        covered += fd == null || syscall(SYS_dup3, null, fd, 0) == fd ? 1 : 0;
+// Each has a thread besides, and all have a descriptor that was opened before. There are 16 tables.
+void InProcesses() {
+    const int fd = open(kDevice, O_RDWR);
+    for (int i = 0; i < kTimes / 2; ++i) {
+        if (fork() == 0) {
+            int other = 0;
+            std::thread thread([&] { other = UseTables(); });
+            const int failures = UseTables();
+            thread.join();
+            std::_Exit(failures + other);
+        }
     }
-    return covered;
-}
-
-// With an end, for when the test has failed and removed its folder.
-void WaitFor(const std::string &path) {
-    for (int i = 0; i < 60000 && access(path.c_str(), F_OK) != 0; ++i) {
-        usleep(1000);
+    int failures = 0;
+    for (int status = 0; wait(&status) > 0;) {
+        failures += status != 0 ? 1 : 0;
     }
-}
-
-void Outlive(const std::string &path) {
-    if (fork() != 0) {
-        return;
-    }
-    setsid();
-    for (int fd = 0; fd < 3; ++fd) {
-        close(fd);
-        open("/dev/null", O_RDWR);
-    }
-    WaitFor(path);
-    SendStatus(1); // nobody reads of it any more, and that is no harm
-    Touch(path + ".done");
-    std::_Exit(0);
-}
-
-// The process that has the lock, or 0.
-pid_t LockHolder() {
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return fcntl(NumberOfSession(kLockFile), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : 0;
-}
-
-// Behind the name in brackets stands the state, S for one that waits.
-bool Sleeps(pid_t pid) {
-    const int fd = open(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
-    char text[512] = {};
-    const ssize_t size = read(fd, text, sizeof text - 1);
     close(fd);
-    const char *bracket = size > 0 ? std::strrchr(text, ')') : nullptr;
-    return bracket != nullptr && bracket[1] == ' ' && bracket[2] == 'S';
+    PrintFailures(failures);
 }
 
-bool HasEnded(pid_t child) {
-    siginfo_t ended = {};
-    return waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
-           ended.si_pid == child;
-}
-
-// Stops the tool, and starts a process that sends more requests than there is room for. Who has the lock
-// waits for nothing but that room.
-pid_t StartBlockedSender() {
-    constexpr int kMoreThanThereIsRoomFor = 1000;
-    kill(getppid(), SIGSTOP);
+void InChild(const std::string &step, void (*end)(int)) {
     const pid_t child = fork();
     if (child == 0) {
-        std::_Exit(SendMany(kMoreThanThereIsRoomFor) ? 0 : 1);
+        Do(step);
+        end(0);
     }
-    while (!HasEnded(child) && (LockHolder() != child || !Sleeps(child) || LockHolder() != child)) {
-        usleep(1000);
-    }
-    return child;
+    waitpid(child, nullptr, 0);
 }
 
-void DieInRequest() {
-    const pid_t child = StartBlockedSender();
-    kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-    kill(getppid(), SIGCONT);
-    Print(WIFSIGNALED(status) ? "died" : "did not die");
-}
-
-void StopInRequest() {
-    const pid_t child = StartBlockedSender();
-    kill(child, SIGSTOP);
-    int status = 0;
-    waitpid(child, &status, WUNTRACED);
-    kill(child, SIGCONT);
-    waitpid(child, &status, WCONTINUED);
-    kill(getppid(), SIGCONT);
-    waitpid(child, &status, 0);
-    Print(WIFEXITED(status) ? "went on" : "did not go on");
-}
-
-// With requests that take the tool longer to read than to send; it ends with the test's folder, too.
-void Flood(const std::string &path) {
-    const std::string folder = path.substr(0, path.rfind('/'));
-    if (fork() != 0) {
-        return;
+void Execute(const std::string &step) {
+    const pid_t child = fork();
+    if (child == 0) {
+        execl(program_invocation_name, program_invocation_name, step.c_str(), nullptr);
+        std::_Exit(1);
     }
-    while (access(path.c_str(), F_OK) != 0 && access(folder.c_str(), F_OK) == 0) {
-        UseTables(50);
-    }
-    std::_Exit(0);
+    waitpid(child, nullptr, 0);
 }
 
-void InChild(const std::string &step);
+// --- Addresses that cannot be reached: of a record, of its answer, and of the FCB
+
+constexpr std::size_t kPage = 65536;
+alignas(kPage) std::uint8_t pages[2 * kPage];
+
+void SendBadAddresses() {
+    std::uint8_t *page = pages + kPage;
+    std::uint32_t flow[5] = {0, 1884, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(page)),
+                             0xFFFFFFFF, 0xFFFFFFFF};
+    std::memcpy(page, flow, sizeof flow);
+    const auto send = [](const char *what, void *record) { PrintOutcome(what, "", Send(29, record)); };
+    const auto protect = [page](int how) { mprotect(page, kPage, how); };
+    protect(PROT_READ);
+    send("answer", page);
+    protect(PROT_NONE);
+    send("record", page);
+    send("end of record", page - 10);
+    send("no record", nullptr);
+    send("FCB", flow);
+    protect(PROT_READ);
+    send("good", flow);
+    protect(PROT_READ | PROT_WRITE);
+    send("good", page);
+    Print(std::to_string(reinterpret_cast<std::uint32_t *>(page)[0]));
+}
+
+void RefuseCalls(const std::string &which) {
+    std::vector<long> calls = {SYS_madvise};
+    if (which == "all") {
+        calls.insert(calls.end(), {SYS_process_vm_readv, SYS_process_vm_writev});
+    }
+    if (!test::RefuseCalls(calls, SECCOMP_RET_ERRNO | EPERM)) {
+        Print("no filter");
+    }
+}
+
+// --- Signals and time
 
 volatile std::sig_atomic_t cameSignal = 0;
 
-void Note(int signal) {
-    cameSignal = signal;
-}
-
 void AwaitSignal(int signal) {
-    std::signal(signal, Note);
+    std::signal(signal, [](int came) { cameSignal = came; });
     Print("ready");
     while (cameSignal != signal) {
         usleep(1000);
@@ -298,10 +180,38 @@ std::string Handling(int signal) {
     sigaction(signal, nullptr, &action);
     sigset_t blocked;
     sigprocmask(SIG_SETMASK, nullptr, &blocked);
-    return std::string(action.sa_handler == SIG_DFL   ? "default"
-                       : action.sa_handler == SIG_IGN ? "ignored"
-                                                      : "handled") +
+    return std::string(action.sa_handler == SIG_DFL ? " default" : " ignored") +
            (sigismember(&blocked, signal) != 0 ? " blocked" : "");
+}
+
+// With an end, for when the test has failed and removed its folder.
+void WaitFor(const std::string &path) {
+    for (int i = 0; i < 60000 && access(path.c_str(), F_OK) != 0; ++i) {
+        usleep(1000);
+    }
+}
+
+// A process that goes on when this one has ended, and writes the outcomes of an opening and of a request on a
+// descriptor that it had into PATH.done.
+void Outlive(const std::string &path) {
+    const int before = open(kDevice, O_RDWR);
+    if (fork() != 0) {
+        close(before);
+        return;
+    }
+    setsid();
+    for (int fd = 0; fd < 3; ++fd) {
+        close(fd);
+        open("/dev/null", O_RDWR);
+    }
+    WaitFor(path);
+    std::uint32_t status = 1;
+    std::string outcomes = SendStatus("1");
+    outcomes.append(" ").append(SendOn(before, 39, &status));
+    const int file = open((path + ".new").c_str(), O_CREAT | O_WRONLY, 0666);
+    [[maybe_unused]] const ssize_t written = write(file, outcomes.data(), outcomes.size());
+    std::rename((path + ".new").c_str(), (path + ".done").c_str());
+    std::_Exit(0);
 }
 
 void CopyInput() {
@@ -311,101 +221,68 @@ void CopyInput() {
     std::fflush(stdout);
 }
 
-int Number(const std::string &text) {
-    return std::stoi(text);
-}
-
+struct Step {
+    const char *name;
+    void (*run)(const std::string &value);
+};
 constexpr Step kSteps[] = {
-    {"status",
-     [](const std::string &v) {
-         PrintOutcome("status " + v, SendStatus(static_cast<std::uint32_t>(Number(v))));
-     }},
+    {"status", [](const std::string &v) { PrintOutcome("status", v, SendStatus(v)); }},
     {"request",
      [](const std::string &v) {
-         PrintOutcome("request " + v, SendZeros(static_cast<unsigned long>(Number(v))));
+         std::uint8_t record[512] = {};
+         PrintOutcome("request", v, Send(std::stoul(v), record));
      }},
-    {"bad-record", [](const std::string &) { PrintOutcome("bad record", Send(kSetRlStatus, nullptr)); }},
-    {"leave-open", [](const std::string &) { PrintOutcome("open", open(kDevice, O_RDWR) < 0 ? errno : 0); }},
-    {"in-child", InChild},
-    {"die-in-request", [](const std::string &) { DieInRequest(); }},
-    {"stop-in-request", [](const std::string &) { StopInRequest(); }},
-    {"hold-lock", HoldLock},
-    {"close-all", [](const std::string &) { Print("closed " + std::to_string(CloseAll(false))); }},
-    {"close-all-behind", [](const std::string &) { CloseAll(true); }},
-    {"cover-all", [](const std::string &) { Print("covered " + std::to_string(CoverAll())); }},
-    {"processes", [](const std::string &v) { PrintFailures(FailedProcesses(SendMany, Number(v))); }},
-    {"threads", [](const std::string &v) { PrintFailures(FailedThreads(SendMany, Number(v))); }},
-    {"tables", [](const std::string &v) { PrintFailures(FailedProcesses(UseTables, Number(v))); }},
-    {"thread-tables", [](const std::string &v) { PrintFailures(FailedThreads(UseTables, Number(v))); }},
+    {"bad-addresses", [](const std::string &) { SendBadAddresses(); }},
+    {"refuse-calls", RefuseCalls},
+    {"leave-open", [](const std::string &) { PrintOutcome("open", "", Outcome(open(kDevice, O_RDWR))); }},
+    {"send-on", // status 1 on a descriptor that is there, and closes it
+     [](const std::string &v) {
+         std::uint32_t status = 1;
+         PrintOutcome("send", "", SendOn(std::stoi(v), 39, &status));
+     }},
+    {"close-from", [](const std::string &v) { closefrom(std::stoi(v)); }},
+    {"in-child", [](const std::string &v) { InChild(v, std::exit); }},
+    {"in-quick-child", [](const std::string &v) { InChild(v, std::_Exit); }},
+    {"execute", Execute},
+    {"processes", [](const std::string &) { InProcesses(); }},
+    {"threads", [](const std::string &) { InThreads(); }},
     {"outlive", Outlive},
-    {"flood", Flood},
     {"wait", WaitFor},
-    {"touch", Touch},
     {"copy-input", [](const std::string &) { CopyInput(); }},
+    {"print", Print},
     {"error", [](const std::string &v) { std::fprintf(stderr, "%s\n", v.c_str()); }},
     {"environment",
      [](const std::string &v) {
          const char *value = std::getenv(v.c_str());
          Print(v + "=" + (value != nullptr ? value : "(none)"));
      }},
-    {"await-signal", [](const std::string &v) { AwaitSignal(Number(v)); }},
-    {"note-signal", [](const std::string &v) { std::signal(Number(v), PrintNoted); }},
+    {"await-signal", [](const std::string &v) { AwaitSignal(std::stoi(v)); }},
+    {"note-signal", [](const std::string &v) { std::signal(std::stoi(v), PrintNoted); }},
     {"parent", [](const std::string &) { Print("parent " + std::to_string(getppid())); }},
-    {"handling", [](const std::string &v) { Print("signal " + v + " " + Handling(Number(v))); }},
-    {"signal", [](const std::string &v) { kill(getpid(), Number(v)); }},
-    {"signal-group", [](const std::string &v) { kill(0, Number(v)); }},
-    {"exit", [](const std::string &v) { std::exit(Number(v)); }},
-    {"quick-exit", [](const std::string &v) { std::_Exit(Number(v)); }},
+    {"handling", [](const std::string &v) { Print(v + Handling(std::stoi(v))); }},
+    {"signal", [](const std::string &v) { kill(getpid(), std::stoi(v)); }},
+    {"signal-group", [](const std::string &v) { kill(0, std::stoi(v)); }},
+    {"exit", [](const std::string &v) { std::exit(std::stoi(v)); }},
+    {"quick-exit", [](const std::string &v) { std::_Exit(std::stoi(v)); }},
 };
 
-void InChild(const std::string &step) {
-    const pid_t child = fork();
-    if (child == 0) {
-        std::_Exit(Do(step) ? 0 : 1);
+void Do(const std::string &word) {
+    const std::size_t equals = word.find('=');
+    for (const Step &step : kSteps) {
+        if (word.substr(0, equals) == step.name) {
+            step.run(equals != std::string::npos ? word.substr(equals + 1) : "");
+            return;
+        }
     }
-    waitpid(child, nullptr, 0);
+    std::fprintf(stderr, "no such step: %s\n", word.c_str());
+    std::exit(99);
 }
 
 } // namespace
 
-void HoldLock(const std::string &path) {
-    const pid_t child = fork();
-    if (child != 0) {
-        while (LockHolder() != child) {
-            usleep(1000);
-        }
-        return;
-    }
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    fcntl(NumberOfSession(kLockFile), F_SETLKW, &lock);
-    WaitFor(path);
-    std::_Exit(0);
-}
-
-bool Do(std::string_view word) {
-    const std::size_t equals = std::min(word.find('='), word.size());
-    const std::string value(equals < word.size() ? word.substr(equals + 1) : "");
-    for (const std::span<const Step> steps : {std::span<const Step>(kSteps), RoughSteps()}) {
-        for (const Step &step : steps) {
-            if (word.substr(0, equals) == step.name) {
-                step.run(value);
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-} // namespace device_user
-
 int main(int argc, char **argv) {
     for (int i = 1; i < argc; ++i) {
-        if (!device_user::Do(argv[i])) {
-            std::fprintf(stderr, "no such step: %s\n", argv[i]);
-            return 99;
-        }
+        Do(argv[i]);
     }
     return 0;
 }

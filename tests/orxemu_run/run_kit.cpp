@@ -1,11 +1,12 @@
 #include "tests/orxemu_run/run_kit.h"
 
+#include "tests/orxemu_run/refuse_calls.h"
 #include "tests/support/child_process.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
+#include <filesystem>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -57,6 +58,10 @@ void SetUpChild(const Conditions &conditions, int in, int out, int err) {
         sigaddset(&blocked, conditions.blockedSignal);
         sigprocmask(SIG_BLOCK, &blocked, nullptr);
     }
+    if (!conditions.deadlyCalls.empty() &&
+        !test::RefuseCalls(conditions.deadlyCalls, SECCOMP_RET_KILL_PROCESS)) {
+        std::abort();
+    }
     for (const std::string &variable : conditions.environment) {
         putenv(strdup(variable.c_str()));
     }
@@ -95,6 +100,13 @@ std::string Child::OutputSoFar() const {
     return TextOf(out_);
 }
 
+bool Child::Prints(const std::string &text) const {
+    for (int i = 0; i < 60000 && OutputSoFar().find(text) == std::string::npos; ++i) {
+        usleep(1000);
+    }
+    return OutputSoFar().find(text) != std::string::npos;
+}
+
 Outcome Child::Finish() {
     Outcome outcome;
     int status = 0;
@@ -126,27 +138,37 @@ Outcome Finished(const Words &words, const Conditions &conditions) {
     return Child(words, conditions).Finish();
 }
 
-Outcome RunAlone(const Words &program, Conditions conditions) {
-    const std::string preload = std::string("LD_PRELOAD=") + STAND_IN_PRELOAD;
-    if (!Emulated()) {
-        conditions.environment.push_back(preload);
-        return Finished(program, conditions);
-    }
-    conditions.environment.push_back("QEMU_SET_ENV=" + preload);
-    const std::string emulator = EMULATOR; // NOLINT(readability-redundant-string-init): empty elsewhere
-    Words words = {"sh", "-c", "exec " + emulator + " \"$@\"", "sh"};
-    words.insert(words.end(), program.begin(), program.end());
-    return Finished(words, conditions);
+Words Steps(const Words &steps) {
+    Words program = {DEVICE_USER};
+    program.insert(program.end(), steps.begin(), steps.end());
+    return program;
 }
 
 Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions) {
-    Words program = {DEVICE_USER};
-    program.insert(program.end(), steps.begin(), steps.end());
-    return Finished(RunWords(options, program), conditions);
+    return Finished(RunWords(options, Steps(steps)), conditions);
 }
 
 Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions) {
     return Finished(RunWords(options, {ORXTEST, "-t", std::to_string(test)}), conditions);
+}
+
+Outcome RunAlone(const Words &steps, Conditions conditions) {
+    const std::string preload = std::string("LD_PRELOAD=") + STAND_IN_PRELOAD;
+    conditions.environment.push_back(Emulated() ? "QEMU_SET_ENV=" + preload : preload);
+    return Finished(test::CommandOf(DEVICE_USER, steps), conditions);
+}
+
+void RunTest::WriteProgram(const std::string &name, const std::string &text) const {
+    WriteFile(Path(name), text);
+    std::filesystem::permissions(Path(name), std::filesystem::perms::owner_all);
+}
+
+void RunTest::ExpectRefused(const Words &words, int status, const std::string &message) {
+    const Outcome outcome = Finished(words);
+    EXPECT_EQ(outcome.status, status) << message;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err.substr(0, message.size() + 8), "orxemu: " + message) << outcome.err;
+    EXPECT_EQ(outcome.err.find("ran\n"), std::string::npos) << outcome.err;
 }
 
 orxemu::journal::Log RunTest::ReadLog(const std::string &name) const {
@@ -165,23 +187,11 @@ std::unique_ptr<OrxEmuState> RunTest::ReadState(const std::string &name) const {
     return state;
 }
 
-bool Prints(const Child &child, const std::string &text) {
-    for (int i = 0; i < 60000 && child.OutputSoFar().find(text) == std::string::npos; ++i) {
+bool Appears(const std::string &path) {
+    for (int i = 0; i < 60000 && !std::filesystem::exists(path); ++i) {
         usleep(1000);
     }
-    return child.OutputSoFar().find(text) != std::string::npos;
-}
-
-void AwaitOutput(const Child &child, const std::string &text) {
-    while (child.OutputSoFar().find(text) == std::string::npos) {
-        siginfo_t ended = {};
-        if (waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
-            ended.si_pid == child.pid()) {
-            ADD_FAILURE() << "ended without printing " << text << ": " << child.OutputSoFar();
-            return;
-        }
-        usleep(1000);
-    }
+    return std::filesystem::exists(path);
 }
 
 } // namespace run_test

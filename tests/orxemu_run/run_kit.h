@@ -29,12 +29,13 @@ struct Outcome {
 };
 
 struct Conditions {
-    std::string input;                // standard input
-    Words environment;                // NAME=VALUE besides the test's own
+    std::string input{};              // standard input
+    Words environment{};              // NAME=VALUE besides the test's own
     unsigned long long fileLimit = 0; // bytes that a file may have, the child's output too; 0: no limit
     int ignoredSignal = 0;            // 0: none
     int blockedSignal = 0;
-    int terminal = -1; // of a session that begins with the child; -1: the child is in the test's session
+    int terminal = -1;               // of a session that begins with the child; -1: in the test's session
+    std::vector<long> deadlyCalls{}; // system calls that kill it
 };
 
 // Whether an emulator runs the programs of this build: then a program can execute no other.
@@ -43,13 +44,15 @@ bool Emulated();
 // A child that has been started; ends with Finish().
 class Child {
   public:
-    Child(const Words &words, const Conditions &conditions);
+    explicit Child(const Words &words, const Conditions &conditions = {});
     Child(const Child &) = delete;
     Child &operator=(const Child &) = delete;
     ~Child();
     pid_t pid() const { return pid_; }
-    // What it has printed so far on standard output.
+    // What it, or what outlives it, has printed so far on standard output.
     std::string OutputSoFar() const;
+    // Whether that comes to be in it; a minute is for a machine that is busy.
+    bool Prints(const std::string &text) const;
     Outcome Finish();
 
   private:
@@ -61,32 +64,34 @@ class Child {
 Words Tool(const Words &words);
 // "orxemu run OPTIONS -- PROGRAM", with --emulator when there is one.
 Words RunWords(const Words &options, const Words &program);
+// The program that does these steps.
+Words Steps(const Words &steps);
 
 Outcome Finished(const Words &words, const Conditions &conditions = {});
-// A program of this build on the stand-in alone, in no session but one that the conditions name.
-Outcome RunAlone(const Words &program, Conditions conditions = {});
-// RunWords with the program that does these steps.
 Outcome RunSteps(const Words &options, const Words &steps, const Conditions &conditions = {});
 Outcome RunOrxtest(const Words &options, int test, const Conditions &conditions = {});
+// The steps on the stand-in alone, in no session but one that the conditions name.
+Outcome RunAlone(const Words &steps, Conditions conditions = {});
 
 // A folder of its own for each test.
 class RunTest : public ::testing::Test {
   protected:
     std::string Path(const std::string &name) const { return folder_.File(name); }
     Words Files() const { return folder_.Names(); }
+    void WriteProgram(const std::string &name, const std::string &text) const;
+
+    // Says that it does not run, and runs nothing. The message may begin with this one.
+    static void ExpectRefused(const Words &words, int status, const std::string &message);
 
     // A log or state that checks out; adds a failure when it does not.
-    orxemu::journal::Log ReadLog(const std::string &name) const;
-    std::unique_ptr<OrxEmuState> ReadState(const std::string &name) const;
+    orxemu::journal::Log ReadLog(const std::string &name = "a.json") const;
+    std::unique_ptr<OrxEmuState> ReadState(const std::string &name = "s.json") const;
 
   private:
     const test::TempFolder folder_;
 };
 
-// Whether the program, or what outlives the child, prints the text; a minute is for a machine that is busy.
-bool Prints(const Child &child, const std::string &text);
-// Waits until the child has printed the text; adds a failure when it ended without.
-void AwaitOutput(const Child &child, const std::string &text);
+bool Appears(const std::string &path);
 
 } // namespace run_test
 

@@ -1,109 +1,193 @@
-// Threads, processes and a tool that leave the session at a bad moment, and processes that cannot join it.
+// What the processes of a session do with the device, at the same time and one after the other, and what becomes of
+// them when the session ends.
 #include "tests/orxemu_run/run_kit.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <csignal>
 #include <unistd.h>
 
 namespace run_test {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 class SessionsTest : public RunTest {
   protected:
-    // Entries of a log that may say that requests are missing.
-    std::size_t EntriesOf(const std::string &name, std::uint32_t &lost) const {
-        orxemu::journal::Log log;
-        orxemu::journal::Problem problem;
-        orxemu::journal::ReadLog(FileText(Path(name)), name, log, problem);
-        lost = log.end.lost;
-        return log.entries.size();
+    Outcome RunLogged(const Words &steps) const {
+        return RunSteps({"--log", Path("a.json"), "--state", Path("s.json")}, steps);
     }
 };
 
-// The thread gets its descriptor and its answer, and ends where a thread may.
-TEST_F(SessionsTest, CancelledThreadLeavesNoLockBehind) {
-    struct Row {
-        const char *step;
-        std::string out;
-    };
-    const Row rows[] = {
-        {"cancel-open", "cancelled\nopen: ok\nioctl: ok\nunwound\n"},
-        {"cancel-ioctl", "cancelled\n"},
-    };
-    for (const Row &row : rows) {
-        const std::string end = Path(row.step);
-        const Outcome outcome =
-            RunSteps({"--log", Path("a.json")}, {row.step + ("=" + end), "threads=2", "status=0"});
-        EXPECT_EQ(outcome.out, row.out + "failures 0\nstatus 0: ok\n") << row.step;
-        EXPECT_EQ(outcome.err, "") << row.step;
-        EXPECT_EQ(outcome.status, 0) << row.step;
-        EXPECT_EQ(ReadLog("a.json").end.requests, 6u) << row.step;
-        EXPECT_EQ(ReadLog("a.json").end.openDescriptors, 0) << row.step;
+TEST_F(SessionsTest, RequestsOfAllAreOneSequence) {
+    const std::pair<const char *, unsigned> rows[] = {{"threads", 16 * 32}, {"processes", 8 * 2 * 32}};
+    for (const auto &[step, requests] : rows) {
+        const Outcome outcome = RunLogged({step, "status=1"});
+        EXPECT_EQ(outcome.out, "failures 0\nstatus 1: ok\n") << step;
+        EXPECT_EQ(outcome.err, "") << step;
+        EXPECT_EQ(outcome.status, 0) << step;
+        auto log = ReadLog();
+        EXPECT_EQ(log.end.requests, requests + 1);
+        EXPECT_EQ(log.end.openDescriptors, 0);
+        log.entries.pop_back();
+        // In the log's order no table is activated twice.
+        std::vector<bool> active(ORXEMU_AS_TABLES);
+        for (const auto &entry : log.entries) {
+            const bool activates = entry.request == 21;
+            const auto index = orxemu::journal::Load(entry.out, 0, 4, orxemu::journal::kHostOrder);
+            ASSERT_EQ(entry.err, 0);
+            ASSERT_LT(index, active.size()) << step;
+            ASSERT_NE(active[index], activates) << step << ": table " << index;
+            active[index] = activates;
+        }
+        EXPECT_EQ(ReadState()->rlStatus, 1u);
     }
 }
 
-// The others' messages are waited for as before.
-TEST_F(SessionsTest, MessageThatAProcessCouldNotSendCostsNoOther) {
-    const Outcome outcome =
-        RunSteps({"--log", Path("a.json")}, {"lose=channel", "in-child=status=1", "status=1"});
-    EXPECT_EQ(outcome.out, "status 1: ok\nstatus 1: ok\n");
-    std::uint32_t lost = 0;
-    EXPECT_EQ(EntriesOf("a.json", lost), 0u);
-    EXPECT_EQ(lost, 2u);
-
-    EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"in-child=unheard", "stop-in-request"}).out, "went on\n");
-    EXPECT_EQ(EntriesOf("a.json", lost), 1000u);
-    EXPECT_EQ(lost, 1u);
+// A record whose answer cannot be written, one that cannot be read, not to its end, none; an FCB that cannot be
+// read; and the same when they can. The slow way to look at addresses comes to the same.
+TEST_F(SessionsTest, BadAddressesAreRefused) {
+    const std::string out = "answer: EFAULT\nrecord: EFAULT\nend of record: EFAULT\nno record: EFAULT\n"
+                            "FCB: EFAULT\ngood: ok\ngood: ok\n1\n";
+    for (const Words &steps : {Words{"bad-addresses"}, Words{"refuse-calls", "bad-addresses"}}) {
+        EXPECT_EQ(RunAlone(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
+        EXPECT_EQ(RunLogged(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
+        const auto entries = ReadLog().entries;
+        ASSERT_EQ(entries.size(), 7u);
+        const bool recordRead[] = {true, false, false, false, true, true, true};
+        for (std::size_t i = 0; i < 7; ++i) {
+            EXPECT_EQ(entries[i].err, i < 5 ? EFAULT : 0) << i;
+            EXPECT_EQ(entries[i].recordRead, recordRead[i]) << i;
+            EXPECT_EQ(entries[i].out, entries[i].err != 0 ? entries[i].in : entries[i].out) << i;
+            EXPECT_EQ(entries[i].fcb.size(), i == 0 || i >= 5 ? 1884u : 0u) << i;
+        }
+        const auto state = ReadState();
+        EXPECT_EQ(state->flow[1].active, 1);
+        EXPECT_EQ(state->flow[2].active, 0);
+        unlink(Path("s.json").c_str());
+    }
 }
 
-TEST_F(SessionsTest, ToolThatDoesNotReadIsWaitedForOnce) {
-    const Outcome outcome = RunSteps({"--log", Path("a.json")}, {"unread", "status=1"});
-    EXPECT_EQ(outcome.out, "unread: ok\nstatus 1: ok\n");
-    EXPECT_EQ(outcome.status, 125) << outcome.err;
-    std::uint32_t lost = 0;
-    const std::size_t entries = EntriesOf("a.json", lost);
-    EXPECT_GT(lost, 0u);
-    EXPECT_EQ(entries + lost, 1002u);
+// Numbers as they come: 3 for the first one.
+TEST_F(SessionsTest, DescriptorsAreTheKernels) {
+    const struct {
+        const char *given;
+        Words steps;
+        std::string out;
+        bool executes;
+        int leftOpen; // when the process ends by exit() or from main
+    } rows[] = {
+        {"left open",
+         {"leave-open", "status=1", "leave-open"},
+         "open: ok\nstatus 1: ok\nopen: ok\n",
+         false,
+         2},
+        {"exit", {"leave-open", "exit=0"}, "open: ok\n", false, 1},
+        {"quick exit", {"leave-open", "quick-exit=0"}, "open: ok\n", false, 0},
+        {"a child's own", {"in-child=leave-open", "in-child=leave-open"}, "open: ok\nopen: ok\n", false, 2},
+        {"a child that does nothing", {"leave-open", "in-child=print=x"}, "open: ok\nx\n", false, 1},
+        {"sent in a child",
+         {"leave-open", "in-child=send-on=3", "send-on=3"},
+         "open: ok\nsend: ok\nsend: ok\n",
+         false,
+         0},
+        {"sent in a program",
+         {"leave-open", "execute=send-on=3", "send-on=3"},
+         "open: ok\nsend: ok\nsend: ok\n",
+         true,
+         0},
+        {"opened in a program",
+         {"leave-open", "execute=status=1", "send-on=3"},
+         "open: ok\nstatus 1: ok\nsend: ok\n",
+         true,
+         0},
+        {"all closed",
+         {"leave-open", "close-from=3", "status=1", "send-on=3"},
+         "open: ok\nstatus 1: ok\nsend: EBADF\n",
+         false,
+         0},
+        {"own socket closed",
+         {"leave-open", "close-from=4", "status=1", "send-on=3"},
+         "open: ok\nstatus 1: ok\nsend: ok\n",
+         false,
+         0},
+        {"all closed for a program", {"close-from=3", "execute=status=1"}, "status 1: ok\n", true, 0},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.given);
+        if (row.executes && Emulated()) {
+            continue; // an emulated program executes no other
+        }
+        const Outcome outcome = RunLogged(row.steps);
+        EXPECT_EQ(outcome.out, row.out);
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(ReadLog().end.openDescriptors, row.leftOpen);
+        EXPECT_EQ(RunAlone(row.steps).out, row.out) << "without a session";
+    }
 }
 
-// It finds no device, and that is not to be taken for the program's own affair.
-TEST_F(SessionsTest, ProcessThatCannotJoinIsTold) {
+TEST_F(SessionsTest, ProgramsOfAShell) {
     if (Emulated()) {
         GTEST_SKIP() << "an emulated program executes no other";
     }
-    // A folder that another user can read from.
-    fs::permissions(Path(""), fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
-    fs::copy_file(DEVICE_USER, Path("program"));
-    fs::copy_file(STAND_IN, Path("library"));
-    struct Row {
-        std::string step;
-        bool needsRoot;
-        std::string out;
-        std::string reason; // empty: nothing is told
-    };
-    const Row rows[] = {
-        {"execute-elsewhere=status=1", false, "status 1: ENOENT\n", "Invalid argument"},
-        {"execute-as-nobody=status=1", true, "status 1: ENOENT\n", "Permission denied"},
-        {"execute-as-nobody=touch=/dev/null", true, "", ""},
-    };
-    for (const Row &row : rows) {
-        if (row.needsRoot && geteuid() != 0) {
-            continue; // only root becomes another
-        }
-        const Outcome outcome =
-            Finished(RunWords({"--library", Path("library"), "--log", Path("a.json")},
-                              {Path("program"), "status=0", row.step, "execute=status=1"}));
-        EXPECT_EQ(outcome.out, "status 0: ok\n" + row.out + "status 1: ok\n") << row.step;
-        EXPECT_EQ(outcome.err, row.reason.empty() ? ""
-                                                  : "orxemu: a process found no device, because it could not "
-                                                    "reach what the session shares: " +
-                                                        row.reason + "\n")
-            << row.step;
-        EXPECT_EQ(outcome.status, row.reason.empty() ? 0 : 125) << row.step;
-        EXPECT_EQ(ReadLog("a.json").end.requests, 2u) << row.step;
+    const std::string user = DEVICE_USER;
+    const Words script = {
+        "sh", "-c", user + " status=1; " + user + " status=0 & wait; " + user + " leave-open | cat; exit 6"};
+    const Words options = {"--log", Path("a.json"), "--state", Path("s.json")};
+    const Outcome outcome = Finished(RunWords(options, script));
+    EXPECT_EQ(outcome.out, "status 1: ok\nstatus 0: ok\nopen: ok\n");
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_EQ(ReadLog().end.requests, 2u);
+    EXPECT_EQ(ReadLog().end.openDescriptors, 1);
+    EXPECT_EQ(ReadState()->rlStatus, 0u);
+
+    const Words inner = Tool({"run", "--log", Path("inner"), "--fail", "1", "--", user, "status=1"});
+    const Outcome ofInner = Finished(RunWords(options, inner));
+    EXPECT_EQ(ofInner.out, "status 1: EIO\n") << "a run in a run has a hardware of its own";
+    EXPECT_EQ(ofInner.status, 0);
+    EXPECT_EQ(ReadLog("inner").end.requests, 1u);
+    EXPECT_EQ(ReadLog().end.requests, 0u);
+}
+
+TEST_F(SessionsTest, KilledProgramLosesNothingThatItHasSent) {
+    const Outcome outcome = RunLogged({"processes", "status=0", "status=1", "signal=9"});
+    EXPECT_EQ(outcome.status, 128 + SIGKILL);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(ReadLog().end.requests, 8u * 2 * 32 + 2);
+    EXPECT_EQ(ReadState()->rlStatus, 1u);
+}
+
+TEST_F(SessionsTest, ProcessThatOutlivesTheProgramHasNoDevice) {
+    const std::string end = Path("end");
+    const Outcome outcome = RunLogged({"status=0", "outlive=" + end, "exit=5"});
+    EXPECT_EQ(outcome.status, 5) << "nobody waits for it";
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(ReadLog().end.requests, 1u);
+    WriteFile(end, "");
+    ASSERT_TRUE(Appears(end + ".done"));
+    EXPECT_EQ(FileText(end + ".done"), "ENODEV ENODEV");
+}
+
+TEST_F(SessionsTest, ToolThatIsKilledDoesNotHarmTheProgram) {
+    const std::string go = Path("go");
+    Child child(RunWords({"--log", Path("a.json")},
+                         Steps({"leave-open", "status=1", "wait=" + go, "send-on=3", "status=0"})));
+    ASSERT_TRUE(child.Prints("status 1: ok\n"));
+    kill(child.pid(), SIGKILL);
+    siginfo_t ended;
+    waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOWAIT);
+    WriteFile(go, "");
+    EXPECT_TRUE(child.Prints("send: ENODEV\nstatus 0: ENODEV\n"));
+    EXPECT_EQ(child.Finish().status, kKilled + SIGKILL);
+}
+
+// No device rather than one of its own.
+TEST_F(SessionsTest, SessionThatIsNotThere) {
+    for (const char *session : {"", "x", "orxemu-1-1"}) {
+        EXPECT_EQ(
+            RunAlone({"status=1", "request=99"}, {.environment = {std::string("ORXEMU_SESSION=") + session}})
+                .out,
+            "status 1: ENODEV\nrequest 99: ENODEV\n")
+            << session;
     }
 }
 
