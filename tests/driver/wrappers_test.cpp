@@ -1,5 +1,5 @@
-// Every wrapper: the record that it sends, and what changes in the shadow. (Requests that fail have a room of their
-// own.)
+// Every wrapper: the record that it sends, and what changes in the shadow. (Requests that fail have a room of
+// their own.)
 #include "tests/driver/driver_test.h"
 
 #include <cerrno>
