@@ -1,4 +1,5 @@
-// The runner: which test number runs what, and the flow budgets it leaves behind. (What it refuses is in the goldens.)
+// The runner: which test number runs what, and the flow budgets it leaves behind. (What it refuses is in the
+// goldens.)
 
 #include "app/flow_records.h"
 #include "tests/app/app_test.h"

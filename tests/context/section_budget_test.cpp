@@ -45,7 +45,8 @@ Verdict Judge(const qir::FlowSection (&sections)[3], uint32_t section, uint32_t 
     return {};
 }
 
-// Flows of other sections do not count, nor does the section's own old budget; nothing but the budget changes.
+// Flows of other sections do not count, nor does the section's own old budget; nothing but the budget
+// changes.
 TEST_F(SectionBudgets, VerdictHoldsForEverySectionAndBudget) {
     const uint16_t flowCounts[] = {0, 1, 5, 100, 412, 511, 512};
     const uint16_t numbers[] = {0, 1, 4, 5, 6, 99, 100, 101, 411, 412, 413, 510, 511, 512, 513, 65535};

@@ -1,5 +1,5 @@
-// Every wrapper: the record that it sends, and what changes in the shadow. (Requests that fail have a room of their
-// own.)
+// Every wrapper: the record that it sends, and what changes in the shadow. (Requests that fail have a room of
+// their own.)
 #include "qirapi/driver/request_table.h"
 #include "tests/driver/driver_test.h"
 

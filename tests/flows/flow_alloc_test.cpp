@@ -23,8 +23,6 @@ class FlowFree : public FlowTest {};
 
 const char *const kAlloc = "QIR_Alloc_FCB";
 const char *const kAllocAt = "QIR_Alloc_FCB_Specify_Index";
-const char *const kOverBudget = "(qirCtxt_gp->cfg.flowSection[section].cfgFlows <= QIR_MAX_FLOWS)";
-const char *const kNoFlows = "(qirCtxt_gp->cfg.flowSection[section].cfgFlows != 0)";
 
 TEST_F(FlowAlloc, TakesTheLowestFreeFcb) {
     for (unsigned i = 0; i < 4; ++i) {

@@ -93,21 +93,6 @@ TEST_F(FlowForwarding, MayBeSetAgain) {
     EXPECT_EQ(FcbOf(hdl_).fwdInfo.flowPrio, 9u);
 }
 
-struct SetRow {
-    const char *what;
-    void (*change)(FwdInfo &fwd);
-    u32 rc;
-    const char *code;
-};
-
-// Each row breaks one check; rows in the order of the checks.
-const SetRow kSetRows[] = {
-    {"forwarding flags", [](FwdInfo &fwd) { fwd.fwdAction = 8; }, 30, "e_RET_ERR_INVALID_FWDACTION"},
-    {"no destination", [](FwdInfo &fwd) { fwd.dst.portMask = 0; }, 39, "e_RET_ERR_INVALID_DSTPORTMASK"},
-    {"no source", [](FwdInfo &fwd) { fwd.src.portMask = 0; }, 37, "e_RET_ERR_INVALID_SRCPORTMASK"},
-    {"priority", [](FwdInfo &fwd) { fwd.flowPrio = 32; }, 59, "e_RET_ERR_INVALID_FLOWPRIO"},
-};
-
 TEST_F(FlowForwarding, LimitsAreAcceptedOnTheirInnerSide) {
     hdl_ = FlowIn(e_STATUS_ALLOC);
     for (const u32 action : {0u, 1u, 7u}) {

@@ -1,5 +1,5 @@
-// The settings of ports beside each other, across a second start and beside the hardware: the getters answer from
-// the shadow alone.
+// The settings of ports beside each other, across a second start and beside the hardware: the getters answer
+// from the shadow alone.
 #include "tests/support/calls.h"
 
 namespace ports_test {

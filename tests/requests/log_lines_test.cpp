@@ -4,7 +4,8 @@
 namespace test {
 namespace {
 
-// A call of each operation, and what its second parameter line says of the record behind "Params2: flowHdl<5> ".
+// A call of each operation, and what its second parameter line says of the record behind "Params2: flowHdl<5>
+// ".
 struct Row {
     const char *member;
     u32 type, cmpOp, value;

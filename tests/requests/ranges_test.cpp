@@ -1,5 +1,5 @@
-// What the operations look at in a request before its rules: numbers that are out of range, and the headers of the
-// flow. (The order of all checks is in the table of return codes.)
+// What the operations look at in a request before its rules: numbers that are out of range, and the headers
+// of the flow. (The order of all checks is in the table of return codes.)
 #include "tests/requests/request_kit.h"
 
 namespace test {
@@ -43,8 +43,8 @@ TEST_F(Ranges, OutOfRangeWordsAreComparedAsTheyAre) {
     }
 }
 
-// Each operation looks at the bit of its own header in its own block, and at no other. TCP and UDP look at the
-// IPv4 header's.
+// Each operation looks at the bit of its own header in its own block, and at no other. TCP and UDP look at
+// the IPv4 header's.
 TEST_F(Ranges, HeaderBitOfEachOperation) {
     for (const Member &m : Members()) {
         SCOPED_TRACE(m.Label());
@@ -63,7 +63,8 @@ TEST_F(Ranges, HeaderBitOfEachOperation) {
     }
 }
 
-// Called on their own, the checks of VLAN requests look at the tag too, which the operations have done by then.
+// Called on their own, the checks of VLAN requests look at the tag too, which the operations have done by
+// then.
 TEST_F(Ranges, TagOfARequestThatIsCheckedOnItsOwn) {
     for (const char *label : {"Vlan0Filter", "Vlan0Action"}) {
         const Member &m = Of(label);

@@ -1,5 +1,5 @@
-// Reading requests back: a filter's query delivers all requests of its type, an action's the first. And iteration
-// over stored requests for code outside the public operations.
+// Reading requests back: a filter's query delivers all requests of its type, an action's the first. And
+// iteration over stored requests for code outside the public operations.
 #include "qirapi/access/flow_access.h"
 #include "qirapi/private/actions.h"
 #include "qirapi/private/filters.h"
@@ -298,8 +298,8 @@ TEST_F(Iteration, NullRecordIsAsserted) {
     }
 }
 
-// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: walks stay in the pool, and
-// what is added is counted and takes its node, but it is on no list.
+// An IPv4 header whose allocation ran out of nodes leaves lists that are no lists: walks stay in the pool,
+// and what is added is counted and takes its node, but it is on no list.
 TEST_F(Iteration, ListOutsideThePool) {
     for (const Member &m : Members()) {
         for (const u16 head : {u16{QIR_MAX_FCBREQ}, u16{0xA5A5}, u16{0xFFFF}}) {

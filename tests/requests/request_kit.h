@@ -1,6 +1,6 @@
-// Filters and actions: a row per header with its rules as people read them, its value limits and its operations
-// behind one call form, so that a test can walk both families. And a flow with headers, with a model of what a
-// request does to its FCB.
+// Filters and actions: a row per header with its rules as people read them, its value limits and its
+// operations behind one call form, so that a test can walk both families. And a flow with headers, with a
+// model of what a request does to its FCB.
 #ifndef TESTS_REQUESTS_REQUEST_KIT_H
 #define TESTS_REQUESTS_REQUEST_KIT_H
 
@@ -137,8 +137,8 @@ struct Outcome {
     std::string lines;
 };
 
-// What the rules do with a request whose op, type, operator, tag and value are good: changes the header's entry
-// in `fcb`. The rules of filters are part of validation, those of actions of storing.
+// What the rules do with a request whose op, type, operator, tag and value are good: changes the header's
+// entry in `fcb`. The rules of filters are part of validation, those of actions of storing.
 Outcome Judge(const Member &m, Fcb *fcb, const AnyRequest &req);
 // The same, and stores an accepted request in the FCB's lists.
 Outcome JudgeAndStore(const Member &m, Fcb *fcb, const AnyRequest &req);

@@ -260,8 +260,8 @@ TEST_F(Rules, EveryPairOfPredecessors) {
     }
 }
 
-// Every subset of types that may be there, prepared in the header's entry, with the request's own counter empty
-// and at its limit.
+// Every subset of types that may be there, prepared in the header's entry, with the request's own counter
+// empty and at its limit.
 TEST_F(Rules, EverySubsetOfPresentTypes) {
     Findings findings;
     unsigned long calls = 0;

@@ -125,8 +125,8 @@ TEST_F(Store, StoreStepAssertsTheTag) {
     EXPECT_TRUE(before.Unchanged());
 }
 
-// An IPv4 header that got no node for its UDP part is allocated all the same. The part's entry keeps the fill,
-// which reads as bits 0, 2, 5 ... present and as counters beyond every limit.
+// An IPv4 header that got no node for its UDP part is allocated all the same. The part's entry keeps the
+// fill, which reads as bits 0, 2, 5 ... present and as counters beyond every limit.
 TEST_F(Store, HalfAllocatedIpv4Header) {
     for (const bool filters : {true, false}) {
         SCOPED_TRACE(filters ? "filters" : "actions");

@@ -8,8 +8,8 @@ namespace {
 
 class Values : public RequestTest {
   protected:
-    // Validates a request on a fresh flow: code, lines, bytes. Of a filter the type's bit and its counter stay,
-    // whatever the value is; validation of an action looks at the request alone.
+    // Validates a request on a fresh flow: code, lines, bytes. Of a filter the type's bit and its counter
+    // stay, whatever the value is; validation of an action looks at the request alone.
     void Expect(const Member &m, const AnyRequest &req, u32 cmpOp, bool accepted) {
         Restore(m);
         Fcb expected;
@@ -44,8 +44,8 @@ bool IsAccepted(const RequestType &rule, u32 value) {
     return value >= rule.lowest && value <= rule.highest;
 }
 
-// Values around each limit, and large ones that end like small ones. Bytes that do not belong to the value are
-// not looked at, whatever they hold.
+// Values around each limit, and large ones that end like small ones. Bytes that do not belong to the value
+// are not looked at, whatever they hold.
 TEST_F(Values, LimitsOnBothSides) {
     for (const Member &m : Members()) {
         for (u32 type = 0; type < m.NumTypes(); ++type) {

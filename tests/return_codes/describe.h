@@ -165,8 +165,8 @@ template <class S> class Describe {
         return *this;
     }
 
-    // The row of a table's handle: a table that was never allocated, and an index beyond the pool. `kind` is as
-    // in the name of the validator, e.g. "AsTbl"; `hdlOf` finds the scene's handle.
+    // The row of a table's handle: a table that was never allocated, and an index beyond the pool. `kind` is
+    // as in the name of the validator, e.g. "AsTbl"; `hdlOf` finds the scene's handle.
     template <class HdlOf>
     Describe &WhenBadTable(const std::string &kind, unsigned poolSize, unsigned neverAllocated, HdlOf hdlOf) {
         const std::string validator = "Validate_" + kind + "Hdl";

@@ -102,9 +102,9 @@ void ExpectEnding(const Operation &operation, const Row &row, const Way &way, co
     EXPECT_EQ(printed.closesAtTheEnd, closes) << outcome.printed.out;
 }
 
-// A refused call leaves library and driver as they were, but for these: the driver failed; a filter or an action
-// was recorded before its value, order or node was refused; a header was allocated in part; the table of a flow
-// is noted before its state is looked at.
+// A refused call leaves library and driver as they were, but for these: the driver failed; a filter or an
+// action was recorded before its value, order or node was refused; a header was allocated in part; the table
+// of a flow is noted before its state is looked at.
 bool MayLeaveTraces(const std::string &operation, uint32_t code) {
     const auto is = [&](const char *text) { return operation.find(text) != std::string::npos; };
     return code <= e_RET_DRIVER_FAILURE ||
@@ -119,8 +119,8 @@ bool HasParams2(const std::string &out) {
     return out.find(": Params2: ") != std::string::npos;
 }
 
-// At level 2 parameter lines come first and nothing else is new: up to the null check those that show pointers,
-// then those that show what they point to.
+// At level 2 parameter lines come first and nothing else is new: up to the null check those that show
+// pointers, then those that show what they point to.
 void ExpectParameterLines(const Operation &operation, const Way &way, const Outcome &outcome,
                           const Outcome &informed, bool hasParams2) {
     EXPECT_EQ(informed.code, outcome.code);

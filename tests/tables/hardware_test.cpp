@@ -1,6 +1,8 @@
 // Tables and the driver: the bytes of each request and the driver's index in the record.
 #include "tests/tables/hardware_kinds.h"
 
+#include <cstdio>
+
 namespace test {
 namespace {
 
@@ -142,6 +144,26 @@ TYPED_TEST(TableInHardware, ActivateAndDeactivatePrintPointerAndIndex) {
         EXPECT_EQ(this->Table(2)->status, e_STATUS_ACTIVE);
         ExpectAccepted(On(TypeParam::Deactivate, 2), this->Params("Deactivate", 2), level);
         EXPECT_EQ(this->Table(2)->status, e_STATUS_CFG);
+    }
+}
+
+TYPED_TEST(TableInHardware, ParameterLinesShowTheCallersPointer) {
+    const struct {
+        const char *verb;
+        uint32_t (*op)(typename TypeParam::Hdl *);
+    } rows[] = {{"Alloc", TypeParam::Alloc},
+                {"Activate", TypeParam::Activate},
+                {"Dump", TypeParam::Dump},
+                {"Deactivate", TypeParam::Deactivate},
+                {"Free", TypeParam::Free}};
+    auto hdl = HdlOf<typename TypeParam::Hdl>(1);
+    RaiseLog(2);
+    for (const auto &row : rows) {
+        hdl = HdlOf<typename TypeParam::Hdl>(1);
+        char line[128];
+        std::snprintf(line, sizeof line, "[INF orxapi] QIR_%s_%s: Params: %s_p<0x%p>\n", row.verb,
+                      TypeParam::kTable, TypeParam::kHdl, static_cast<void *>(&hdl));
+        EXPECT_EQ(Capture([&] { row.op(&hdl); }).rfind(line, 0), 0u) << line;
     }
 }
 

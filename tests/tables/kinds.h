@@ -1,4 +1,5 @@
-// The kinds of table, described once: what differs between them, and the operations of those that can be allocated.
+// The kinds of table, described once: what differs between them, and the operations of those that can be
+// allocated.
 #ifndef TESTS_TABLES_KINDS_H
 #define TESTS_TABLES_KINDS_H
 

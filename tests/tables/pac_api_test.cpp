@@ -4,9 +4,7 @@
 namespace test {
 namespace {
 
-const char *const kSetCfg = "QIR_Set_PacTableCfg";
 const char *const kGetCfg = "QIR_Get_PacTableCfg";
-const char *const kSetEnt = "QIR_Set_PacTableEntry";
 const char *const kGetEnt = "QIR_Get_PacTableEntry";
 
 std::string Params2(const std::string &fn, unsigned id, const std::string &more = "") {
@@ -15,8 +13,6 @@ std::string Params2(const std::string &fn, unsigned id, const std::string &more 
 std::string TwoParams(const std::string &fn, const char *second) {
     return Inf(fn, std::string("Params: pacTblHdl_p<0x<ptr>> ") + second + "<0x<ptr>>");
 }
-
-const char *const kOvrd0 = " ovrd<0x 0>";
 
 TEST_F(PacTables, SetCfgStoresTheWholeRecordInConfigurationAndEntries) {
     PacTblCfg record = FullPacRecord();
