@@ -108,7 +108,7 @@ void Before::Compare(const QirCtxt &ctxt, const Call &call) {
     for (const Range range : allowed) {
         std::memcpy(reinterpret_cast<u8 *>(before_.get()) + range.begin, Bytes(ctxt) + range.begin,
                     range.end - range.begin);
-        // Start-up brings everything that it initialises to what it was behind the first one.
+        // Start-up makes of everything that it initialises what the first start-up made of it.
         if (call.changes == &kInitSystem) {
             CompareBut(*start_, ctxt, range, {}, ", not what start-up makes of it");
         }

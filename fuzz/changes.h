@@ -1,9 +1,8 @@
 // What a call may change in the context, and the search for what else it changed.
 //
-// Every operation has a set of Changes (fuzz/operations.cpp says which): what an accepted call may change, for
-// each refusal that leaves something behind what that is, and whether the driver is asked. A call that is
-// refused with any other code changes nothing. What becomes of the bytes that may change is not looked at
-// here.
+// Each operation's row in fuzz/operations.cpp names one of the Changes below. They say what an accepted call may
+// change, what a refused one may leave changed, and whether the call asks the driver. A call that is refused with
+// any other code changes nothing. Nobody checks here what becomes of the bytes that may change.
 #ifndef FUZZ_CHANGES_H
 #define FUZZ_CHANGES_H
 
@@ -92,7 +91,7 @@ constexpr Part kEntry = {&Call::entry, 0, kWhole, 1};
 constexpr Part kTypeBit = {&Call::entry, offsetof(qir::HdrEntry, curBmap), 2, 1};
 constexpr Part kTypeCount = {&Call::counter, 0, 1, 1};
 
-// ---- What the operations change. Checks know a kind of operation by the address.
+// ---- What the operations change. The checks tell kinds of operation apart by these addresses.
 
 inline constexpr Changes kReads = {Asks::Never};
 inline constexpr Changes kReadsHits = {Asks::Always};
@@ -170,8 +169,8 @@ inline constexpr Changes kConfigEthAction = {Asks::Never,
 
 // The context as it was before a call.
 //
-// A flow that no call has named yet in this sequence has to look as it did at start-up. That is looked at once,
-// at the end, so that a call costs no more than the flows that the sequence is about.
+// A flow that no call has named yet must look as it did at start-up. CompareRest() looks at these flows once, at
+// the end, so that a call costs no more than the flows that the sequence is about.
 class Before {
   public:
     // The context as start-up leaves it.

@@ -1,8 +1,8 @@
 // What the stand-in holds, beside what the shadow calls ACTIVE.
 //
-// A call that the driver answers leaves the two sides alike. They part where the driver fails and at start-up,
-// which forgets everything in the shadow and nothing in the hardware: what differs behind such a call is known
-// from then on, until it is alike again. Nothing else may differ.
+// The two sides are alike after a call that the driver answers. They may differ after a call that the driver
+// fails, and after start-up, which clears the shadow and not the hardware. Such differences are known until both
+// sides are alike again. Any other difference is a complaint.
 #ifndef FUZZ_HARDWARE_H
 #define FUZZ_HARDWARE_H
 
@@ -15,8 +15,7 @@ namespace fuzz {
 
 class TwoSides {
   public:
-    // Complains of what differs behind a call, and must not. Flows and slots from `numFlows` on are known not to
-    // be in use.
+    // Complains of what must not differ after the call. No flow and no slot from `numFlows` on is in use.
     void Check(const qir::QirCtxt &ctxt, const OrxEmuState &hardware, const Call &call,
                u32 numFlows = QIR_MAX_FLOWS);
 

@@ -15,8 +15,9 @@ void CheckFlow(const QirCtxt &ctxt, u32 idx);
 void CheckSections(const QirCtxt &ctxt, u32 numFlows = QIR_MAX_FLOWS);
 void CheckTables(const QirCtxt &ctxt);
 void CheckSettings(const QirCtxt &ctxt);
-// A table counts the flows that are associated with it, one by one. Which table counts a flow whose handle was
-// replaced in the meantime is history; which of them a call may count in is said by what it may change.
+// A call that associates a flow, or ends that, changes the count of one table by one. Its Changes say which table
+// that is. The counts themselves say nothing: QIR_Set_PacInfo replaces the handle of an associated flow, and the
+// next call then takes the flow off another table than the one that counts it.
 void CheckCounts(const QirCtxt &before, const QirCtxt &now, const Call &call);
 
 // "flow 3: broken" for what does not hold of an object.

@@ -1,4 +1,4 @@
-// Public calls in any order, with any arguments; the checks of fuzz/ behind every one.
+// The fuzzer of the public calls.
 #include "fuzz/public_calls.h"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
-// Any bytes as a sequence of public calls, with the driver failing at times and every call looked at.
+// Reads any bytes as a sequence of public calls, makes the driver fail at times, and checks every call.
 //
-// A byte chooses what comes next: one of the public operations, whose arguments the following bytes give, or
-// something that is no call (a fault of the driver, a log level, ...).
+// A byte chooses what comes next: a public operation, whose arguments the following bytes give, or something that
+// is no call (a fault of the driver, a log level, ...).
 #ifndef FUZZ_PUBLIC_CALLS_H
 #define FUZZ_PUBLIC_CALLS_H
 
@@ -29,8 +29,8 @@ struct Family {
 
 std::span<const Family> Families();
 
-// Runs a sequence on the context and the stand-in as they are at start-up. What is wrong behind which call,
-// empty when nothing is. `observe` sees every call that was found right.
+// Runs a sequence on the context and the stand-in as they are at start-up. Returns the last calls and what is
+// wrong after them, or nothing. `observe` sees every call that was right.
 std::string RunSequence(const u8 *bytes, std::size_t size,
                         const std::function<void(const Call &)> &observe = {});
 

@@ -72,8 +72,8 @@ class Lists {
             }
         }
         // MPLS has a node in each block, and no entry that names it.
-        const u32 numMpls = (IsHdrSet(fcb_.filterBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0) +
-                            (IsHdrSet(fcb_.actionBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0);
+        const std::ptrdiff_t numMpls = (IsHdrSet(fcb_.filterBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0) +
+                                       (IsHdrSet(fcb_.actionBlk.hdrBmap, e_FLOWHDR_MPLS) ? 1 : 0);
         flow_.Require(std::count(seen_, seen_ + kNodes, false) == numMpls, "a node on no list");
     }
 
@@ -96,7 +96,7 @@ class Lists {
 
     void Check(const List &list) {
         const HdrEntry entry = LoadEntry(fcb_, list.entry);
-        // TCP and UDP had no node to head a list any more, and there is none to this day.
+        // No node was left to head the list of TCP or UDP, and none has come back.
         if (entry.reqList == kFill16 && list.l4 && fcb_.freeReqCount == 0) {
             return;
         }
@@ -111,7 +111,7 @@ class Lists {
         Require(static_cast<u16>(entry.reqCount - list.countsFrom) == num, "are miscounted", list.name);
     }
 
-    // The nodes behind the head, whose links are right, and their number.
+    // Visits the nodes that follow the head and returns their number. Their links are right.
     template <class Look> u32 Walk(u32 head, Look look) {
         u32 num = 0;
         seen_[head] = true;

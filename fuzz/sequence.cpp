@@ -157,8 +157,8 @@ class Sequence {
         }
     }
 
-    // A code of 1 says that the driver failed, and nothing else says it: the device could not be opened, or the
-    // request was refused. A call that is accepted has asked when it had something to ask.
+    // A call returns e_RET_DRIVER_FAILURE if and only if the device could not be opened or the request was
+    // refused. An accepted call has asked for what it had to ask.
     void LookAtDriver(const Call &call) {
         const Asks asks = call.changes->asks;
         const bool failed = call.rc == e_RET_DRIVER_FAILURE;
@@ -187,7 +187,7 @@ class Sequence {
     Fault armed_ = Fault::None;
     bool isPresent_ = true; // the device
     std::vector<Call> calls_;
-    u32 numFlows_ = 0; // flows and their slots behind these have not been used yet
+    u32 numFlows_ = 0; // no flow and no slot from here on has been used yet
 };
 
 const QirCtxt &StartUp() {

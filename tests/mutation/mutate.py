@@ -211,7 +211,7 @@ def show(identity):
 
 
 def read_explained(path):
-    """The mutants of the list; each is a block as `show` makes it, with the reason behind it."""
+    """The mutants of the list; each is a block as `show` makes it, followed by its reason."""
     with open(path, encoding="utf-8") as file:
         blocks = [[line for line in block.split("\n") if line and line[0] != "#"] for block in file.read().split("\n\n")]
     result = set()
