@@ -21,7 +21,7 @@ TEST_F(SessionsTest, RequestsOfAllAreOneSequence) {
     const std::pair<const char *, unsigned> rows[] = {{"threads", 16 * 32}, {"processes", 8 * 2 * 32}};
     for (const auto &[step, requests] : rows) {
         const Outcome outcome = RunLogged({step, "status=1"});
-        EXPECT_EQ(outcome.out, "failures 0\nstatus 1: ok\n") << step;
+        EXPECT_EQ(outcome.out, "failures: 0\nstatus 1: ok\n") << step;
         EXPECT_EQ(outcome.err, "") << step;
         EXPECT_EQ(outcome.status, 0) << step;
         auto log = ReadLog();
@@ -47,7 +47,7 @@ TEST_F(SessionsTest, RequestsOfAllAreOneSequence) {
 TEST_F(SessionsTest, BadAddressesAreRefused) {
     const std::string out = "answer: EFAULT\nrecord: EFAULT\nend of record: EFAULT\nno record: EFAULT\n"
                             "FCB: EFAULT\ngood: ok\ngood: ok\n1\n";
-    for (const Words &steps : {Words{"bad-addresses"}, Words{"refuse-calls", "bad-addresses"}}) {
+    for (const Words &steps : {Words{"bad-addresses"}, Words{"refuse-to-tell", "bad-addresses"}}) {
         EXPECT_EQ(RunAlone(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
         EXPECT_EQ(RunLogged(steps).out, (Emulated() && steps.size() > 1 ? "no filter\n" : "") + out);
         const auto entries = ReadLog().entries;
@@ -90,12 +90,12 @@ TEST_F(SessionsTest, DescriptorsAreTheKernels) {
          false,
          0},
         {"sent in a program",
-         {"leave-open", "execute=send-on=3", "send-on=3"},
+         {"leave-open", "in-child=execute=send-on=3", "send-on=3"},
          "open: ok\nsend: ok\nsend: ok\n",
          true,
          0},
         {"opened in a program",
-         {"leave-open", "execute=status=1", "send-on=3"},
+         {"leave-open", "in-child=execute=status=1", "send-on=3"},
          "open: ok\nstatus 1: ok\nsend: ok\n",
          true,
          0},
@@ -109,7 +109,11 @@ TEST_F(SessionsTest, DescriptorsAreTheKernels) {
          "open: ok\nstatus 1: ok\nsend: ok\n",
          false,
          0},
-        {"all closed for a program", {"close-from=3", "execute=status=1"}, "status 1: ok\n", true, 0},
+        {"all closed for a program",
+         {"close-from=3", "in-child=execute=status=1"},
+         "status 1: ok\n",
+         true,
+         0},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.given);
