@@ -50,7 +50,7 @@ std::string Send(unsigned long request, void *record) {
 }
 
 std::string SendStatus(const std::string &value) {
-    std::uint32_t status = static_cast<std::uint32_t>(std::stoul(value));
+    auto status = static_cast<std::uint32_t>(std::stoul(value));
     return Send(39, &status);
 }
 
