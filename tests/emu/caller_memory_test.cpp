@@ -2,11 +2,7 @@
 #include "tests/emu/emu_test.h"
 
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/ioctl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace emu_test {
@@ -112,60 +108,6 @@ TEST_F(EmuCallerMemoryTest, FcbsThatCannotBeRead) {
     EXPECT_EQ(Activate(kActivateFlow, FlowRecordAt(ends)), 1u) << "it may end where readable memory ends";
     EXPECT_EQ(BytesAt(State().flow[1].fcb, kFcbBytes), BytesAt(fcb.data(), kFcbBytes));
 }
-
-// Whether the kernel says which pages it could fetch; an old one or an emulator does not.
-bool TellsAtOnce() {
-    constexpr long kRead = 22;
-    return syscall(SYS_madvise, ownPages, sizeof ownPages, kRead) == 0 &&
-           syscall(SYS_madvise, 0L, 1L, kRead) != 0;
-}
-
-TEST_F(EmuCallerMemoryTest, ProgramWithoutADescriptorLeftIsServed) {
-    void *unwritable = Place(FlowRecord(kNotSet));
-    Protect(PROT_READ);
-    const int fd = ::open(kDevice, O_RDWR);
-    ASSERT_GE(fd, 0);
-    rlimit before = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    // The device has the lowest number that was free.
-    const rlimit none = {static_cast<rlim_t>(fd) + 1, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const auto errnoOf = [](int result) { return result < 0 ? errno : 0; };
-    const int fullErr = errnoOf(::open(kDevice, O_RDONLY));
-    Record flow = FlowRecord(kNotSet);
-    const int flowErr = errnoOf(::ioctl(fd, kActivateFlow, flow.Data()));
-    const int unreadErr = errnoOf(::ioctl(fd, kSetGblCfg, nullptr));
-    const int unwrittenErr = errnoOf(::ioctl(fd, kActivateFlow, unwritable));
-    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-    EXPECT_EQ(::close(fd), 0);
-    EXPECT_EQ(fullErr, EMFILE);
-    if (!TellsAtOnce()) {
-        GTEST_SKIP() << "needs a system that tells without a pipe what can be read";
-    }
-    EXPECT_EQ(flowErr, 0);
-    EXPECT_EQ(State().flow[0].active, 1);
-    EXPECT_EQ(unreadErr, EFAULT);
-    EXPECT_EQ(unwrittenErr, EFAULT);
-}
-
-#if UINTPTR_MAX > 0xFFFFFFFF
-
-// The record carries the low 32 bits only. They name a place below the program where nothing is mapped.
-TEST_F(EmuCallerMemoryTest, FcbAbove4GiBCannotBeReached) {
-    void *place = MAP_FAILED;
-    for (int bit = 46; bit > 32 && place == MAP_FAILED; --bit) {
-        place = mmap(reinterpret_cast<void *>((std::uintptr_t{1} << bit) + kMaxPage), kMaxPage,
-                     PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
-    }
-    ASSERT_NE(place, MAP_FAILED) << std::strerror(errno);
-    std::memcpy(place, fcb.data(), kFcbBytes);
-    const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(place));
-    EXPECT_EQ(Send(kActivateFlow, FlowRecord(kNotSet).Put32(8, address)), EFAULT);
-    EXPECT_EQ(State().flow[0].active, 0);
-    EXPECT_EQ(munmap(place, kMaxPage), 0);
-}
-
-#endif
 
 } // namespace
 

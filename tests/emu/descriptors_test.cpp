@@ -136,16 +136,13 @@ TEST_F(EmuNodeTest, ModeOfACreatedFilePassesThrough) {
     const test::TempFolder files;
     const mode_t savedMask = ::umask(0);
     const int fds[] = {::open(files.File("a").c_str(), O_RDWR | O_CREAT | O_EXCL, 0640),
-                       ::openat(AT_FDCWD, files.File("b").c_str(), O_RDWR | O_CREAT | O_EXCL, 0640),
-                       ::open(files.File("").c_str(), O_RDWR | O_TMPFILE, 0640)};
+                       ::openat(AT_FDCWD, files.File("b").c_str(), O_RDWR | O_CREAT | O_EXCL, 0640)};
     ::umask(savedMask);
     for (const int fd : fds) {
         struct stat status = {};
-        if (fd >= 0 || fd != fds[2]) { // not every system has files without a name
-            EXPECT_EQ(::fstat(fd, &status), 0);
-            EXPECT_EQ(status.st_mode & 0777u, 0640u);
-            EXPECT_EQ(::close(fd), 0);
-        }
+        EXPECT_EQ(::fstat(fd, &status), 0);
+        EXPECT_EQ(status.st_mode & 0777u, 0640u);
+        EXPECT_EQ(::close(fd), 0);
     }
     const int device = ::open(kDevice, O_RDWR | O_CREAT | O_EXCL, 0600);
     EXPECT_TRUE(IsDevice(device));

@@ -84,32 +84,6 @@ TEST_F(DeviceTest, WhatCouldNotBeFetchedIsRefused) {
     }
 }
 
-TEST_F(DeviceTest, FaultsAreToldApart) {
-    const Record status = RlStatusRecord(1);
-    orxemu::ArmFault(device_->faults, orxemu::FaultKind::FailOpen, 0, 1, EACCES);
-    EXPECT_TRUE(orxemu::HasOpenFaults(device_->faults));
-    EXPECT_EQ(device_->Open().fault, orxemu::FaultKind::FailOpen);
-    EXPECT_FALSE(orxemu::HasOpenFaults(device_->faults));
-    EXPECT_EQ(device_->Open().err, 0);
-    EXPECT_EQ(device_->numOpens, 1u);
-    orxemu::ArmFault(device_->faults, orxemu::FaultKind::LoseAnswer, 0, 1, EIO);
-    orxemu::ArmFault(device_->faults, orxemu::FaultKind::LoseAnswer, 0, 2, EIO);
-    EXPECT_EQ(Serve(kSetRlStatus, &status, nullptr, true).fault, orxemu::FaultKind::LoseAnswer);
-    EXPECT_EQ(device_->state.rlStatus, 1u);
-    EXPECT_EQ(Serve(kSetRlStatus, nullptr, nullptr, true).fault, orxemu::FaultKind::FailRequest)
-        << "there was no answer to lose";
-}
-
-TEST_F(DeviceTest, FcbIsFetchedForAFlowThatNamesTheRightSize) {
-    const auto address = [](int number, const Record &record) {
-        return orxemu::FcbAddressIn(*qir::FindRequest(number), record.Bytes().data());
-    };
-    EXPECT_EQ(address(kActivateFlow, FlowRecord(0).Put32(8, 16)), 16u);
-    EXPECT_EQ(address(kDeactivateFlow, FlowRecord(0).Put32(8, 16)), 16u);
-    EXPECT_EQ(address(kActivateFlow, FlowRecord(0).Put32(8, 16).Put32(4, kFcbBytes - 1)), 0u);
-    EXPECT_EQ(address(kGetFlowHits, Record(40)), 0u);
-}
-
 } // namespace
 
 } // namespace emu_test

@@ -135,21 +135,6 @@ TEST_F(EmuLogTest, EveryRequestIsKeptInOrder) {
     }
 }
 
-TEST_F(EmuLogTest, RecordSizesOfAllRequests) {
-    for (const KnownRequest &known : kKnownRequests) {
-        SCOPED_TRACE(known.name);
-        // One byte more than the record, which must not get into the log.
-        Record record(known.size + 1);
-        orxemu_failRequest(known.request, 1, EIO);
-        EXPECT_EQ(Send(known.request, record), EIO);
-        EXPECT_EQ(LastRequest().request, known.request);
-        EXPECT_EQ(LastRequest().recordSize, known.size);
-        EXPECT_EQ(BytesAt(LastRequest().in, known.size), Record(known.size).Bytes());
-        EXPECT_EQ(LastRequest().in[known.size], 0);
-        EXPECT_EQ(LastRequest().out[known.size], 0);
-    }
-}
-
 TEST_F(EmuLogTest, ClearForgetsTheRequestsOnly) {
     ActivateFlow();
     orxemu_failRequest(kSetGblCfg, 1, EIO);
@@ -157,10 +142,8 @@ TEST_F(EmuLogTest, ClearForgetsTheRequestsOnly) {
     EXPECT_EQ(orxemu_numRequests(), 0u);
     EXPECT_EQ(orxemu_request(0), nullptr);
     EXPECT_EQ(State().flow[0].active, 1);
-    EXPECT_EQ(orxemu_numOpens(), 1u);
     // Nothing of the request that stood there before shows through.
     EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 1)), EIO);
-    ASSERT_EQ(orxemu_numRequests(), 1u);
     OrxEmuRequest expected = {kSetGblCfg, EIO, 8, {}, {}, 0, {}};
     std::memcpy(expected.in, GblRecord(1, 1).Bytes().data(), 8);
     std::memcpy(expected.out, expected.in, 8);
@@ -186,8 +169,6 @@ TEST_F(EmuLogTest, ResetIsPowerOn) {
     Activate(kActivateFlow, FlowRecord(kNotSet, 0));
     EXPECT_EQ(orxemu_addHits(0, 0, 1), 0);
     EXPECT_EQ(Send(kSetGblCfg, GblRecord(1, 2)), 0);
-    EXPECT_EQ(Send(kSetPortCfg, PadRecord(1, 64)), 0);
-    EXPECT_EQ(Send(kActivateRl, RlRecord(1, 1, {1, 1, 1, 1})), 0);
     const int fd = ::open(kDevice, O_RDWR);
     orxemu_setPresent(0);
     orxemu_failOpen(1, EACCES);

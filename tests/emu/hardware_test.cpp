@@ -49,7 +49,7 @@ class EmuRequestsTest : public EmuTest {
                 Activate(kind.activate, TblRecord(kind.bytes, kNotSet, 1));
             }
         }
-        ActivateFlow();
+        Activate(kActivateFlow, FlowRecord(kNotSet, 0)); // with a PAC table
         ActivateFlow();
         ASSERT_EQ(Send(kActivateRl, RlRecord(0, 3, kConfig)), 0);
         ASSERT_EQ(Send(kSetRlStatus, RlStatusRecord(1)), 0);
@@ -138,6 +138,7 @@ TEST_F(EmuRequestsTest, IndexesThatAreNotActive) {
 TEST_F(EmuRequestsTest, Flows) {
     std::vector<Row> rows = {
         {"with a PAC table", kActivateFlow, FlowRecord(kNotSet, 1), 0},
+        {"which uses it", kDeactivatePacTbl, TblRecord(268, 0, 1), 0},
         {"whose tables have gone", kDeactivateFlow, FlowRecord(0, 9, 9), 0},
         {"forwarding at its end", kUpdateFwdInfo, FwdRecord(0, 31, 7, 1), 0},
         {"priority too high", kUpdateFwdInfo, FwdRecord(0, 32, 4, 1), EINVAL},
@@ -297,15 +298,6 @@ TEST_F(EmuHardwareTest, TablesGetTheLowestFreeIndex) {
         }
         EXPECT_EQ(Send(kind.activate, TblRecord(kind.bytes, kNotSet, 0)), ENOSPC);
     }
-}
-
-TEST_F(EmuHardwareTest, PacTableOfAnActiveFlowMayBeDeactivated) {
-    Activate(kActivatePacTbl, TblRecord(268, kNotSet, 1));
-    const std::uint32_t flowIdx = Activate(kActivateFlow, FlowRecord(kNotSet, 0));
-    EXPECT_EQ(Send(kDeactivatePacTbl, TblRecord(268, 0, 1)), 0);
-    EXPECT_EQ(State().pacTbl[0].active, 0);
-    EXPECT_EQ(State().flow[flowIdx].active, 1);
-    EXPECT_EQ(State().flow[flowIdx].pacTblIdx, 0);
 }
 
 TEST_F(EmuHardwareTest, FlowsKeepTheirOwnFcbUntilAllAreActive) {

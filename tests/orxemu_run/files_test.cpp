@@ -62,18 +62,6 @@ TEST_F(LogTest, EveryRequest) {
     EXPECT_EQ(ReadLog().end.requests, 0u);
 }
 
-// The limit is larger than what the program prints and smaller than the log.
-TEST_F(LogTest, FullDiskDoesNotHarmTheProgram) {
-    const Conditions conditions = {.fileLimit = 8192};
-    const Outcome outcome = RunOrxtest({"--log", Path("a.json")}, 3, conditions);
-    EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
-    EXPECT_EQ(outcome.err, "orxemu: " + Path("a.json") + ": cannot be written: File too large\n");
-    EXPECT_EQ(outcome.status, 125);
-    EXPECT_LE(FileText(Path("a.json")).size(), conditions.fileLimit);
-    EXPECT_EQ(RunSteps({"--log", Path("a.json")}, {"processes", "exit=3"}, conditions).status, 3)
-        << "the program's own failure comes first";
-}
-
 TEST_F(StateTest, HardwareOutlivesTheRun) {
     for (int run = 1; run <= 2; ++run) {
         EXPECT_EQ(RunOrxtest({"--state", Path("s.json")}, 3).status, 0);
@@ -161,15 +149,21 @@ TEST_F(StateTest, LogAndStateAreTwoFiles) {
     EXPECT_EQ(Files(), files);
 }
 
-TEST_F(StateTest, FullDiskLeavesTheOldState) {
-    ASSERT_EQ(RunSteps({"--state", Path("s.json")}, {"status=1"}).status, 0);
+// The limit is larger than what the program prints and smaller than log and state.
+TEST_F(StateTest, FullDiskHarmsNeitherTheProgramNorTheOldState) {
+    const Words options = {"--log", Path("a.json"), "--state", Path("s.json")};
+    ASSERT_EQ(RunSteps(options, {"status=1"}).status, 0);
     const std::string before = FileText(Path("s.json"));
-    const Outcome outcome = RunOrxtest({"--state", Path("s.json")}, 3, {.fileLimit = 8192});
+    const Conditions conditions = {.fileLimit = 8192};
+    const Outcome outcome = RunOrxtest(options, 3, conditions);
     EXPECT_EQ(outcome.out, FileText(GOLDENS_DIR "/standin_test3.txt"));
-    EXPECT_EQ(outcome.err, "orxemu: " + Path("s.json") + ": cannot be written: File too large\n");
+    const std::string told = ": cannot be written: File too large\n";
+    EXPECT_EQ(outcome.err, "orxemu: " + Path("a.json") + told + "orxemu: " + Path("s.json") + told);
     EXPECT_EQ(outcome.status, 125);
     EXPECT_EQ(FileText(Path("s.json")), before);
-    EXPECT_EQ(Files(), Words({"s.json"}));
+    EXPECT_EQ(Files(), Words({"a.json", "s.json"}));
+    EXPECT_EQ(RunSteps(options, {"processes", "exit=3"}, conditions).status, 3)
+        << "the program's own failure comes first";
 }
 
 TEST_F(StateTest, ToolThatIsKilledWhileItWritesLeavesTheOldState) {

@@ -45,8 +45,7 @@ void SetUpChild(const Conditions &conditions, int in, int out, int err) {
         ioctl(conditions.terminal, TIOCSCTTY, 0);
     }
     if (conditions.fileLimit != 0) {
-        const rlimit limit = {static_cast<rlim_t>(conditions.fileLimit),
-                              static_cast<rlim_t>(conditions.fileLimit)};
+        const rlimit limit = {conditions.fileLimit, conditions.fileLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     if (conditions.ignoredSignal != 0) {

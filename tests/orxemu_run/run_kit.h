@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -29,10 +30,10 @@ struct Outcome {
 };
 
 struct Conditions {
-    std::string input{};              // standard input
-    Words environment{};              // NAME=VALUE besides the test's own
-    unsigned long long fileLimit = 0; // bytes that a file may have, the child's output too; 0: no limit
-    int ignoredSignal = 0;            // 0: none
+    std::string input{};   // standard input
+    Words environment{};   // NAME=VALUE besides the test's own
+    rlim_t fileLimit = 0;  // bytes that a file may have, the child's output too; 0: no limit
+    int ignoredSignal = 0; // 0: none
     int blockedSignal = 0;
     int terminal = -1;               // of a session that begins with the child; -1: in the test's session
     std::vector<long> deadlyCalls{}; // system calls that kill it
