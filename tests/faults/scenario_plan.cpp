@@ -15,7 +15,7 @@ using qir::u8;
 
 // What nobody has written: the index word of a request, and hwFlowIdx of a flow that was never sent.
 constexpr u32 kUnsetWord = 0xA5A5A5A5;
-constexpr int32_t kNoTable = -1;
+constexpr int32_t kNoIndex = -1;
 
 // Words of a flow record.
 constexpr std::size_t kIndexWord = 0;
@@ -62,7 +62,7 @@ ObjectState StateOf(qir::QirCtxt &shadow, const Step &step) {
 }
 
 // The lowest slot that is free. There is one: no test fills the hardware.
-template <class Slot> u32 TakeSlot(Slot *slots) {
+template <class Slot> u32 FreeSlot(Slot *slots) {
     u32 idx = 0;
     while (slots[idx].active != 0) {
         ++idx;
@@ -72,16 +72,16 @@ template <class Slot> u32 TakeSlot(Slot *slots) {
 }
 
 u32 PutTable(OrxEmuTable *slots, const OrxEmuRequest &request) {
-    const u32 idx = TakeSlot(slots);
+    const u32 idx = FreeSlot(slots);
     std::memcpy(slots[idx].record, request.in + sizeof idx, request.recordSize - sizeof idx);
     return idx;
 }
 
 u32 PutFlow(OrxEmuFlow *slots, const OrxEmuRequest &request) {
-    const u32 idx = TakeSlot(slots);
+    const u32 idx = FreeSlot(slots);
     std::memcpy(slots[idx].fcb, request.fcb, sizeof slots[idx].fcb);
     std::memcpy(&slots[idx].pacTblIdx, request.in + kPacTblIdxWord, sizeof slots[idx].pacTblIdx);
-    slots[idx].epTblIdx = kNoTable;
+    slots[idx].epTblIdx = kNoIndex;
     slots[idx].numFlows = 1;
     return idx;
 }

@@ -62,7 +62,7 @@ TEST_F(Rules, StartUpFillsTheTables) {
     }
 }
 
-std::string Dumps() {
+std::string DumpsOfTables() {
     return Capture([] {
         qir::Dump_FilterDepBmapTbl();
         qir::Dump_L4FilterDepBmapTbl();
@@ -109,14 +109,14 @@ TEST_F(Rules, DumpsOfTheTables) {
     for (const u32 level : {0u, 1u, 3u}) {
         qelLog_setGlobalLogLevel(level);
         RaiseLog(level);
-        EXPECT_EQ(Dumps(), expected);
+        EXPECT_EQ(DumpsOfTables(), expected);
     }
     qirCtxt_gp->filterDepBmapTbl[1][0] = 0x1234;
     qirCtxt_gp->l4FilterDepBmapTbl[1][1] = 0x8765;
     qirCtxt_gp->actionDepBmapTbl[1][13] = 0xBEEF;
     qirCtxt_gp->actionDepBmapTbl[7][0] = 0x7777;
     qirCtxt_gp->l4ActionDepBmapTbl[1][1] = 0x4321;
-    const std::string dumps = Dumps();
+    const std::string dumps = DumpsOfTables();
     for (const char *line : {"\nVLAN1 <1> <0x1234> <0x0003>", "\nUDP   <1> <0x0001> <0x8765>\n",
                              "<0x334d> <0xbeef>\nPPPOE", "\nUDP   <1> <0x0001> <0x4321>\n"}) {
         EXPECT_NE(dumps.find(line), std::string::npos) << line << dumps;

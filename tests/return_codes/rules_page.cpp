@@ -14,7 +14,7 @@ using qir::TypeRule;
 using qir::ValueForm;
 using qir::ValueRule;
 
-const char kIntroduction[] =
+const char kRulesIntroduction[] =
     R"(# Rules of filters and actions
 
 Which filters and actions a header takes: the types, the values that each accepts, the operators that a filter type
@@ -154,7 +154,7 @@ void RenderTable(std::ostream &page, const char *title, const char *operation, c
 
 std::string RenderRulesPage() {
     std::ostringstream page;
-    page << kIntroduction;
+    page << kRulesIntroduction;
     RenderTable(page, "Ethernet filters", "QIR_Config_EthFilter", qir::kEthFilters, Of::kFilters);
     RenderTable(page, "VLAN filters", "QIR_Config_VlanFilter", qir::kVlanFilters, Of::kFilters);
     RenderTable(page, "PPPoE filters", "QIR_Config_PppoeFilter", qir::kPppoeFilters, Of::kFilters);
