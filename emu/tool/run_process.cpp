@@ -39,12 +39,22 @@ void NoteSignal(int number, siginfo_t *info, void * /*context*/) {
     errno = savedErrno;
 }
 
-// One that is ignored stays so: a program that was started with nohup keeps that.
-void Note(int number) {
+// One that is ignored stays so: a program that was started with nohup keeps that. It is said again, because an
+// emulator tells what it has found and does otherwise.
+bool StaysIgnored(int number) {
     struct sigaction action = {};
-    if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+    const bool isIgnored = sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    if (isIgnored) {
+        signal(number, SIG_IGN);
+    }
+    return isIgnored;
+}
+
+void Note(int number) {
+    if (StaysIgnored(number)) {
         return;
     }
+    struct sigaction action = {};
     action.sa_sigaction = NoteSignal;
     action.sa_flags = SA_SIGINFO | SA_RESTART | SA_NOCLDSTOP;
     sigfillset(&action.sa_mask); // one after the other
@@ -93,6 +103,7 @@ Process::Process(const Program &program) {
     for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
         Note(number);
     }
+    StaysIgnored(SIGPIPE);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setsigmask(&attributes, &before);
