@@ -44,6 +44,7 @@ void SetUpChild(const Conditions &conditions, int in, int out, int err) {
         setsid();
         ioctl(conditions.terminal, TIOCSCTTY, 0);
     }
+    closefrom(STDERR_FILENO + 1); // whoever runs the tests may have left some open
     if (conditions.fileLimit != 0) {
         const rlimit limit = {conditions.fileLimit, conditions.fileLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
