@@ -35,11 +35,10 @@ Device &OwnDevice() {
 }
 
 void KeepInLog(const Request &request, const Answer &answer) {
-    OrxEmuRequest &entry = entries[numRequests < kMaxKept ? numRequests : kMaxKept];
-    ++numRequests;
     if (!IsPreloaded()) {
-        Record(request, answer, entry);
+        Record(request, answer, entries[numRequests < kMaxKept ? numRequests : kMaxKept]);
     }
+    ++numRequests;
 }
 
 } // namespace orxemu

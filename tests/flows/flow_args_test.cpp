@@ -244,14 +244,6 @@ TEST_F(FlowArgs, EveryStateHasItsAnswer) {
     }
 }
 
-// ---- other null pointers --------------------------------------------------------------------------
-
-struct NullCase {
-    const char *name;
-    u32 (*call)(FlowHdl *hdl_p);
-    const char *params; // the last parameter line
-};
-
 TEST_F(FlowArgs, RefusedCallsLeaveTheCallersRecords) {
     std::memset(static_cast<void *>(&args_.hits), 0x11, sizeof args_.hits);
     std::memset(static_cast<void *>(&args_.fwdOut), 0x22, sizeof args_.fwdOut);

@@ -491,7 +491,7 @@ void Walk::Run(unsigned depth) {
     const std::string out = CaptureMasked([&] { Add(depth, ""); });
     EXPECT_EQ(findings.Text(), "") << m.Label();
     EXPECT_TRUE(out == lines) << m.Label() << " printed something else";
-    const unsigned long width = m.NumTypes() * m.NumOperators();
+    const unsigned long width = 1ul * m.NumTypes() * m.NumOperators();
     unsigned long wanted = 0;
     for (unsigned long level = 1, steps = width; level <= depth; ++level, steps *= width) {
         wanted += steps;
