@@ -27,12 +27,6 @@ constexpr const char *kUnset = "unset";
 
 using qir::IndexKind;
 using qir::RequestInfo;
-inline std::span<const RequestInfo> AllRequests() {
-    return qir::kRequestTable;
-}
-template <class Key> const RequestInfo *FindRequestInfo(Key key) {
-    return qir::FindRequest(key);
-}
 
 // The record as it was sent: {"<field>": value, ...}, nested as the records are. `record` has
 // info.recordSize bytes.
