@@ -33,7 +33,7 @@ struct DumpedHdrScene : FlowScene {
 
 Operation DumpHdr() {
     Describe<DumpedHdrScene> op("QIR_Dump_HdrReqList",
-                          [](DumpedHdrScene &s) { return QIR_Dump_HdrReqList(s.hdl_p, s.hdr_p); });
+                                [](DumpedHdrScene &s) { return QIR_Dump_HdrReqList(s.hdl_p, s.hdr_p); });
     OpenFlow(op, {{"hdr_p", [](auto &s) { s.hdr_p = nullptr; }}});
     return op.When("`blk` is 3 or more", e_RET_ERR_INVALID_BLOCKTYPE, [](auto &s) { s.hdr.blk = 3; })
         .When("`flowHdr` is 8 or more", e_RET_ERR_INVALID_HDRTYPE, [](auto &s) { s.hdr.flowHdr = 8; })
