@@ -44,7 +44,7 @@ mode_t ModeOf(int flags, std::va_list args) {
 
 // Whether a request is the device's. What the kernel does to a descriptor of any kind no driver hears of.
 bool IsDevices(int fd, unsigned long request) {
-    for (const unsigned long any : {FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC}) {
+    for (const auto any : {FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC}) {
         if (static_cast<uint32_t>(request) == static_cast<uint32_t>(any)) {
             return false;
         }

@@ -21,20 +21,20 @@ constexpr size_t kMarkSize = sizeof kMark - 1;
 // Names without a file begin with a zero. A program that executes another may leave it a socket of its number.
 int Connect() {
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    static constinit unsigned next = 0;
     sockaddr_un name = {};
     name.sun_family = AF_UNIX;
-    int result = fd;
-    do {
+    for (unsigned n = 0; fd >= 0; ++n) {
         std::snprintf(name.sun_path + 1, sizeof name.sun_path - 1, "%s%d-%u", kMark,
-                      static_cast<int>(getpid()), next++);
-        result = fd < 0 ? fd : bind(fd, reinterpret_cast<const sockaddr *>(&name), sizeof name);
-    } while (result != 0 && errno == EADDRINUSE);
-    if (fd >= 0 && result != 0) {
-        close(fd);
-        return -1;
+                      static_cast<int>(getpid()), n);
+        if (bind(fd, reinterpret_cast<const sockaddr *>(&name), sizeof name) == 0) {
+            return fd;
+        }
+        if (errno != EADDRINUSE) {
+            close(fd);
+            break;
+        }
     }
-    return fd;
+    return -1;
 }
 
 bool IsDevice(int fd) {

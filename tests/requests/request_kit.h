@@ -173,7 +173,7 @@ struct Walk {
     Fcb *fcb;
     Findings findings = {};
     unsigned long calls = 0;
-    std::string lines = "";
+    std::string lines = {};
 
     void Run(unsigned depth);
 
