@@ -23,7 +23,7 @@
 //           table other than -1, because EP tables have no requests
 //   ENOSPC  all indexes of the kind are in use
 //   EBUSY   activation of a rate limiter that is active
-//   ENODEV  `orxemu run`, which has the hardware of this process, has ended; openings fail with it, too
+//   ENODEV  `orxemu run`, which has the hardware of this process, has ended; so does a process's first opening
 //
 // Everything else in table records, FCBs and forwarding records is the library's own bookkeeping or has
 // meaning only to the hardware: it is kept as it came. A PAC table may be deactivated while a flow uses it,

@@ -15,7 +15,7 @@ constexpr size_t kMaxKept = ORXEMU_MAX_LOG;
 constinit OrxEmuRequest entries[kMaxKept + 1] = {};
 constinit size_t numRequests = 0;
 
-// Who has linked the stand-in can ask for the log, and nobody else.
+// Only a program that has linked the stand-in can ask for the log.
 bool IsPreloaded() {
     static const bool isPreloaded = [] {
         const char *list = std::getenv("LD_PRELOAD");

@@ -1,6 +1,6 @@
 // Every handler checks first, then answers, then changes what the hardware holds: a request that is refused or
-// whose answer cannot be written changes nothing. Nobody looks at words of a record that the library does not
-// set.
+// whose answer cannot be written changes nothing. Words of a record that the library does not set are not looked
+// at.
 #include "emu/device/device.h"
 
 #include "qirapi/driver/driver_records.h"

@@ -1,6 +1,5 @@
-// The kernel is asked to fetch the pages, which it refuses for a bad address. A kernel or an emulator that does
-// not know the question moves the bytes through a pipe instead. That takes two descriptors that the program may
-// not have left.
+// Asks the kernel to fetch the pages, which it refuses for a bad address. Where a kernel or an emulator does not
+// know that request, the bytes go through a pipe instead, which takes two descriptors.
 //
 // The plain system calls are used, because a sanitizer's wrappers look at the addresses themselves.
 #include "emu/preload/caller_memory.h"

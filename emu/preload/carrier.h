@@ -3,8 +3,8 @@
 //
 // The process has one socket, by which its carrier reaches the device, and each descriptor of the device is a
 // copy of it: the kernel closes, duplicates, inherits and passes it on, and tells it from other files by its
-// name. Only the socket's number is remembered, a high one. A program that closes it gets another at its next
-// opening. (A socket for each opening would do without, and takes the kernel ten times as long.)
+// name. Only the socket's number is remembered, a high one. A program that closes it gets another when it next
+// uses the device. (A socket for each opening would do without, and takes the kernel ten times as long.)
 #ifndef EMU_PRELOAD_CARRIER_H
 #define EMU_PRELOAD_CARRIER_H
 
@@ -30,9 +30,9 @@ struct Carrier {
     int (*connect)();
     // Whether a descriptor is a copy of such a socket, of this process or of one that it was inherited from.
     bool (*isDevice)(int fd);
-    // What an opening meets, and what a request: errno, or 0.
-    int (*open)(int socket);
-    int (*serve)(int fd, const Call &call);
+    // The errno of an opening and of a request, 0 when it is accepted.
+    int (*open)();
+    int (*serve)(const Call &call);
 };
 
 extern const Carrier kInProcess;
@@ -41,6 +41,8 @@ extern const Carrier kSession;
 // that the process is there.
 const Carrier &TheCarrier();
 
+// The process's socket, or -1 with errno.
+int OwnSocket();
 // A new descriptor of the device, or -1 with errno.
 int OpenDevice(bool closeOnExec);
 // In the child of a fork: it takes a way of its own to the device, so that it does not get the answers to its

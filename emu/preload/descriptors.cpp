@@ -27,21 +27,22 @@ int MoveUp(int fd) {
 
 } // namespace
 
-int OpenDevice(bool closeOnExec) {
-    const int how = closeOnExec ? F_DUPFD_CLOEXEC : F_DUPFD;
-    int fd = fcntl(ownSocket, how, 0);
-    if (fd < 0 && errno == EBADF) { // there was none yet, or the program has closed it
+// The program may have closed the socket, and opened something else since.
+int OwnSocket() {
+    if (ownSocket < 0 || !TheCarrier().isDevice(ownSocket)) {
         const int socket = TheCarrier().connect();
-        if (socket < 0) {
-            return -1;
-        }
-        ownSocket = MoveUp(socket);
-        fd = fcntl(ownSocket, how, 0);
+        ownSocket = socket < 0 ? socket : MoveUp(socket);
     }
+    return ownSocket;
+}
+
+int OpenDevice(bool closeOnExec) {
+    const int socket = OwnSocket();
+    const int fd = socket < 0 ? -1 : fcntl(socket, closeOnExec ? F_DUPFD_CLOEXEC : F_DUPFD, 0);
     if (fd < 0) {
         return -1;
     }
-    const int err = TheCarrier().open(ownSocket);
+    const int err = TheCarrier().open();
     if (err != 0) {
         close(fd);
         errno = err;
@@ -76,7 +77,8 @@ int orxemu_openDescriptors() {
 }
 
 void orxemu::ForgetSocket() {
-    if (ownSocket >= 0) {
-        close(ownSocket.exchange(-1));
+    if (ownSocket >= 0 && TheCarrier().isDevice(ownSocket)) {
+        close(ownSocket);
     }
+    ownSocket = -1;
 }

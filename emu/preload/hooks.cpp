@@ -42,7 +42,8 @@ mode_t ModeOf(int flags, std::va_list args) {
     return passed ? va_arg(args, mode_t) : 0;
 }
 
-// Whether a request is the device's. What the kernel does to a descriptor of any kind no driver hears of.
+// Whether a request is the device's. Requests that the kernel carries out itself, on any descriptor, never reach
+// a driver.
 bool IsDevices(int fd, unsigned long request) {
     for (const auto any : {FIOCLEX, FIONCLEX, FIONBIO, FIOASYNC}) {
         if (static_cast<uint32_t>(request) == static_cast<uint32_t>(any)) {
@@ -68,11 +69,11 @@ Call CallOf(int number, void *record, uint8_t *copy) {
     return call;
 }
 
-int HookedIoctl(int fd, int number, void *record) {
+int HookedIoctl(int number, void *record) {
     const int savedErrno = errno;
     const Turn turn;
     uint8_t copy[ORXEMU_MAX_RECORD];
-    const int err = TheCarrier().serve(fd, CallOf(number, record, copy));
+    const int err = TheCarrier().serve(CallOf(number, record, copy));
     errno = err != 0 ? err : savedErrno;
     return err != 0 ? -1 : 0;
 }
@@ -133,7 +134,7 @@ template <class Fn> Fn Next(std::atomic<void *> &found, const char *name) {
         void *arg = va_arg(args, void *);                                                                    \
         va_end(args);                                                                                        \
         if (orxemu::IsDevices(fd, request)) {                                                                \
-            return orxemu::HookedIoctl(fd, static_cast<int>(request), arg);                                  \
+            return orxemu::HookedIoctl(static_cast<int>(request), arg);                                      \
         }                                                                                                    \
         ORXEMU_NEXT(name)(fd, request, arg);                                                                 \
     }

@@ -1,5 +1,4 @@
-// The device of a process that is in no session. Its socket leads nowhere: it has a name that begins like no
-// other's.
+// The device of a process that is in no session. Its socket is connected to nothing; it is known by its name.
 #include "emu/device/own.h"
 #include "emu/preload/caller_memory.h"
 #include "emu/preload/carrier.h"
@@ -18,7 +17,8 @@ namespace {
 constexpr char kMark[] = "orxemu-device-";
 constexpr size_t kMarkSize = sizeof kMark - 1;
 
-// Names without a file begin with a zero. A program that executes another may leave it a socket of its number.
+// Names without a file begin with a zero. A program that executes another keeps its process number, so that an
+// inherited socket may have this name already.
 int Connect() {
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_un name = {};
@@ -44,11 +44,11 @@ bool IsDevice(int fd) {
            name.sun_path[0] == '\0' && std::memcmp(name.sun_path + 1, kMark, kMarkSize) == 0;
 }
 
-int Open(int /*socket*/) {
+int Open() {
     return OwnDevice().Open().err;
 }
 
-int Serve(int /*fd*/, const Call &call) {
+int Serve(const Call &call) {
     uint8_t copy[ORXEMU_FCB_BYTES];
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the wire carries the address as a word
     const auto *fcb = reinterpret_cast<const void *>(std::uintptr_t{call.fcb});

@@ -14,7 +14,7 @@ namespace orxemu {
 
 namespace {
 
-// What a process gets that cannot reach its session, because that has ended, say.
+// A process that cannot reach its session gets this; the session may have ended.
 constexpr int kNoSession = ENODEV;
 
 constinit sockaddr_un server = {};
@@ -37,8 +37,7 @@ long Move(long number, int fd, iovec *parts, size_t num, int flags = 0) {
     return moved;
 }
 
-// The server answers within microseconds. Who sleeps meanwhile is woken up for longer than that, so that the
-// answer is waited for awake at first.
+// The server answers within microseconds, and waking a sleeping process takes longer. So wait awake at first.
 void StayAwake() {
     constexpr long kNanoseconds = 3000;
     constexpr long kSecond = 1'000'000'000;
@@ -50,13 +49,13 @@ void StayAwake() {
     } while ((now.tv_sec - start.tv_sec) * kSecond + now.tv_nsec - start.tv_nsec < kNanoseconds);
 }
 
-// The program may have made its descriptor one that does not wait.
+// The program may have set O_NONBLOCK on its descriptor. A thread cannot be cancelled in plain system calls.
 long Receive(int fd, iovec *parts, size_t num) {
     StayAwake();
     long size = Move(SYS_recvmsg, fd, parts, num, MSG_DONTWAIT);
     while (size < 0 && errno == EAGAIN) {
         pollfd answer = {fd, POLLIN, 0};
-        poll(&answer, 1, -1);
+        syscall(SYS_ppoll, &answer, 1l, nullptr, nullptr, 0l);
         size = Move(SYS_recvmsg, fd, parts, num, MSG_DONTWAIT);
     }
     return size;
@@ -106,8 +105,8 @@ bool IsDevice(int fd) {
            std::memcmp(&peer, &server, sizeof server) == 0;
 }
 
-int Open(int socket) {
-    return asksForOpenings ? Ask(socket, HeadOf(wire::Kind::Open)) : 0;
+int Open() {
+    return asksForOpenings ? Ask(OwnSocket(), HeadOf(wire::Kind::Open)) : 0;
 }
 
 // The kernel copies record and FCB from where they are, and refuses to when one cannot be read: then the
@@ -122,8 +121,11 @@ bool SendRequest(int fd, const Call &call) {
     return (call.fcb != 0 && Move(SYS_sendmsg, fd, parts, 3) >= 0) || Move(SYS_sendmsg, fd, parts, 2) >= 0;
 }
 
-int Serve(int fd, const Call &call) {
-    if (!SendRequest(fd, call)) {
+// A descriptor may be shared with other processes, whose answers are not for this one: requests take the
+// process's own socket.
+int Serve(const Call &call) {
+    const int fd = OwnSocket();
+    if (fd < 0 || !SendRequest(fd, call)) {
         return kNoSession;
     }
     int32_t err = 0;

@@ -16,7 +16,7 @@ constexpr std::size_t kOther = 0;
 constexpr std::size_t kListener = 1;
 constexpr std::size_t kFirstConnection = 2;
 
-// Of one session on the machine.
+// A name that no other session on the machine has.
 std::string NewName() {
     std::random_device random;
     return "orxemu-" + std::to_string(getpid()) + "-" + std::to_string(random());
@@ -27,7 +27,7 @@ void Reply(int fd, int32_t err, const uint8_t *bytes = nullptr, std::size_t size
     msghdr message = {};
     message.msg_iov = parts;
     message.msg_iovlen = std::size(parts);
-    // Who is gone needs no answer.
+    // A process that has ended needs no answer.
     sendmsg(fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
@@ -71,7 +71,7 @@ void Server::Finish() {
 bool Server::ServeReady(int other, int timeout) {
     ready_.clear();
     ready_.push_back({other, POLLIN, 0});
-    ready_.push_back({listener_.get(), POLLIN, 0});
+    ready_.push_back({isFull_ ? -1 : listener_.get(), POLLIN, 0});
     for (const Descriptor &connection : connections_) {
         ready_.push_back({connection.get(), POLLIN, 0});
     }
@@ -79,6 +79,7 @@ bool Server::ServeReady(int other, int timeout) {
     for (std::size_t i = ready_.size(); i-- > kFirstConnection;) {
         if (ready_[i].revents != 0 && !ServeConnection(ready_[i].fd)) {
             connections_.erase(connections_.begin() + static_cast<std::ptrdiff_t>(i - kFirstConnection));
+            isFull_ = false;
         }
     }
     if (ready_[kListener].revents != 0) {
@@ -87,14 +88,16 @@ bool Server::ServeReady(int other, int timeout) {
     return ready_[kOther].revents != 0;
 }
 
-// All that wait, but no more than can wait at a time: others may come without end.
+// Accepts at most as many as the queue holds, because new ones may come without end. When the tool has no
+// descriptor left, the others wait until a connection ends.
 void Server::Accept() {
     for (int i = 0; i < SOMAXCONN; ++i) {
         Descriptor connection(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (connection.get() < 0) {
+            isFull_ = errno == EMFILE || errno == ENFILE;
             return;
         }
-        // Who has connected speaks at once.
+        // A process sends its first message as soon as it has connected.
         if (ServeConnection(connection.get())) {
             connections_.push_back(std::move(connection));
         }

@@ -17,7 +17,7 @@ namespace orxemu {
 
 class Server {
   public:
-    // Who is told of what is served, as it is served.
+    // Is told of each request as it is served.
     struct Observer {
         std::function<void(const Request &, const Answer &)> served;
         std::function<void(const Answer &)> openFailed;
@@ -32,7 +32,8 @@ class Server {
 
     // Serves until `other` can be read.
     void ServeUntil(int other);
-    // Serves what has been asked so far, and nothing behind this: who is still connected finds the device gone.
+    // Serves what has been asked so far, then closes everything: processes that are still connected find the
+    // device gone.
     void Finish();
 
     // Processes that have loaded the stand-in, and connections whose messages mean nothing here.
@@ -57,6 +58,7 @@ class Server {
     std::vector<Descriptor> connections_;
     std::vector<pollfd> ready_; // `other`, the listener, the connections
     bool isBusy_ = false;       // something was ready the last time
+    bool isFull_ = false;       // no further connection can be accepted
     unsigned numJoined_ = 0;
     unsigned numStrangers_ = 0;
     unsigned numLeftOpen_ = 0;

@@ -143,7 +143,7 @@ bool CheckJoined(const Server &server, const std::string &program) {
     return true;
 }
 
-// The program did not fail on what it has not met.
+// A fault that was never met says nothing about the program, so the user is told.
 void TellOfFaultsLeft(const FaultList &faults) {
     if (faults.num != 0) {
         Complain(std::to_string(faults.num) + (faults.num == 1 ? " fault was" : " faults were") +

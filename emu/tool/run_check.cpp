@@ -50,7 +50,8 @@ std::string Describe(const ElfKind &kind) {
            "-endian, machine " + std::to_string(kind.machine);
 }
 
-// Whether a program of this machine's byte order names no loader, which is what preloads a library.
+// Is a program, of this machine's byte order, linked statically? Then it names no loader, and only a loader
+// preloads libraries.
 template <class Head, class Segment> bool IsStatic(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     Head head = {};

@@ -12,8 +12,8 @@ namespace orxemu::tool {
 
 namespace {
 
-// With the real-time signals, those that others send and that end a process. A timer that was set before the
-// tool is the tool's, and its signal meant for the program.
+// Signals that others send and that end a process; the real-time signals are added below. A timer that was set
+// before the tool started signals the tool, but is meant for the program.
 constexpr int kPassedOn[] = {SIGINT,    SIGQUIT, SIGTERM,   SIGHUP,  SIGUSR1,
                              SIGUSR2,   SIGALRM, SIGVTALRM, SIGPROF, SIGABRT,
 #ifdef SIGSTKFLT
@@ -39,8 +39,8 @@ void NoteSignal(int number, siginfo_t *info, void * /*context*/) {
     errno = savedErrno;
 }
 
-// One that is ignored stays so: a program that was started with nohup keeps that. It is said again, because an
-// emulator tells what it has found and does otherwise.
+// A signal that is ignored stays ignored (nohup). It is set again because an emulator reports it as ignored and
+// acts on it all the same.
 bool StaysIgnored(int number) {
     struct sigaction action = {};
     const bool isIgnored = sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
@@ -96,6 +96,7 @@ Process::Process(const Program &program) {
     sigset_t before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before); // none meets the child before it is the program
+    signal(SIGCHLD, SIG_DFL);                // who ignores it is not told of the program's end
     Note(SIGCHLD);
     for (const int number : kPassedOn) {
         Note(number);

@@ -3,8 +3,6 @@
  * Actions: how a flow rewrites the frames it matches. Include qirapi/qirapi.h.
  * docs/rules.md has a table of all types: values, how often, and what excludes what.
  *
- * docs/rules.md has every type's values, operators, number of times and exclusions.
- *
  * An action request belongs to a header that has been allocated in the flow's action block; TCP and UDP
  * actions belong to the IPv4 header. Requests are only added and stay until the flow is freed. An ACTIVE flow
  * accepts actions, too; the hardware learns of them at the next activation.

@@ -3,8 +3,6 @@
  * Filters: what a flow matches. Include qirapi/qirapi.h.
  * docs/rules.md has a table of all types: values, operators, how often, and what excludes what.
  *
- * docs/rules.md has every type's values, operators, number of times and exclusions.
- *
  * A filter request belongs to a header that has been allocated in the flow's filter block; TCP and UDP
  * filters belong to the IPv4 header. Requests are only added, never changed or removed, and stay until the
  * flow is freed. An ACTIVE flow accepts filters, too; the hardware learns of them at the next activation.

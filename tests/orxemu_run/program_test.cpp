@@ -167,6 +167,10 @@ TEST_F(ProgramTest, SignalsThatWouldEndTheToolArePassedOn) {
     }
 }
 
+TEST_F(ProgramTest, ItsEndIsNoticedThoughTheCallerIgnoresItsChildren) {
+    EXPECT_EQ(RunSteps({}, {"status=1", "exit=4"}, {.ignoredSignal = SIGCHLD}).status, 4);
+}
+
 TEST_F(ProgramTest, ProgramInheritsHowSignalsAreHandled) {
     EXPECT_EQ(RunSteps({}, {"handling=1", "handling=2", "handling=3", "handling=13", "handling=15"}).out,
               "1 default\n2 default\n3 default\n13 default\n15 default\n");
