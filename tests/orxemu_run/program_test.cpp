@@ -225,6 +225,7 @@ TEST_F(ProgramTest, TerminalWhoseSessionHasEndedIsToldOnce) {
 
 TEST_F(ProgramTest, WhatTheProgramSendsToItsGroupDoesNotComeBack) {
     const Terminal terminal;
+    ASSERT_GE(terminal.OnIt().terminal, 0) << "without a terminal the group would be the test's own";
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         Child child(Noting(signal, {"signal-group=" + std::to_string(signal)}), terminal.OnIt());
         ASSERT_TRUE(child.Prints("ready\n"));
