@@ -23,7 +23,7 @@
 //           table other than -1, because EP tables have no requests
 //   ENOSPC  all indexes of the kind are in use
 //   EBUSY   activation of a rate limiter that is active
-//   ENODEV  `orxemu run`, which has the hardware of this process, has ended; so does a process's first opening
+//   ENODEV  `orxemu run`, which has the hardware of this process, has ended; a first opening then fails, too
 //
 // Everything else in table records, FCBs and forwarding records is the library's own bookkeeping or has
 // meaning only to the hardware: it is kept as it came. A PAC table may be deactivated while a flow uses it,
@@ -112,7 +112,9 @@ const OrxEmuState *orxemu_state(void);
 // counter.
 int orxemu_addHits(uint32_t flowIdx, uint32_t counter, uint32_t count);
 
-// The log: number of requests since the last reset or clear, and request i (0 first; null past the end).
+// The log: number of requests since the last reset or clear, and request i (0 first; null past the end). It is
+// kept for programs that link the stand-in; where it is preloaded the requests are counted and their entries
+// stay zero.
 // Requests behind the first ORXEMU_MAX_LOG are counted but not kept, their pointer is null. A pointer stays
 // good until the log is cleared.
 size_t orxemu_numRequests(void);

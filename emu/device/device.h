@@ -43,8 +43,10 @@ struct Device {
 
     // An opening of the device: the errno and the fault that it met, if any.
     Answer Open();
+    // What emu/orxemu.h says of each request. A refused request, and one whose answer cannot be written, changes
+    // nothing but the faults' counts.
     Answer Serve(const Request &request);
-    // As orxemu_addHits().
+    // Adds to hit counter 0 to 7 of a flow; false when the flow is not active or there is no such counter.
     bool AddHits(uint32_t flowIdx, uint32_t counter, uint32_t count);
 };
 

@@ -53,6 +53,7 @@ struct Exchange {
 };
 
 static_assert(sizeof(qir::Fcb) == ORXEMU_FCB_BYTES);
+static_assert(sizeof(FcbHits) == kMaxAnswer);
 static_assert(sizeof(qir::AsTblInfo) == sizeof(OrxEmuTable::record));
 static_assert(sizeof(RlEnt) == sizeof(OrxEmuRl::record));
 
